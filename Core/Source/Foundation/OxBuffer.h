@@ -1,0 +1,108 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+/// An owning, growable array of bytes with hexadecimal and base64 codecs.
+///   Sizes:  bytes; length and capacity are 32-bit. A length above 0xFFFFFFFF throws std::bad_alloc
+///           and leaves the buffer as it was.
+///   Owns:   its storage. Bytes beyond the length are undefined; growth never zeroes them, and storage
+///           that is given back is not cleared: secrets go through SecureClear().
+///   Alias:  a source inside the buffer's own storage is allowed everywhere.
+class OxBuffer {
+ public:
+  /// Index or range beyond the length.
+  class OutOfRange {};
+
+  struct Range {
+    std::uint32_t start = 0;   ///< Bytes from the front.
+    std::uint32_t length = 0;  ///< Bytes.
+  };
+
+  OxBuffer() = default;
+  /// Storage of exactly `count` bytes; null bytes need a count of 0.
+  OxBuffer(const char* bytes, std::size_t count);
+  /// The bytes of a zero-terminated text, without the terminator.
+  explicit OxBuffer(const char* text);
+  /// `count` undefined bytes, with the growth rule of SetLength().
+  explicit OxBuffer(std::size_t count);
+  OxBuffer(const OxBuffer& other);
+  OxBuffer(OxBuffer&& other) noexcept;
+  OxBuffer& operator=(const OxBuffer& other);
+  OxBuffer& operator=(OxBuffer&& other) noexcept;
+  ~OxBuffer();
+
+  std::uint32_t length() const { return length_; }
+  std::uint32_t capacity() const { return capacity_; }
+  bool empty() const { return length_ == 0; }
+  char* data() { return data_; }
+  const char* data() const { return data_; }
+  std::string_view view() const { return {data_, length_}; }
+
+  void Assign(const char* bytes, std::size_t count);
+  void Assign(const char* text);
+
+  /// Nothing when `bytes` is null or `count` is 0.
+  void Append(const char* bytes, std::size_t count);
+  void Append(const char* text);
+  /// Appends one byte, also the zero byte.
+  void Append(char byte);
+  void Append(const OxBuffer& other);
+  OxBuffer& operator+=(const char* text);
+  OxBuffer& operator+=(char byte);
+  OxBuffer& operator+=(const OxBuffer& other);
+
+  /// Throws OutOfRange when there is no storage or `index` > length - 1. Deliberate: that difference is
+  /// unsigned, so a buffer with storage and length 0 does not throw; it yields a spare byte of its own.
+  char& operator[](std::size_t index);
+  const char& operator[](std::size_t index) const;
+
+  void Clear() { SetLength(0); }
+  /// Sets the length and keeps the bytes that fit. 0 gives the storage back; the first storage has ten
+  /// bytes to spare, growth past the capacity half as much again; below half of the current length the
+  /// storage shrinks to `length` + 10.
+  void SetLength(std::size_t length);
+  /// Removes up to `count` bytes from `start`; nothing when `start` is not below the length. Removing
+  /// everything gives the storage back, anything else keeps the capacity.
+  void Remove(std::size_t start, std::size_t count);
+  /// Puts `count` bytes in the place of a range; with null bytes the room is made and left undefined.
+  /// Throws OutOfRange when the range ends beyond the length.
+  void Replace(const Range& range, const char* bytes, std::size_t count);
+
+  bool operator==(const OxBuffer& other) const;
+  /// Deliberate: the same answer as ==, true when EQUAL. Never use it to test for difference.
+  bool operator!=(const OxBuffer& other) const { return *this == other; }
+
+  /// Swaps the two bytes of every 16-bit unit; false, and nothing changed, when empty or of odd length.
+  bool ByteSwap16();
+  OxBuffer MakeReversed() const;
+
+  /// Upper-case digits, two per byte.
+  OxBuffer ConvertToHex() const;
+  /// Empty when the length is odd. A pair that holds anything but a digit becomes "?".
+  OxBuffer ConvertFromHex() const;
+
+  /// RFC 4648 text with padding, without line breaks, in place. Deliberate: nothing becomes "====".
+  void ToBase64();
+  /// Decodes in place. False, and nothing changed, when the length is no multiple of 4. Deliberate:
+  /// decoding stops silently at a foreign character with the full length set; bytes not reached keep
+  /// the text's own (or zero where the storage grew), and the result is true.
+  bool FromBase64();
+
+  /// Overwrites the whole capacity with zeros, then gives the storage back.
+  void SecureClear();
+
+  /// Replaces the content by that of a regular file. False, and empty, when it cannot be opened, is no
+  /// regular file or has 4 GiB or more; an empty file is true.
+  bool LoadFromFile(const char* path);
+
+ private:
+  void Allocate(std::size_t capacity);
+  void Release();
+  bool Owns(const char* bytes) const;
+
+  std::uint32_t length_ = 0;
+  std::uint32_t capacity_ = 0;
+  char* data_ = nullptr;
+};

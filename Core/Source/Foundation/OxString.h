@@ -1,0 +1,275 @@
+#pragma once
+
+#include <concepts>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "Foundation/OxBuffer.h"
+
+/// Unicode text, held as UTF-8.
+///   Units:   positions, lengths and counts are code points, -1 meaning "not found" as a result and
+///            "to the end" (or "from the last character") as an argument. Two operations deliberately
+///            differ: find() of a code point and operator[]; each says so.
+///   Zeros:   a U+0000 inside the text is stored and counted, but walks over characters stop at it.
+///   Numbers: wherever one character is meant, any integer type is its code point; what UTF-8 cannot
+///            hold (surrogates, U+FFFE, U+FFFF, above U+10FFFF) is stored as U+FFFD.
+///   Sizes:   32-bit; text of 4 GiB and more throws std::bad_alloc.
+///   Alias:   a source inside the string's own storage is allowed everywhere.
+///   Cost:    short text lives in the object; every position in ASCII text is found without a walk.
+class OxString {
+ public:
+  using Index = std::int64_t;
+  enum ECaseSense { kCaseSensitive = 0, kCaseInsensitive = 1 };
+
+  /// Bytes that are not acceptable UTF-8.
+  class InvalidEncoding {};
+  /// An index past the end in operator[].
+  class OutOfRange {};
+
+  class const_iterator;
+
+  OxString() noexcept = default;
+  OxString(const OxString& other);
+  OxString(OxString&& other) noexcept;
+  OxString(std::nullptr_t) noexcept {}
+  /// Zero-terminated UTF-8; null gives an empty string. Throws InvalidEncoding.
+  OxString(const char* utf8) { set(utf8); }
+  OxString(const char* utf8, std::size_t bytes) { set(utf8, bytes); }
+  explicit OxString(std::string_view utf8) { set(utf8.data(), utf8.size()); }
+  /// Zero-terminated UTF-16 in machine order; null gives an empty string. Throws ::InvalidEncoding.
+  OxString(const unsigned short* utf16) { set(utf16); }
+  OxString(const unsigned short* utf16, std::size_t units) { set(utf16, units); }
+  /// A string of one character (not the digits of a number).
+  template <std::integral CodePoint>
+  OxString(CodePoint codePoint) {
+    set(codePoint);
+  }
+  ~OxString();
+
+  OxString& operator=(const OxString& other);
+  OxString& operator=(OxString&& other) noexcept;
+  OxString& operator=(std::nullptr_t) { return clear(); }
+  OxString& operator=(const char* utf8) { return set(utf8); }
+  OxString& operator=(const unsigned short* utf16) { return set(utf16); }
+  template <std::integral CodePoint>
+  OxString& operator=(CodePoint codePoint) {
+    return set(codePoint);
+  }
+
+  /// Each leaves the string empty before it throws InvalidEncoding (UTF-8) or ::InvalidEncoding
+  /// (UTF-16). Deliberate: overlong forms, surrogates and 4-byte forms above U+10FFFF are accepted.
+  OxString& set(const char* utf8);
+  OxString& set(const char* utf8, std::size_t bytes);
+  OxString& set(const unsigned short* utf16);
+  OxString& set(const unsigned short* utf16, std::size_t units);
+  OxString& set(std::nullptr_t) { return clear(); }
+  template <std::integral CodePoint>
+  OxString& set(CodePoint codePoint) {
+    return SetCodePoint(static_cast<unsigned long>(codePoint));
+  }
+
+  /// printf-style; a null or empty format clears the string, a failing formatter leaves it unchanged.
+  OxString& format(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+  OxString& format_v(const char* fmt, va_list arguments) __attribute__((format(printf, 2, 0)));
+
+  OxString& clear();
+  /// Overwrites every byte that this string ever held and still owns, then clears it.
+  void secure_clear();
+  /// Makes room for `bytes` bytes of UTF-8 in all.
+  void reserve(std::size_t bytes);
+
+  std::uint32_t length() const { return length_; }  ///< Code points.
+  std::uint32_t size() const { return size_; }      ///< Bytes without the terminator.
+  bool empty() const { return length_ == 0; }
+  const char* c_str() const { return Data(); }  ///< Zero-terminated, never null.
+  std::string_view view() const { return {Data(), size_}; }
+  /// True when every character is one byte, so that positions in bytes and in characters agree.
+  bool is_ascii() const { return size_ == length_; }
+
+  /// Zero-terminated UTF-16 in machine order, built on first use and kept until the text changes; null
+  /// when the text cannot be converted.
+  const unsigned short* u_str() const;
+  /// Copies the text and its terminator (nothing for an empty string) and returns the copy's bytes;
+  /// never throws: on a failure `out` is empty and the result null.
+  const char* get_utf8(OxBuffer& out) const;
+  /// The same for UTF-16, 2 bytes per code unit, without a terminator.
+  const char* get_utf16(OxBuffer& out) const;
+
+  /// Deliberate: index 0 gives the first code point; any other index gives the BYTE at that byte
+  /// offset, sign-extended, which is the code point only in ASCII text. Throws OutOfRange.
+  int operator[](std::size_t index) const;
+  /// The first number in the text, other characters before it skipped ("abc12" is 12), 32-bit with
+  /// wrap-around; 0 when there is none.
+  int to_int() const;
+  double to_double() const;
+
+  const_iterator begin() const;
+  const_iterator end() const;
+
+  /// Position of the first occurrence of `text` at or after `start`; an empty text is never found.
+  template <std::integral Start = int>
+  Index find(const OxString& text, Start start = 0) const {
+    return FindText(text, static_cast<Index>(start));
+  }
+  /// Position of the last occurrence that begins at or before `start` (-1: the last character).
+  template <std::integral Start = int>
+  Index rfind(const OxString& text, Start start = -1) const {
+    return FindLastText(text, static_cast<Index>(start));
+  }
+  /// The first character equal to `codePoint` at or after `start`. Deliberate: a BYTE offset, although
+  /// every other search counts code points.
+  template <std::integral CodePoint, std::integral Start = int>
+  Index find(CodePoint codePoint, Start start = 0) const {
+    return FindCodePoint(static_cast<unsigned long>(codePoint), static_cast<Index>(start));
+  }
+  /// The last character equal to `codePoint` at or before `start` (-1: the last), in code points.
+  template <std::integral CodePoint, std::integral Start = int>
+  Index rfind(CodePoint codePoint, Start start = -1) const {
+    return FindLastCodePoint(static_cast<unsigned long>(codePoint), static_cast<Index>(start));
+  }
+  bool starts_with(const OxString& text) const;         ///< Deliberate: false for an empty text.
+  bool starts_with_nocase(const OxString& text) const;  ///< Deliberate: true for an empty text.
+  bool ends_with(const OxString& text) const;
+  bool ends_with_nocase(const OxString& text) const;
+  bool contains(const char* text) const;
+
+  /// The sub-matches of a POSIX extended expression, the whole match first; empty when it does not
+  /// match or compile. Deliberate: the matcher's byte offsets are used as code point positions.
+  std::vector<OxString> findRE(const OxString& pattern, ECaseSense caseSense) const;
+  /// The pieces between delimiters; an empty string has none, "a," has two.
+  template <std::integral CodePoint>
+  std::vector<OxString> explode(CodePoint delimiter) const {
+    return Explode(static_cast<unsigned long>(delimiter));
+  }
+
+  /// -1, 0 or 1 by UTF-16 code units, after simple case folding when asked for. Deliberate: 1 in both
+  /// directions when a text cannot become UTF-16.
+  int compare(const OxString& other, ECaseSense caseSense = kCaseSensitive) const;
+  int compare(const char* utf8, ECaseSense caseSense = kCaseSensitive) const;
+  bool operator==(const OxString& other) const { return compare(other) == 0; }
+  bool operator==(const char* utf8) const { return compare(utf8) == 0; }
+  bool operator<(const OxString& other) const { return compare(other) < 0; }
+  bool operator>(const OxString& other) const { return compare(other) > 0; }
+
+  OxString& operator+=(const OxString& text);
+  OxString& operator+=(const char* utf8) { return *this += OxString(utf8); }
+  template <std::integral CodePoint>
+  OxString& operator+=(CodePoint codePoint) {
+    return AppendCodePoint(static_cast<unsigned long>(codePoint));
+  }
+  friend OxString operator+(const OxString& a, const OxString& b) {
+    OxString sum(a);
+    sum += b;
+    return sum;
+  }
+  /// Appends whole characters that were taken out of another OxString: they are counted, not checked.
+  OxString& append_valid(std::string_view utf8);
+
+  template <std::integral Position, std::integral Count>
+  OxString substr(Position position, Count count) const {
+    return Substring(static_cast<Index>(position), static_cast<Index>(count));
+  }
+  /// Removes characters. Deliberate: a count past the end leaves a length that is wrong by the excess;
+  /// callers pass -1 or an exact count.
+  template <std::integral Position, std::integral Count>
+  OxString& erase(Position position, Count count) {
+    return Erase(static_cast<Index>(position), static_cast<Index>(count));
+  }
+  template <std::integral From, std::integral To>
+  OxString& replace(From from, To to) {
+    return ReplaceCodePoint(static_cast<unsigned long>(from), static_cast<unsigned long>(to));
+  }
+  /// Replaces every occurrence, searching on behind each replacement.
+  OxString& replace(const OxString& what, const OxString& with);
+  OxString& to_upper();  ///< ASCII letters only.
+  OxString& to_lower();  ///< ASCII letters only.
+  OxString& trim_left();
+  OxString& trim_right();
+  OxString& trim();
+  /// Every byte but ASCII letters and digits becomes "%" and two upper-case digits.
+  OxString& encode_url();
+  /// The reverse; throws InvalidEncoding for a "%" with fewer than two bytes behind it or for a result
+  /// that is no UTF-8. Deliberate: a wrong digit counts as all ones, and "+" stays.
+  OxString& decode_url();
+
+ private:
+  static constexpr std::uint32_t kLocalBytes = 14;
+  static constexpr std::size_t kTagAt = 15;
+
+  bool IsLocal() const { return storage_[kTagAt] == 0; }
+  char* HeapBytes() const;
+  std::uint32_t Capacity() const;
+  char* Data() { return IsLocal() ? storage_ : HeapBytes(); }
+  const char* Data() const { return IsLocal() ? storage_ : HeapBytes(); }
+  void AdoptHeap(char* bytes, std::uint32_t capacity);
+  void ReleaseHeap();
+  void Grow(std::size_t bytes);
+  void SetSize(std::uint32_t size);
+  void StealFrom(OxString& other) noexcept;
+  void DropCache() { utf16_.reset(); }
+  bool Owns(const char* bytes) const;
+  void AssignValid(const char* bytes, std::size_t count, std::uint32_t codePoints);
+  void RemoveBytes(std::size_t start, std::size_t count);
+
+  const char* TextEnd() const;
+  const char* FindCharPos(Index index) const;
+  const char* NextCharPos(const char* p) const;
+  const char* PrevCharPos(const char* p) const;
+  const char* LastCharPos() const;
+  std::size_t BytesInRange(const char* p, std::uint64_t count) const;
+
+  OxString& SetCodePoint(unsigned long codePoint);
+  OxString& AppendCodePoint(unsigned long codePoint);
+  Index FindText(const OxString& text, Index start) const;
+  Index FindLastText(const OxString& text, Index start) const;
+  Index FindCodePoint(unsigned long codePoint, Index start) const;
+  Index FindLastCodePoint(unsigned long codePoint, Index start) const;
+  std::vector<OxString> Explode(unsigned long delimiter) const;
+  OxString Substring(Index position, Index count) const;
+  OxString& Erase(Index position, Index count);
+  OxString& ReplaceCodePoint(unsigned long from, unsigned long to);
+
+  // Up to 14 bytes and their terminator lie here; else a pointer and a capacity do. The last byte
+  // tells which.
+  alignas(8) char storage_[16] = {};
+  std::uint32_t size_ = 0;
+  std::uint32_t length_ = 0;
+  mutable std::unique_ptr<OxBuffer> utf16_;
+};
+
+/// Walks the characters of a string that must outlive it. All comparisons compare the index alone.
+class OxString::const_iterator {
+ public:
+  /// Dereferencing an iterator that points nowhere.
+  class OutOfBounds {};
+
+  const_iterator() = default;
+  /// The code point here; throws OutOfBounds past the end and ::InvalidEncoding for bytes that are none.
+  unsigned long operator*() const;
+  const_iterator& operator++();
+  const_iterator operator++(int);
+  const_iterator& operator+=(std::size_t count);
+  const_iterator operator+(std::size_t count) const;
+  bool operator==(const const_iterator& other) const { return index_ == other.index_; }
+  auto operator<=>(const const_iterator& other) const { return index_ <=> other.index_; }
+
+ private:
+  friend class OxString;
+  const_iterator(const OxString* text, const char* position, std::uint64_t index)
+      : text_(text), position_(position), index_(index) {}
+
+  const OxString* text_ = nullptr;
+  const char* position_ = nullptr;
+  std::uint64_t index_ = 0;
+};
+
+/// A hash that is equal for any two strings that compare equal without regard to letter case.
+std::size_t HashNoCase(const OxString& text);
+/// The same for bytes that would be acceptable to OxString.
+std::size_t HashNoCase(std::string_view utf8);
+/// OxString::compare() ignoring case, for bytes that would be acceptable to OxString.
+int CompareNoCase(std::string_view a, std::string_view b);

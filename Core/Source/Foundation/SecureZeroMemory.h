@@ -1,0 +1,7 @@
+#pragma once
+
+#include <cstddef>
+
+/// Fills `count` bytes at `memory` with zeros by a store that no optimiser removes. Null is allowed
+/// when `count` is 0.
+void SecureZeroMemory(void* memory, std::size_t count);

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <sys/types.h>
+#include <sys/uio.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace Posix {
+
+enum class FileKind : std::uint8_t { kRegular, kFolder, kLink, kOther };
+
+/// What a status query tells of one object.
+struct FileInfo {
+  FileKind kind = FileKind::kOther;
+  std::uint64_t size = 0;        ///< Bytes.
+  std::uint64_t device = 0;      ///< With `inode`: which object this is, whatever its name.
+  std::uint64_t inode = 0;
+  std::int64_t modified = 0;     ///< Whole seconds since 1970-01-01 UTC, fraction dropped.
+
+  bool IsSameObject(const FileInfo& other) const {
+    return device == other.device && inode == other.inode;
+  }
+};
+
+/// One entry of a folder. `kind` is that of the entry itself (a link is a link).
+struct FolderEntry {
+  std::string name;
+  FileKind kind = FileKind::kOther;
+};
+
+/// The only door to the disk: one virtual function per system call that the system needs, so that a
+/// test can fail any one of them, or choose the order in which a folder lists its entries.
+///   Results: 0 or more on success; on failure the negated errno value (-ENOENT, ...). Nothing throws
+///            but std::bad_alloc.
+///   Paths:   zero-terminated bytes, taken as they stand. The empty path fails with -ENOENT.
+///   Calls:   an interrupted call (EINTR) is repeated by whoever calls, as a short transfer is.
+class FileOps {
+ public:
+  FileOps() = default;
+  FileOps(const FileOps&) = delete;
+  FileOps& operator=(const FileOps&) = delete;
+  virtual ~FileOps() = default;
+
+  /// Opens `path` with the flags of open(2) and returns the descriptor. O_CLOEXEC and O_NONBLOCK are
+  /// always added, so neither a FIFO nor a device can hold the caller up.
+  virtual int Open(const char* path, int flags, mode_t mode);
+  virtual int Close(int fd);
+  virtual std::int64_t ReadAt(int fd, std::span<std::byte> out, std::uint64_t position);
+  /// Writes the pieces one after the other, starting at `position`, in one system call.
+  virtual std::int64_t WriteAt(int fd, std::span<const iovec> pieces, std::uint64_t position);
+  /// Copies at most `count` bytes from file to file in the kernel and returns how many (0: the end of
+  /// the source). -EXDEV, -EINVAL, -ENOSYS or -EOPNOTSUPP: this pair of files cannot; read and write.
+  virtual std::int64_t CopyRange(int from, std::uint64_t fromPosition, int to,
+                                 std::uint64_t toPosition, std::size_t count);
+  virtual int SetLength(int fd, std::uint64_t length);
+
+  virtual int Status(const char* path, FileInfo& info);      ///< Follows links.
+  virtual int LinkStatus(const char* path, FileInfo& info);  ///< Of the link itself.
+  virtual int OpenStatus(int fd, FileInfo& info);
+
+  /// Maps the first `length` bytes (above 0) read-only and shared; `address` receives the mapping.
+  virtual int Map(int fd, std::size_t length, const std::byte*& address);
+  virtual int Unmap(const std::byte* address, std::size_t length);
+
+  /// Appends every entry but "." and ".." in the order in which the file system lists them.
+  virtual int ListFolder(const char* path, std::vector<FolderEntry>& entries);
+  virtual int MakeFolder(const char* path, mode_t mode);
+  virtual int RemoveFile(const char* path);    ///< unlink(2): never a folder.
+  virtual int RemoveFolder(const char* path);  ///< rmdir(2): an empty folder only.
+  virtual int Rename(const char* from, const char* to);
+  /// Fails with -EEXIST when `to` exists. Where the file system has no such call: a check, then Rename.
+  virtual int RenameWithoutReplacing(const char* from, const char* to);
+  virtual int ReadLink(const char* path, std::string& target);
+  virtual int MakeLink(const std::string& target, const char* path);
+  virtual int CopyAttributes(int from, int to);  ///< Permission bits and modification time.
+
+  virtual int CurrentFolder(std::string& path);
+  virtual int ChangeFolder(const char* path);
+};
+
+/// The door in use: the system's own unless a test has put another in its place.
+FileOps& Files();
+
+/// Puts `ops` (not owned, may be null for the system's own) in place for the lifetime of this object.
+class ScopedFileOps {
+ public:
+  explicit ScopedFileOps(FileOps* ops);
+  ScopedFileOps(const ScopedFileOps&) = delete;
+  ScopedFileOps& operator=(const ScopedFileOps&) = delete;
+  ~ScopedFileOps();
+
+ private:
+  FileOps* previous_;
+};
+
+}  // namespace Posix

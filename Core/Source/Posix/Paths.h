@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+namespace Posix {
+
+/// `path` made absolute against the working directory, its existing part resolved through the file
+/// system (links followed) and the rest tidied by text; when that fails, the path only made absolute.
+std::string ResolvePath(const std::string& path);
+
+/// The folder for temporary files.
+std::string TemporaryFolder();
+
+/// `bytes` random bytes as lower-case hexadecimal digits, from the system's source of randomness.
+std::string RandomHexDigits(std::size_t bytes);
+
+}  // namespace Posix

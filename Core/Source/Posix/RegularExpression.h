@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace Posix {
+
+/// One sub-match, in bytes from the start of the subject.
+struct Match {
+  std::size_t start = 0;
+  std::size_t end = 0;
+};
+
+/// Searches `subject` (up to its first zero byte) for a POSIX extended regular expression in the C
+/// locale. Returns the whole match and then the groups, in order, up to the first group that took no
+/// part or the hundredth sub-match; empty when nothing matches or the pattern does not compile.
+std::vector<Match> SearchExpression(const std::string& pattern, const char* subject,
+                                    bool ignoreCase);
+
+}  // namespace Posix

@@ -1,0 +1,47 @@
+# The compiler's settings for every target, and the two ways in which targets are made here.
+
+add_library(ox_settings INTERFACE)
+target_include_directories(ox_settings INTERFACE
+  "${CMAKE_SOURCE_DIR}/Core/Source" "${CMAKE_SOURCE_DIR}/Converter/Source")
+target_compile_options(ox_settings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${OX_STRICT}>:-Werror>)
+
+if(OX_SANITIZE)
+  set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  if(OX_FUZZ)
+    list(APPEND sanitizers -fsanitize=fuzzer-no-link)
+  endif()
+  target_compile_options(ox_settings INTERFACE ${sanitizers})
+  target_link_options(ox_settings INTERFACE ${sanitizers})
+elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
+  # What the distribution builds its own packages with.
+  target_compile_options(ox_settings INTERFACE
+    -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong -Wformat -Werror=format-security)
+  target_link_options(ox_settings INTERFACE -Wl,-z,relro -Wl,-z,now)
+  set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+  include(CheckPIESupported)
+  check_pie_supported()
+endif()
+
+if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+  target_compile_definitions(ox_settings INTERFACE _GLIBCXX_ASSERTIONS)
+endif()
+
+# ox_add_library(name SOURCES file... [PUBLIC_LINKS target...] [PRIVATE_LINKS target...])
+# A static library of one folder. Its link lines are the law of includes.
+function(ox_add_library name)
+  cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC_LINKS;PRIVATE_LINKS" ${ARGN})
+  add_library(${name} STATIC ${arg_SOURCES})
+  target_link_libraries(${name} PUBLIC ox_settings ${arg_PUBLIC_LINKS} PRIVATE ${arg_PRIVATE_LINKS})
+endfunction()
+
+# ox_add_tests(name LABEL unit|cli SOURCES file... LINKS target...)
+# A GoogleTest program whose cases ctest lists one by one.
+function(ox_add_tests name)
+  cmake_parse_arguments(arg "" "LABEL" "SOURCES;LINKS" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ox_settings ${arg_LINKS} GTest::gmock GTest::gtest_main)
+  target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/Tests")
+  target_compile_definitions(${name} PRIVATE OX_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS ${arg_LABEL} TIMEOUT 300)
+endfunction()
