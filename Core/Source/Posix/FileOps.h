@@ -1,8 +1,5 @@
 #pragma once
 
-#include <sys/types.h>
-#include <sys/uio.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -13,13 +10,28 @@ namespace Posix {
 
 enum class FileKind : std::uint8_t { kRegular, kFolder, kLink, kOther };
 
+/// How a file is opened; any of them may be combined.
+enum OpenFlags : unsigned {
+  kOpenToRead = 1,
+  kOpenToWrite = 2,
+  kOpenNew =
+      4,  ///< Create the file; fails with -EEXIST when the name exists, also as a dangling link.
+};
+
+/// Permission bits of what is created, before the process's umask takes some away.
+constexpr unsigned kFilePermissions = 0666;
+constexpr unsigned kFolderPermissions = 0777;
+
+/// Bytes to be written in one call with others.
+using Piece = std::span<const std::byte>;
+
 /// What a status query tells of one object.
 struct FileInfo {
   FileKind kind = FileKind::kOther;
-  std::uint64_t size = 0;        ///< Bytes.
-  std::uint64_t device = 0;      ///< With `inode`: which object this is, whatever its name.
+  std::uint64_t size = 0;    ///< Bytes.
+  std::uint64_t device = 0;  ///< With `inode`: which object this is, whatever its name.
   std::uint64_t inode = 0;
-  std::int64_t modified = 0;     ///< Whole seconds since 1970-01-01 UTC, fraction dropped.
+  std::int64_t modified = 0;  ///< Whole seconds since 1970-01-01 UTC, fraction dropped.
 
   bool IsSameObject(const FileInfo& other) const {
     return device == other.device && inode == other.inode;
@@ -34,7 +46,8 @@ struct FolderEntry {
 
 /// The only door to the disk: one virtual function per system call that the system needs, so that a
 /// test can fail any one of them, or choose the order in which a folder lists its entries.
-///   Results: 0 or more on success; on failure the negated errno value (-ENOENT, ...). Nothing throws
+///   Results: 0 or more on success; on failure the negated errno value (-ENOENT, ...). Nothing
+///   throws
 ///            but std::bad_alloc.
 ///   Paths:   zero-terminated bytes, taken as they stand. The empty path fails with -ENOENT.
 ///   Calls:   an interrupted call (EINTR) is repeated by whoever calls, as a short transfer is.
@@ -45,15 +58,17 @@ class FileOps {
   FileOps& operator=(const FileOps&) = delete;
   virtual ~FileOps() = default;
 
-  /// Opens `path` with the flags of open(2) and returns the descriptor. O_CLOEXEC and O_NONBLOCK are
-  /// always added, so neither a FIFO nor a device can hold the caller up.
-  virtual int Open(const char* path, int flags, mode_t mode);
+  /// Opens `path` with OpenFlags and returns the descriptor. It is closed on exec and never blocks,
+  /// so neither a FIFO nor a device can hold the caller up; what was opened is the caller's to
+  /// check.
+  virtual int Open(const char* path, unsigned flags);
   virtual int Close(int fd);
   virtual std::int64_t ReadAt(int fd, std::span<std::byte> out, std::uint64_t position);
   /// Writes the pieces one after the other, starting at `position`, in one system call.
-  virtual std::int64_t WriteAt(int fd, std::span<const iovec> pieces, std::uint64_t position);
-  /// Copies at most `count` bytes from file to file in the kernel and returns how many (0: the end of
-  /// the source). -EXDEV, -EINVAL, -ENOSYS or -EOPNOTSUPP: this pair of files cannot; read and write.
+  virtual std::int64_t WriteAt(int fd, std::span<const Piece> pieces, std::uint64_t position);
+  /// Copies at most `count` bytes from file to file in the kernel and returns how many (0: the end
+  /// of the source). -EXDEV, -EINVAL, -ENOSYS or -EOPNOTSUPP: this pair of files cannot; read and
+  /// write.
   virtual std::int64_t CopyRange(int from, std::uint64_t fromPosition, int to,
                                  std::uint64_t toPosition, std::size_t count);
   virtual int SetLength(int fd, std::uint64_t length);
@@ -68,11 +83,12 @@ class FileOps {
 
   /// Appends every entry but "." and ".." in the order in which the file system lists them.
   virtual int ListFolder(const char* path, std::vector<FolderEntry>& entries);
-  virtual int MakeFolder(const char* path, mode_t mode);
+  virtual int MakeFolder(const char* path, unsigned permissions);
   virtual int RemoveFile(const char* path);    ///< unlink(2): never a folder.
   virtual int RemoveFolder(const char* path);  ///< rmdir(2): an empty folder only.
   virtual int Rename(const char* from, const char* to);
-  /// Fails with -EEXIST when `to` exists. Where the file system has no such call: a check, then Rename.
+  /// Fails with -EEXIST when `to` exists. Where the file system has no such call: a check, then
+  /// Rename.
   virtual int RenameWithoutReplacing(const char* from, const char* to);
   virtual int ReadLink(const char* path, std::string& target);
   virtual int MakeLink(const std::string& target, const char* path);
@@ -85,7 +101,8 @@ class FileOps {
 /// The door in use: the system's own unless a test has put another in its place.
 FileOps& Files();
 
-/// Puts `ops` (not owned, may be null for the system's own) in place for the lifetime of this object.
+/// Puts `ops` (not owned, may be null for the system's own) in place for the lifetime of this
+/// object.
 class ScopedFileOps {
  public:
   explicit ScopedFileOps(FileOps* ops);
