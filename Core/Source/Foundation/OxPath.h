@@ -29,8 +29,8 @@ class OxPath {
   bool is_complete() const { return has_root_directory(); }
   OxString relative_path() const;  ///< The text without the root.
 
-  OxString leaf() const;      ///< The last component; "/" for the path "/".
-  OxString basename() const;  ///< The leaf without its last "." and what follows.
+  OxString leaf() const;       ///< The last component; "/" for the path "/".
+  OxString basename() const;   ///< The leaf without its last "." and what follows.
   OxPath branch_path() const;  ///< The parent; empty for a lone component and for "/".
   OxPath& trim_component();    ///< This path becomes its parent.
 

@@ -14,8 +14,7 @@ enum class FileKind : std::uint8_t { kRegular, kFolder, kLink, kOther };
 enum OpenFlags : unsigned {
   kOpenToRead = 1,
   kOpenToWrite = 2,
-  kOpenNew =
-      4,  ///< Create the file; fails with -EEXIST when the name exists, also as a dangling link.
+  kOpenNew = 4,  ///< Create; fails with -EEXIST when the name exists, also as a dangling link.
 };
 
 /// Permission bits of what is created, before the process's umask takes some away.
@@ -46,8 +45,7 @@ struct FolderEntry {
 
 /// The only door to the disk: one virtual function per system call that the system needs, so that a
 /// test can fail any one of them, or choose the order in which a folder lists its entries.
-///   Results: 0 or more on success; on failure the negated errno value (-ENOENT, ...). Nothing
-///   throws
+///   Results: 0 or more on success; on failure the negated errno value (-ENOENT, ...). Nothing throws
 ///            but std::bad_alloc.
 ///   Paths:   zero-terminated bytes, taken as they stand. The empty path fails with -ENOENT.
 ///   Calls:   an interrupted call (EINTR) is repeated by whoever calls, as a short transfer is.
@@ -69,8 +67,8 @@ class FileOps {
   /// Copies at most `count` bytes from file to file in the kernel and returns how many (0: the end
   /// of the source). -EXDEV, -EINVAL, -ENOSYS or -EOPNOTSUPP: this pair of files cannot; read and
   /// write.
-  virtual std::int64_t CopyRange(int from, std::uint64_t fromPosition, int to,
-                                 std::uint64_t toPosition, std::size_t count);
+  virtual std::int64_t CopyRange(int from, std::uint64_t fromPosition, int to, std::uint64_t toPosition,
+                                 std::size_t count);
   virtual int SetLength(int fd, std::uint64_t length);
 
   virtual int Status(const char* path, FileInfo& info);      ///< Follows links.
