@@ -1,0 +1,23 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+/// Whom a program trusts: tables that are made from a folder of certificates when the project is
+/// configured. This library only declares them; each program links the target that holds its own.
+namespace BuiltInTrust {
+
+struct ImplicitTrust {
+  std::array<unsigned char, 20> fingerprint;  ///< SHA-1 of the whole DER certificate.
+  std::uint32_t trust;                        ///< What OxCertificate::GetTrust() answers.
+};
+
+/// Certificates that are trusted by their fingerprint, in the order in which they are compared.
+extern const std::array<ImplicitTrust, 3> kImplicitTrust;
+
+/// The roots as PEM text without the last line end, in order.
+extern const std::span<const std::string_view> sCerts;
+
+}  // namespace BuiltInTrust

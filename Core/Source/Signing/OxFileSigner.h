@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+
+#include "Foundation/OxString.h"
+#include "Foundation/SmartPtr.h"
+#include "Signing/OxCertificate.h"
+
+/// Signs a file in place by a trailer at its end, and checks such a trailer. The file stays valid
+/// for every reader of its own format that ignores trailing bytes.
+///   Results: the codes below; nothing throws.
+///   Limits:  a signed file has less than 4 GiB.
+class OxFileSigner {
+ public:
+  enum Result : std::int32_t {
+    kSuccess = 0,
+    kCannotOpen = -1,   ///< Not there, not a regular file, not readable, or too long to be mapped.
+    kNoSignature = -3,  ///< Verify: the file has no trailer.
+    kUnreadable = -4,   ///< Verify: the trailer cannot be taken apart, or checking it failed.
+    kMismatch = -5,     ///< Verify: the signature does not belong to this content and certificate.
+    kNotTrusted =
+        -6,  ///< Verify: the signature matches, but no built-in root vouches for the signer.
+    kKeyMismatch = -7,  ///< Sign: the private key is missing or is not the certificate's own.
+  };
+
+  /// InitialiseCryptoLibrary(), once in a process. Sign() and Verify() begin with it.
+  static void LazyInit();
+
+  /// Signs the file at `path`, replacing the trailer that it may have. `ignored` is ignored; the
+  /// certificate carries the private key. Returns kSuccess, kCannotOpen (also for an empty file) or
+  /// kKeyMismatch; in the latter two cases the file is unchanged.
+  /// Only the trailer is written; the content's bytes are never touched. Deliberate: a trailer that
+  /// cannot be written gives kSuccess too; one line on standard error says so, and the end of the
+  /// file is put back as it was.
+  static std::int32_t Sign(const OxString& path, const OxString& ignored,
+                           const Hux::SmartPtr<OxCertificate>& certificate);
+
+  /// Checks the trailer of the file at `path`, which is only read. `signer` receives the commonName
+  /// for kSuccess, kMismatch and kNotTrusted and is left alone otherwise; `trust` receives the
+  /// certificate's trust value for kSuccess and 0 otherwise.
+  static std::int32_t Verify(const OxString& path, OxString& signer, unsigned long& trust);
+};
