@@ -1,0 +1,357 @@
+#include "Foundation/OxString.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <utility>
+
+#include "Foundation/Narrow.h"
+#include "Foundation/SecureZeroMemory.h"
+#include "Foundation/StringWalk.h"
+#include "Foundation/UnicodeConversion.h"
+
+// ---- Storage
+
+char* OxString::HeapBytes() const {
+  char* bytes = nullptr;
+  std::memcpy(&bytes, storage_, sizeof bytes);
+  return bytes;
+}
+
+std::uint32_t OxString::Capacity() const {
+  if (IsLocal()) return kLocalBytes;
+  std::uint32_t capacity = 0;
+  std::memcpy(&capacity, storage_ + sizeof(char*), sizeof capacity);
+  return capacity;
+}
+
+void OxString::AdoptHeap(char* bytes, std::uint32_t capacity) {
+  std::memcpy(storage_, &bytes, sizeof bytes);
+  std::memcpy(storage_ + sizeof bytes, &capacity, sizeof capacity);
+  storage_[kTagAt] = 1;
+}
+
+// Back to an empty local text; the length fields are the caller's.
+void OxString::ReleaseHeap() {
+  if (!IsLocal()) delete[] HeapBytes();
+  std::memset(storage_, 0, sizeof storage_);
+}
+
+// Room for `bytes` bytes and the terminator; the text stays.
+void OxString::Grow(std::size_t bytes) {
+  const std::uint32_t capacity = Capacity();
+  if (bytes <= capacity) return;
+  NarrowLength(bytes);
+  const std::size_t wanted = std::max(bytes, std::size_t{capacity} + capacity / 2);
+  const auto granted = static_cast<std::uint32_t>(std::min<std::size_t>(wanted, 0xFFFFFFFF));
+  char* fresh = new char[std::size_t{granted} + 1];
+  std::memcpy(fresh, Data(), std::size_t{size_} + 1);
+  if (!IsLocal()) delete[] HeapBytes();
+  AdoptHeap(fresh, granted);
+}
+
+void OxString::SetSize(std::uint32_t size) {
+  size_ = size;
+  Data()[size] = 0;
+}
+
+void OxString::StealFrom(OxString& other) noexcept {
+  std::memcpy(storage_, other.storage_, sizeof storage_);
+  std::memset(other.storage_, 0, sizeof other.storage_);
+  size_ = std::exchange(other.size_, 0);
+  length_ = std::exchange(other.length_, 0);
+  utf16_ = std::move(other.utf16_);
+}
+
+bool OxString::Owns(const char* bytes) const {
+  return !std::less<>()(bytes, Data()) && !std::less<>()(Data() + Capacity(), bytes);
+}
+
+// Takes over text that is known to be acceptable and lies outside this string.
+void OxString::AssignValid(const char* bytes, std::size_t count, std::uint32_t codePoints) {
+  DropCache();
+  if (count > Capacity()) {
+    NarrowLength(count);
+    SetSize(0);
+    Grow(count);
+  }
+  std::memcpy(Data(), bytes, count);
+  SetSize(static_cast<std::uint32_t>(count));
+  length_ = codePoints;
+}
+
+OxString::OxString(const OxString& other) {
+  AssignValid(other.Data(), other.size_, other.length_);
+}
+
+OxString::OxString(OxString&& other) noexcept {
+  StealFrom(other);
+}
+
+OxString::~OxString() {
+  if (!IsLocal()) delete[] HeapBytes();
+}
+
+OxString& OxString::operator=(const OxString& other) {
+  if (this != &other) AssignValid(other.Data(), other.size_, other.length_);
+  return *this;
+}
+
+OxString& OxString::operator=(OxString&& other) noexcept {
+  if (this == &other) return *this;
+  if (!IsLocal()) delete[] HeapBytes();
+  StealFrom(other);
+  return *this;
+}
+
+OxString& OxString::clear() {
+  DropCache();
+  ReleaseHeap();
+  size_ = 0;
+  length_ = 0;
+  return *this;
+}
+
+void OxString::secure_clear() {
+  if (!IsLocal()) SecureZeroMemory(HeapBytes(), std::size_t{Capacity()} + 1);
+  if (utf16_ != nullptr) utf16_->SecureClear();
+  clear();
+  SecureZeroMemory(storage_, sizeof storage_);
+}
+
+void OxString::reserve(std::size_t bytes) {
+  Grow(bytes);
+}
+
+// ---- Setting
+
+OxString& OxString::set(const char* utf8) {
+  return set(utf8, utf8 == nullptr ? 0 : std::strlen(utf8));
+}
+
+OxString& OxString::set(const char* utf8, std::size_t bytes) {
+  if (utf8 == nullptr || bytes == 0) return clear();
+  std::size_t codePoints = 0;
+  if (!StringWalk::Validate({utf8, bytes}, codePoints)) {
+    clear();
+    throw InvalidEncoding();
+  }
+  if (Owns(utf8)) {
+    OxString copy;
+    copy.AssignValid(utf8, bytes, NarrowLength(codePoints));
+    return *this = std::move(copy);
+  }
+  AssignValid(utf8, bytes, NarrowLength(codePoints));
+  return *this;
+}
+
+OxString& OxString::set(const unsigned short* utf16) {
+  std::size_t units = 0;
+  while (utf16 != nullptr && utf16[units] != 0) ++units;
+  return set(utf16, units);
+}
+
+OxString& OxString::set(const unsigned short* utf16, std::size_t units) {
+  constexpr std::size_t kBytesPerUnit = 4;
+  if (utf16 == nullptr || units == 0) return clear();
+  OxString converted;
+  converted.Grow(units * kBytesPerUnit);
+  std::size_t codePoints = 0;
+  try {
+    const std::size_t bytes =
+        ConvertUTF16ToUTF8(utf16, reinterpret_cast<unsigned char*>(converted.Data()), units, codePoints);
+    converted.SetSize(NarrowLength(bytes));
+  } catch (...) {
+    clear();
+    throw;
+  }
+  converted.length_ = NarrowLength(codePoints);
+  // A copy that fits: four bytes per unit are far more than most text needs.
+  return *this = std::as_const(converted);
+}
+
+OxString& OxString::SetCodePoint(unsigned long codePoint) {
+  clear();
+  return AppendCodePoint(codePoint);
+}
+
+OxString& OxString::format(const char* fmt, ...) {
+  va_list arguments;
+  va_start(arguments, fmt);
+  format_v(fmt, arguments);
+  va_end(arguments);
+  return *this;
+}
+
+OxString& OxString::format_v(const char* fmt, va_list arguments) {
+  if (fmt == nullptr || *fmt == 0) return clear();
+  char* printed = nullptr;
+  if (vasprintf(&printed, fmt, arguments) < 0) return *this;
+  const std::unique_ptr<char, decltype(&std::free)> owner(printed, &std::free);
+  return set(printed);
+}
+
+// ---- Walking
+
+// Where walks over the characters stop: the first zero byte.
+const char* OxString::TextEnd() const {
+  return Data() + strnlen(Data(), size_);
+}
+
+// The first byte of character `index`, or null when the text ends before it.
+const char* OxString::FindCharPos(Index index) const {
+  if (index < 0) return nullptr;
+  const auto target = static_cast<std::uint64_t>(index);
+  if (is_ascii()) {
+    if (target >= size_ || std::memchr(Data(), 0, target + 1) != nullptr) return nullptr;
+    return Data() + target;
+  }
+  const char* p = Data();
+  for (std::uint64_t i = 0; i < target && *p != 0; ++i) p += StringWalk::SequenceLength(p);
+  return *p == 0 ? nullptr : p;
+}
+
+// The character behind the one at `p`, or null at the end.
+const char* OxString::NextCharPos(const char* p) const {
+  const char* next = p + StringWalk::SequenceLength(p);
+  return next >= Data() + size_ || *next == 0 ? nullptr : next;
+}
+
+// The character before the one at `p`, or null at the front.
+const char* OxString::PrevCharPos(const char* p) const {
+  if (p == Data()) return nullptr;
+  do {
+    --p;
+  } while (p > Data() && StringWalk::IsContinuation(*p));
+  return p;
+}
+
+const char* OxString::LastCharPos() const {
+  return size_ == 0 ? nullptr : PrevCharPos(Data() + size_);
+}
+
+// The bytes of up to `count` characters from `p`, fewer where the text ends.
+std::size_t OxString::BytesInRange(const char* p, std::uint64_t count) const {
+  const auto left = static_cast<std::uint64_t>(Data() + size_ - p);
+  if (is_ascii()) return strnlen(p, std::min(count, left));
+  const char* at = p;
+  for (std::uint64_t i = 0; i < count && *at != 0; ++i) at += StringWalk::SequenceLength(at);
+  return static_cast<std::size_t>(at - p);
+}
+
+// ---- Access
+
+const unsigned short* OxString::u_str() const {
+  if (utf16_ == nullptr) {
+    auto units = std::make_unique<OxBuffer>();
+    if (!empty() && get_utf16(*units) == nullptr) return nullptr;
+    units->Append('\0');
+    units->Append('\0');
+    utf16_ = std::move(units);
+  }
+  return reinterpret_cast<const unsigned short*>(utf16_->data());
+}
+
+const char* OxString::get_utf8(OxBuffer& out) const {
+  try {
+    if (size_ == 0) {
+      out.Clear();
+    } else {
+      out.Assign(Data(), std::size_t{size_} + 1);
+    }
+    return out.data();
+  } catch (...) {
+    out.Clear();
+    return nullptr;
+  }
+}
+
+const char* OxString::get_utf16(OxBuffer& out) const {
+  try {
+    // A length that is wrong after an erase past the end must not lead the conversion astray.
+    if (length_ > StringWalk::CountCharacters(view())) throw ::InvalidEncoding();
+    const auto* bytes = reinterpret_cast<const unsigned char*>(Data());
+    out.SetLength(2 * ConvertUTF8ToUTF16(bytes, nullptr, length_));
+    if (out.length() > 0) {
+      ConvertUTF8ToUTF16(bytes, reinterpret_cast<unsigned short*>(out.data()), length_);
+    }
+    return out.data();
+  } catch (...) {
+    out.Clear();
+    return nullptr;
+  }
+}
+
+int OxString::operator[](std::size_t index) const {
+  if (index >= length_ || index >= size_) throw OutOfRange();
+  if (index > 0) return static_cast<signed char>(Data()[index]);
+  return static_cast<int>(StringWalk::Decode(Data()));
+}
+
+int OxString::to_int() const {
+  bool begun = false;
+  bool negative = false;
+  std::uint32_t value = 0;
+  const char* end = TextEnd();
+  for (const char* p = Data(); p < end; ++p) {
+    const bool digit = *p >= '0' && *p <= '9';
+    if (begun && !digit) break;
+    if (digit) {
+      begun = true;
+      value = value * 10 + static_cast<std::uint32_t>(*p - '0');
+    } else if (*p == '-' || *p == '+') {
+      begun = true;
+      negative = *p == '-';
+    }
+  }
+  return static_cast<std::int32_t>(negative ? 0U - value : value);
+}
+
+double OxString::to_double() const {
+  return std::atof(c_str());
+}
+
+// ---- Iteration
+
+OxString::const_iterator OxString::begin() const {
+  return {this, size_ == 0 ? nullptr : Data(), 0};
+}
+
+OxString::const_iterator OxString::end() const {
+  return {this, nullptr, length_};
+}
+
+unsigned long OxString::const_iterator::operator*() const {
+  if (position_ == nullptr || index_ > text_->length_) throw OutOfBounds();
+  return StringWalk::Decode(position_);
+}
+
+OxString::const_iterator& OxString::const_iterator::operator++() {
+  ++index_;
+  if (position_ != nullptr) position_ = text_->NextCharPos(position_);
+  return *this;
+}
+
+OxString::const_iterator OxString::const_iterator::operator++(int) {
+  const const_iterator before = *this;
+  ++*this;
+  return before;
+}
+
+OxString::const_iterator& OxString::const_iterator::operator+=(std::size_t count) {
+  index_ += count;
+  if (text_ == nullptr || index_ >= text_->length_) {
+    position_ = nullptr;
+    return *this;
+  }
+  for (; count > 0 && position_ != nullptr; --count) position_ = text_->NextCharPos(position_);
+  return *this;
+}
+
+OxString::const_iterator OxString::const_iterator::operator+(std::size_t count) const {
+  const_iterator moved = *this;
+  moved += count;
+  return moved;
+}

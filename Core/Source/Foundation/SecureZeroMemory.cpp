@@ -1,0 +1,7 @@
+#include "Foundation/SecureZeroMemory.h"
+
+#include <cstring>
+
+void SecureZeroMemory(void* memory, std::size_t count) {
+  if (count > 0) explicit_bzero(memory, count);
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "Foundation/OxString.h"
+#include "Foundation/UnicodeConversion.h"
+
+/// Steps over UTF-8 bytes that the sources of the string share; `char` pointers throughout.
+namespace StringWalk {
+
+inline bool IsContinuation(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+/// Bytes of the character at `p`; throws OxString::InvalidEncoding for a byte that begins none.
+inline unsigned short SequenceLength(const char* p) {
+  const unsigned short length = GetUTF8SequenceLength(static_cast<unsigned char>(*p));
+  if (length == 0) throw OxString::InvalidEncoding();
+  return length;
+}
+
+/// The code point at `p`, whose bytes are all there.
+inline unsigned long Decode(const char* p) {
+  unsigned short length = 0;
+  return UTF8CharToUnicode(reinterpret_cast<const unsigned char*>(p), length);
+}
+
+bool IsAscii(std::string_view utf8);
+
+/// Characters in bytes that are acceptable: every byte that continues none begins one.
+std::size_t CountCharacters(std::string_view utf8);
+
+/// Whether the bytes are acceptable to the string, and how many characters they hold.
+bool Validate(std::string_view utf8, std::size_t& codePoints);
+
+}  // namespace StringWalk
