@@ -1,0 +1,70 @@
+#include "Posix/Interruption.h"
+
+#include <array>
+#include <atomic>
+#include <utility>
+
+#include <signal.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::array<int, 3> kInterruptions = {SIGINT, SIGTERM, SIGHUP};
+
+std::atomic<const char*> fileToRemove = nullptr;
+static_assert(std::atomic<const char*>::is_always_lock_free, "a signal handler reads it");
+
+// Only calls that are safe inside a handler. The handling was reset to the default on entry and the
+// signal is held back while the handler runs, so that raising it again ends the process on return.
+void RemoveAndEnd(int number) {
+  const char* path = fileToRemove.load();
+  if (path != nullptr) ::unlink(path);
+  ::raise(number);
+}
+
+sigset_t InterruptionSet() {
+  sigset_t set;
+  ::sigemptyset(&set);
+  for (int number : kInterruptions) ::sigaddset(&set, number);
+  return set;
+}
+
+}  // namespace
+
+void Posix::IgnoreWriteSignals() {
+  ::signal(SIGPIPE, SIG_IGN);
+  ::signal(SIGXFSZ, SIG_IGN);
+}
+
+struct Posix::InterruptionGuard::Saved {
+  sigset_t mask;
+  std::array<struct sigaction, kInterruptions.size()> actions;
+};
+
+Posix::InterruptionGuard::InterruptionGuard(std::string path)
+    : path_(std::move(path)), saved_(std::make_unique<Saved>()) {
+  const sigset_t interruptions = InterruptionSet();
+  ::sigprocmask(SIG_BLOCK, &interruptions, &saved_->mask);
+  struct sigaction action = {};
+  action.sa_handler = RemoveAndEnd;
+  action.sa_mask = interruptions;
+  action.sa_flags = static_cast<int>(SA_RESETHAND);
+  for (std::size_t i = 0; i < kInterruptions.size(); ++i) {
+    ::sigaction(kInterruptions[i], nullptr, &saved_->actions[i]);
+    if (saved_->actions[i].sa_handler == SIG_IGN) continue;
+    ::sigaction(kInterruptions[i], &action, nullptr);
+  }
+}
+
+void Posix::InterruptionGuard::Arm() {
+  fileToRemove = path_.c_str();
+  ::sigprocmask(SIG_SETMASK, &saved_->mask, nullptr);
+}
+
+Posix::InterruptionGuard::~InterruptionGuard() {
+  fileToRemove = nullptr;
+  for (std::size_t i = 0; i < kInterruptions.size(); ++i) {
+    ::sigaction(kInterruptions[i], &saved_->actions[i], nullptr);
+  }
+  ::sigprocmask(SIG_SETMASK, &saved_->mask, nullptr);
+}

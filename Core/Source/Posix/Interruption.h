@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace Posix {
+
+/// Ignores SIGPIPE and SIGXFSZ for the process: the write that would raise them fails instead.
+void IgnoreWriteSignals();
+
+/// Takes a half-made file away when the user interrupts: on SIGINT, SIGTERM or SIGHUP the file is
+/// removed and the process ends by that signal.
+///   Shape:  made -> the caller opens its file -> Arm() -> destroyed. Between construction and
+///   Arm() the
+///           signals are held back, so that a file that could not be opened is never removed and
+///           one that was is never left.
+///   Ignored signals (nohup, background jobs) stay ignored.
+///   One at a time; the destructor puts the former handling back.
+class InterruptionGuard {
+ public:
+  explicit InterruptionGuard(std::string path);
+  InterruptionGuard(const InterruptionGuard&) = delete;
+  InterruptionGuard& operator=(const InterruptionGuard&) = delete;
+  ~InterruptionGuard();
+
+  void Arm();
+
+ private:
+  struct Saved;
+
+  std::string path_;
+  std::unique_ptr<Saved> saved_;
+};
+
+}  // namespace Posix

@@ -1,0 +1,29 @@
+#include "Posix/StandardStreams.h"
+
+#include <cstdio>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+// The lowest free number is the one that open(2) gives, so going upward fills each gap in turn.
+void OccupyClosedDescriptors() {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    if (::fcntl(descriptor, F_GETFD) == -1) static_cast<void>(::open("/dev/null", O_RDONLY));
+  }
+}
+
+}  // namespace
+
+void Posix::PrepareStandardStreams() {
+  OccupyClosedDescriptors();
+  static char buffer[1 << 16];
+  if (::isatty(STDOUT_FILENO) == 0) std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
+}
+
+bool Posix::ReaderOfStandardOutputIsGone() {
+  pollfd output = {.fd = STDOUT_FILENO, .events = 0, .revents = 0};
+  return ::poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+}
