@@ -60,6 +60,7 @@ class FileOps {
   /// so neither a FIFO nor a device can hold the caller up; what was opened is the caller's to
   /// check.
   virtual int Open(const char* path, unsigned flags);
+  /// The descriptor is given up whatever the result; an interrupted close counts as done.
   virtual int Close(int fd);
   virtual std::int64_t ReadAt(int fd, std::span<std::byte> out, std::uint64_t position);
   /// Writes the pieces one after the other, starting at `position`, in one system call.
@@ -79,7 +80,8 @@ class FileOps {
   virtual int Map(int fd, std::size_t length, const std::byte*& address);
   virtual int Unmap(const std::byte* address, std::size_t length);
 
-  /// Appends every entry but "." and ".." in the order in which the file system lists them.
+  /// Appends every entry but "." and ".." in the order in which the file system lists them; nothing
+  /// is appended on failure.
   virtual int ListFolder(const char* path, std::vector<FolderEntry>& entries);
   virtual int MakeFolder(const char* path, unsigned permissions);
   virtual int RemoveFile(const char* path);    ///< unlink(2): never a folder.
@@ -90,7 +92,9 @@ class FileOps {
   virtual int RenameWithoutReplacing(const char* from, const char* to);
   virtual int ReadLink(const char* path, std::string& target);
   virtual int MakeLink(const std::string& target, const char* path);
-  virtual int CopyAttributes(int from, int to);  ///< Permission bits and modification time.
+  /// The permission bits (those that lend a user's or group's rights are left out) and the time of
+  /// the last modification.
+  virtual int CopyAttributes(int from, int to);
 
   virtual int CurrentFolder(std::string& path);
   virtual int ChangeFolder(const char* path);

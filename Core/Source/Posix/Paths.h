@@ -5,7 +5,8 @@
 namespace Posix {
 
 /// `path` made absolute against the working directory, its existing part resolved through the file
-/// system (links followed) and the rest tidied by text; when that fails, the path only made absolute.
+/// system (links followed) and the rest tidied by text; when that fails, the path only made
+/// absolute.
 std::string ResolvePath(const std::string& path);
 
 /// The folder for temporary files.

@@ -1,0 +1,125 @@
+#include "Support/FaultyFileOps.h"
+
+#include <algorithm>
+
+namespace Support {
+
+bool FaultyFileOps::Fails(FileCall call) {
+  if (plan_.only != FileCall::kAny && plan_.only != call) return false;
+  ++calls_;
+  const bool fails = plan_.failCall != 0 &&
+                     (calls_ == plan_.failCall || (plan_.keepFailing && calls_ > plan_.failCall));
+  fired_ |= fails;
+  return fails;
+}
+
+std::size_t FaultyFileOps::Bounded(std::size_t count) const {
+  return plan_.mostBytes == 0 ? count : std::min(count, plan_.mostBytes);
+}
+
+int FaultyFileOps::Close(int fd) {
+  const int result = FileOps::Close(fd);
+  return Fails(FileCall::kClose) ? -plan_.error : result;
+}
+
+int FaultyFileOps::Unmap(const std::byte* address, std::size_t length) {
+  const int result = FileOps::Unmap(address, length);
+  return Fails(FileCall::kUnmap) ? -plan_.error : result;
+}
+
+std::int64_t FaultyFileOps::ReadAt(int fd, std::span<std::byte> out, std::uint64_t position) {
+  if (Fails(FileCall::kReadAt)) return -plan_.error;
+  return FileOps::ReadAt(fd, out.first(Bounded(out.size())), position);
+}
+
+std::int64_t FaultyFileOps::WriteAt(int fd, std::span<const iovec> pieces, std::uint64_t position) {
+  if (Fails(FileCall::kWriteAt)) return -plan_.error;
+  if (plan_.mostBytes == 0) return FileOps::WriteAt(fd, pieces, position);
+  const auto piece = std::find_if(pieces.begin(), pieces.end(),
+                                  [](const iovec& candidate) { return candidate.iov_len > 0; });
+  if (piece == pieces.end()) return 0;
+  const iovec some = {piece->iov_base, Bounded(piece->iov_len)};
+  return FileOps::WriteAt(fd, {&some, 1}, position);
+}
+
+std::int64_t FaultyFileOps::CopyRange(int from, std::uint64_t fromPosition, int to,
+                                      std::uint64_t toPosition, std::size_t count) {
+  if (Fails(FileCall::kCopyRange)) return -plan_.error;
+  return FileOps::CopyRange(from, fromPosition, to, toPosition, Bounded(count));
+}
+
+int FaultyFileOps::ListFolder(const char* path, std::vector<Posix::FolderEntry>& entries) {
+  if (Fails(FileCall::kListFolder)) return -plan_.error;
+  std::vector<Posix::FolderEntry> found;
+  const int result = FileOps::ListFolder(path, found);
+  if (plan_.order) plan_.order(found);
+  entries.insert(entries.end(), found.begin(), found.end());
+  return result;
+}
+
+int FaultyFileOps::Open(const char* path, int flags, mode_t mode) {
+  return Fails(FileCall::kOpen) ? -plan_.error : FileOps::Open(path, flags, mode);
+}
+
+int FaultyFileOps::SetLength(int fd, std::uint64_t length) {
+  return Fails(FileCall::kSetLength) ? -plan_.error : FileOps::SetLength(fd, length);
+}
+
+int FaultyFileOps::Status(const char* path, Posix::FileInfo& info) {
+  return Fails(FileCall::kStatus) ? -plan_.error : FileOps::Status(path, info);
+}
+
+int FaultyFileOps::LinkStatus(const char* path, Posix::FileInfo& info) {
+  return Fails(FileCall::kLinkStatus) ? -plan_.error : FileOps::LinkStatus(path, info);
+}
+
+int FaultyFileOps::OpenStatus(int fd, Posix::FileInfo& info) {
+  return Fails(FileCall::kOpenStatus) ? -plan_.error : FileOps::OpenStatus(fd, info);
+}
+
+int FaultyFileOps::Map(int fd, std::size_t length, const std::byte*& address) {
+  return Fails(FileCall::kMap) ? -plan_.error : FileOps::Map(fd, length, address);
+}
+
+int FaultyFileOps::MakeFolder(const char* path, mode_t mode) {
+  return Fails(FileCall::kMakeFolder) ? -plan_.error : FileOps::MakeFolder(path, mode);
+}
+
+int FaultyFileOps::RemoveFile(const char* path) {
+  return Fails(FileCall::kRemoveFile) ? -plan_.error : FileOps::RemoveFile(path);
+}
+
+int FaultyFileOps::RemoveFolder(const char* path) {
+  return Fails(FileCall::kRemoveFolder) ? -plan_.error : FileOps::RemoveFolder(path);
+}
+
+int FaultyFileOps::Rename(const char* from, const char* to) {
+  return Fails(FileCall::kRename) ? -plan_.error : FileOps::Rename(from, to);
+}
+
+int FaultyFileOps::RenameWithoutReplacing(const char* from, const char* to) {
+  return Fails(FileCall::kRenameWithoutReplacing) ? -plan_.error
+                                                  : FileOps::RenameWithoutReplacing(from, to);
+}
+
+int FaultyFileOps::ReadLink(const char* path, std::string& target) {
+  return Fails(FileCall::kReadLink) ? -plan_.error : FileOps::ReadLink(path, target);
+}
+
+int FaultyFileOps::MakeLink(const std::string& target, const char* path) {
+  return Fails(FileCall::kMakeLink) ? -plan_.error : FileOps::MakeLink(target, path);
+}
+
+int FaultyFileOps::CopyAttributes(int from, int to) {
+  return Fails(FileCall::kCopyAttributes) ? -plan_.error : FileOps::CopyAttributes(from, to);
+}
+
+int FaultyFileOps::CurrentFolder(std::string& path) {
+  return Fails(FileCall::kCurrentFolder) ? -plan_.error : FileOps::CurrentFolder(path);
+}
+
+int FaultyFileOps::ChangeFolder(const char* path) {
+  return Fails(FileCall::kChangeFolder) ? -plan_.error : FileOps::ChangeFolder(path);
+}
+
+}  // namespace Support

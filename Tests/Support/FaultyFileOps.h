@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cerrno>
+#include <cstddef>
+#include <functional>
+#include <utility>
+#include <vector>
+
+#include "Posix/FileOps.h"
+
+namespace Support {
+
+enum class FileCall {
+  kAny,
+  kOpen,
+  kClose,
+  kReadAt,
+  kWriteAt,
+  kCopyRange,
+  kSetLength,
+  kStatus,
+  kLinkStatus,
+  kOpenStatus,
+  kMap,
+  kUnmap,
+  kListFolder,
+  kMakeFolder,
+  kRemoveFile,
+  kRemoveFolder,
+  kRename,
+  kRenameWithoutReplacing,
+  kReadLink,
+  kMakeLink,
+  kCopyAttributes,
+  kCurrentFolder,
+  kChangeFolder,
+};
+
+struct FaultPlan {
+  int failCall = 0;                ///< Which of the counted calls fails: 1 is the first, 0 none.
+  int error = EIO;                 ///< The errno value it fails with.
+  FileCall only = FileCall::kAny;  ///< Which calls are counted.
+  bool keepFailing = false;        ///< Every counted call from that one on fails.
+  std::size_t mostBytes = 0;       ///< What one transfer moves at most; 0 for no bound.
+  /// Rearranges what ListFolder() found.
+  std::function<void(std::vector<Posix::FolderEntry>&)> order;
+};
+
+/// The system's file operations, failing where the plan says. In place from its making to its end.
+/// A failing Close() or Unmap() has still closed or unmapped; any other failing call did nothing.
+class FaultyFileOps final : public Posix::FileOps {
+ public:
+  explicit FaultyFileOps(FaultPlan plan) : plan_(std::move(plan)), installed_(this) {}
+
+  bool Fired() const { return fired_; }
+  int Calls() const { return calls_; }  ///< How many calls were counted.
+
+  int Open(const char* path, int flags, mode_t mode) override;
+  int Close(int fd) override;
+  std::int64_t ReadAt(int fd, std::span<std::byte> out, std::uint64_t position) override;
+  std::int64_t WriteAt(int fd, std::span<const iovec> pieces, std::uint64_t position) override;
+  std::int64_t CopyRange(int from, std::uint64_t fromPosition, int to, std::uint64_t toPosition,
+                         std::size_t count) override;
+  int SetLength(int fd, std::uint64_t length) override;
+  int Status(const char* path, Posix::FileInfo& info) override;
+  int LinkStatus(const char* path, Posix::FileInfo& info) override;
+  int OpenStatus(int fd, Posix::FileInfo& info) override;
+  int Map(int fd, std::size_t length, const std::byte*& address) override;
+  int Unmap(const std::byte* address, std::size_t length) override;
+  int ListFolder(const char* path, std::vector<Posix::FolderEntry>& entries) override;
+  int MakeFolder(const char* path, mode_t mode) override;
+  int RemoveFile(const char* path) override;
+  int RemoveFolder(const char* path) override;
+  int Rename(const char* from, const char* to) override;
+  int RenameWithoutReplacing(const char* from, const char* to) override;
+  int ReadLink(const char* path, std::string& target) override;
+  int MakeLink(const std::string& target, const char* path) override;
+  int CopyAttributes(int from, int to) override;
+  int CurrentFolder(std::string& path) override;
+  int ChangeFolder(const char* path) override;
+
+ private:
+  bool Fails(FileCall call);
+  std::size_t Bounded(std::size_t count) const;
+
+  FaultPlan plan_;
+  int calls_ = 0;
+  bool fired_ = false;
+  Posix::ScopedFileOps installed_;
+};
+
+}  // namespace Support
