@@ -32,13 +32,14 @@ std::int64_t FaultyFileOps::ReadAt(int fd, std::span<std::byte> out, std::uint64
   return FileOps::ReadAt(fd, out.first(Bounded(out.size())), position);
 }
 
-std::int64_t FaultyFileOps::WriteAt(int fd, std::span<const iovec> pieces, std::uint64_t position) {
+std::int64_t FaultyFileOps::WriteAt(int fd, std::span<const Posix::Piece> pieces,
+                                    std::uint64_t position) {
   if (Fails(FileCall::kWriteAt)) return -plan_.error;
   if (plan_.mostBytes == 0) return FileOps::WriteAt(fd, pieces, position);
-  const auto piece = std::find_if(pieces.begin(), pieces.end(),
-                                  [](const iovec& candidate) { return candidate.iov_len > 0; });
+  const auto piece = std::find_if_not(pieces.begin(), pieces.end(),
+                                      [](Posix::Piece candidate) { return candidate.empty(); });
   if (piece == pieces.end()) return 0;
-  const iovec some = {piece->iov_base, Bounded(piece->iov_len)};
+  const Posix::Piece some = piece->first(Bounded(piece->size()));
   return FileOps::WriteAt(fd, {&some, 1}, position);
 }
 
@@ -57,8 +58,8 @@ int FaultyFileOps::ListFolder(const char* path, std::vector<Posix::FolderEntry>&
   return result;
 }
 
-int FaultyFileOps::Open(const char* path, int flags, mode_t mode) {
-  return Fails(FileCall::kOpen) ? -plan_.error : FileOps::Open(path, flags, mode);
+int FaultyFileOps::Open(const char* path, unsigned flags) {
+  return Fails(FileCall::kOpen) ? -plan_.error : FileOps::Open(path, flags);
 }
 
 int FaultyFileOps::SetLength(int fd, std::uint64_t length) {
@@ -81,8 +82,8 @@ int FaultyFileOps::Map(int fd, std::size_t length, const std::byte*& address) {
   return Fails(FileCall::kMap) ? -plan_.error : FileOps::Map(fd, length, address);
 }
 
-int FaultyFileOps::MakeFolder(const char* path, mode_t mode) {
-  return Fails(FileCall::kMakeFolder) ? -plan_.error : FileOps::MakeFolder(path, mode);
+int FaultyFileOps::MakeFolder(const char* path, unsigned permissions) {
+  return Fails(FileCall::kMakeFolder) ? -plan_.error : FileOps::MakeFolder(path, permissions);
 }
 
 int FaultyFileOps::RemoveFile(const char* path) {

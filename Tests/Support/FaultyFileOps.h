@@ -55,10 +55,10 @@ class FaultyFileOps final : public Posix::FileOps {
   bool Fired() const { return fired_; }
   int Calls() const { return calls_; }  ///< How many calls were counted.
 
-  int Open(const char* path, int flags, mode_t mode) override;
+  int Open(const char* path, unsigned flags) override;
   int Close(int fd) override;
   std::int64_t ReadAt(int fd, std::span<std::byte> out, std::uint64_t position) override;
-  std::int64_t WriteAt(int fd, std::span<const iovec> pieces, std::uint64_t position) override;
+  std::int64_t WriteAt(int fd, std::span<const Posix::Piece> pieces, std::uint64_t position) override;
   std::int64_t CopyRange(int from, std::uint64_t fromPosition, int to, std::uint64_t toPosition,
                          std::size_t count) override;
   int SetLength(int fd, std::uint64_t length) override;
@@ -68,7 +68,7 @@ class FaultyFileOps final : public Posix::FileOps {
   int Map(int fd, std::size_t length, const std::byte*& address) override;
   int Unmap(const std::byte* address, std::size_t length) override;
   int ListFolder(const char* path, std::vector<Posix::FolderEntry>& entries) override;
-  int MakeFolder(const char* path, mode_t mode) override;
+  int MakeFolder(const char* path, unsigned permissions) override;
   int RemoveFile(const char* path) override;
   int RemoveFolder(const char* path) override;
   int Rename(const char* from, const char* to) override;

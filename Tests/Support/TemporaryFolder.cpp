@@ -12,8 +12,7 @@ namespace Support {
 
 namespace fs = std::filesystem;
 
-TemporaryFolder::TemporaryFolder()
-    : path_(fs::canonical(fs::temp_directory_path()) / "ox-test-XXXXXX") {
+TemporaryFolder::TemporaryFolder() : path_(fs::canonical(fs::temp_directory_path()) / "ox-test-XXXXXX") {
   if (::mkdtemp(path_.data()) == nullptr) {
     throw std::system_error(errno, std::generic_category(), path_);
   }

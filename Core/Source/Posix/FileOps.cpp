@@ -1,8 +1,8 @@
 #include "Posix/FileOps.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace Posix {
@@ -19,6 +20,9 @@ namespace Posix {
 namespace {
 
 static_assert(sizeof(off_t) == sizeof(std::int64_t), "File positions need 64 bits");
+
+// More pieces than these are left to the next call, as in any short transfer.
+constexpr std::size_t kMostPieces = 16;
 
 struct FolderCloser {
   void operator()(DIR* folder) const { ::closedir(folder); }
@@ -28,6 +32,14 @@ using FolderHandle = std::unique_ptr<DIR, FolderCloser>;
 template <typename Number>
 Number ResultOf(Number returned) {
   return returned < 0 ? static_cast<Number>(-errno) : returned;
+}
+
+int NativeFlags(unsigned flags) {
+  const bool reads = (flags & kOpenToRead) != 0;
+  const bool writes = (flags & kOpenToWrite) != 0;
+  const int access = writes ? (reads ? O_RDWR : O_WRONLY) : O_RDONLY;
+  const int creation = (flags & kOpenNew) != 0 ? O_CREAT | O_EXCL : 0;
+  return access | creation | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 }
 
 bool IsPosition(std::uint64_t number) {
@@ -87,8 +99,8 @@ FileOps* g_replacement = nullptr;
 
 }  // namespace
 
-int FileOps::Open(const char* path, int flags, mode_t mode) {
-  return ResultOf(::open(path, flags | O_CLOEXEC | O_NONBLOCK, mode));
+int FileOps::Open(const char* path, unsigned flags) {
+  return ResultOf(::open(path, NativeFlags(flags), kFilePermissions));
 }
 
 int FileOps::Close(int fd) {
@@ -101,10 +113,15 @@ std::int64_t FileOps::ReadAt(int fd, std::span<std::byte> out, std::uint64_t pos
   return ResultOf(::pread(fd, out.data(), out.size(), static_cast<off_t>(position)));
 }
 
-std::int64_t FileOps::WriteAt(int fd, std::span<const iovec> pieces, std::uint64_t position) {
+std::int64_t FileOps::WriteAt(int fd, std::span<const Piece> pieces, std::uint64_t position) {
   if (!IsPosition(position)) return -EFBIG;
-  const int count = static_cast<int>(std::min<std::size_t>(pieces.size(), IOV_MAX));
-  return ResultOf(::pwritev(fd, pieces.data(), count, static_cast<off_t>(position)));
+  std::array<iovec, kMostPieces> native;
+  const std::size_t count = std::min(pieces.size(), native.size());
+  std::transform(pieces.begin(), pieces.begin() + static_cast<std::ptrdiff_t>(count), native.begin(),
+                 [](Piece piece) {
+                   return iovec{const_cast<std::byte*>(piece.data()), piece.size()};
+                 });
+  return ResultOf(::pwritev(fd, native.data(), static_cast<int>(count), static_cast<off_t>(position)));
 }
 
 std::int64_t FileOps::CopyRange(int from, std::uint64_t fromPosition, int to, std::uint64_t toPosition,
