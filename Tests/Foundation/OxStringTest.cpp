@@ -133,7 +133,9 @@ TEST(OxString, ComparesUtf16UnitsWithSimpleFolding) {
     EXPECT_EQ(OxString(c.a).compare(c.b), c.exact) << c.a << " " << c.b;
     EXPECT_EQ(OxString(c.a).compare(c.b, OxString::kCaseInsensitive), c.folded) << c.a << " " << c.b;
     EXPECT_EQ(CompareNoCase(c.a, c.b), c.folded);
-    if (c.folded == 0) EXPECT_EQ(HashNoCase(std::string_view(c.a)), HashNoCase(std::string_view(c.b)));
+    if (c.folded == 0) {
+      EXPECT_EQ(HashNoCase(std::string_view(c.a)), HashNoCase(std::string_view(c.b)));
+    }
   }
   EXPECT_TRUE(OxString("a") < OxString("b"));
   EXPECT_EQ(HashNoCase(OxString("Icon.PNG")), HashNoCase(OxString("icon.png")));
@@ -215,8 +217,7 @@ TEST(OxString, Formatting) {
   OxString text;
   EXPECT_EQ(Text(text.format("%s-%d", "a", 7)), "a-7");
   EXPECT_EQ(Text(text.format("%s", std::string(5000, 'x').c_str())), std::string(5000, 'x'));
-  const char* none = nullptr;
-  EXPECT_TRUE(text.format_v(none, va_list{}).empty());
+  EXPECT_EQ(Text(text.format("%.0s", "x")), "");
 }
 
 TEST(OxString, IteratorsEndWithTheText) {
