@@ -68,7 +68,8 @@ TEST(OxPath, Joining) {
     EXPECT_EQ(Text(OxPath(left).append_component(OxString(right))), joined);
   }
   OxPath self("a/b");
-  self /= self;
+  const OxPath& same = self;
+  self /= same;
   EXPECT_EQ(Text(self), "a/b/a/b");
 }
 
