@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "Foundation/OxBuffer.h"
+#include "Foundation/OxString.h"
+
+/// Bytes with a read cursor: writers append at the end, readers take from the cursor on.
+///   Owns:    its bytes.
+///   Cursor:  every write puts it back at the first byte. Reading moves it, also on a const object.
+///   Errors:  a read past the end throws OutOfData and consumes nothing, unless an operation says
+///            otherwise. An object without bytes never throws when read: it gives 0 or nothing.
+class OxBinaryData : private OxBuffer {
+ public:
+  /// Fewer bytes are left than were asked for.
+  class OutOfData {};
+
+  /// Byte order of an integer; any other value means kLittleEndian.
+  enum WhichEnd { kBigEndian = 1, kLittleEndian = 2 };
+
+  OxBinaryData() = default;
+  explicit OxBinaryData(const OxBuffer& bytes);
+  /// A negative length gives no bytes.
+  OxBinaryData(const char* bytes, int length);
+  explicit OxBinaryData(const char* text);
+  /// The copy's cursor stands at the first byte, wherever the source's is.
+  OxBinaryData(const OxBinaryData& other);
+  OxBinaryData& operator=(const OxBinaryData& other);
+  virtual ~OxBinaryData() = default;
+
+  using OxBuffer::empty;
+  using OxBuffer::length;
+  using OxBuffer::view;
+
+  void Assign(const char* bytes, unsigned long count);
+  /// Takes the buffer's bytes over without copying them.
+  void Adopt(OxBuffer&& bytes);
+  void Append(const char* text);  ///< Zero-terminated; the terminator is not copied.
+  void Append(const char* bytes, unsigned long count);
+  void Append(const OxBinaryData& other);
+  void Append(const OxBuffer& bytes);
+
+  void AddUInt8(unsigned char value);
+  void AddChar(char value) { AddUInt8(static_cast<unsigned char>(value)); }
+  void AddUInt16(unsigned short value, WhichEnd end);
+  /// The low 32 bits.
+  void AddUInt32(unsigned long value, WhichEnd end);
+  /// Deliberate: with kBigEndian the high 32 bits, most significant byte first, and then four zero
+  /// bytes; a value below 2^32 is eight zero bytes.
+  void AddUInt64(unsigned long long value, WhichEnd end);
+  /// The text's UTF-8 and one zero byte.
+  void AddNullTerminatedString(const OxString& text);
+
+  void Reset() const { cursor_ = 0; }
+  /// Throws OxBuffer::OutOfRange beyond the length; the length itself leaves nothing to read.
+  void MoveTo(unsigned long offset) const;
+  /// Not checked: past the end, every later read throws OutOfData.
+  void Skip(unsigned long count) const;
+
+  unsigned char GetUInt8() const;
+  signed char GetChar() const { return static_cast<signed char>(GetUInt8()); }
+  unsigned short GetUInt16(WhichEnd end) const;
+  std::uint32_t GetUInt32(WhichEnd end) const;
+  /// Deliberate: with kBigEndian only the last four of the eight bytes count, so the result is the
+  /// value modulo 2^32.
+  unsigned long long GetUInt64(WhichEnd end) const;
+  OxBuffer GetBytes(unsigned long count) const;
+  /// A length byte and so many bytes, decoded with `encoding` as the hint of the text decoding
+  /// (0xFFFFFFFF: find out). When fewer bytes are left, the length byte too is given back.
+  OxString GetStringWithLengthByte(unsigned int encoding) const;
+  /// The UTF-8 up to the next zero byte, which is consumed too; empty when the bytes are no UTF-8.
+  /// Deliberate: one zero byte is taken to follow the last byte, so a text that the data end cuts off
+  /// is returned; only a cursor beyond that byte throws.
+  OxString GetNullTerminatedString() const;
+
+ private:
+  std::uint64_t Remaining() const;
+  void Require(std::uint64_t count) const;
+  std::uint64_t TakeInteger(unsigned count, WhichEnd end) const;
+  void AddInteger(std::uint64_t value, unsigned count, WhichEnd end);
+
+  mutable std::uint64_t cursor_ = 0;
+};

@@ -1,0 +1,270 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "Foundation/OxBuffer.h"
+#include "Foundation/OxString.h"
+#include "Storage/ArchiveFile.h"
+#include "Storage/FileCopier.h"
+#include "Storage/FlatFileFormat.h"
+#include "Storage/LinkTrail.h"
+#include "Storage/OxBinaryData.h"
+#include "Storage/OxFile.h"
+#include "Storage/RecordIndex.h"
+
+/// A flat archive: named byte records in one file, found by name without regard to letter case.
+///   Shape:   closed -> Open() -> open -> Close() -> closed. Mode kOpenMapped can only read.
+///   Units:   positions and lengths are bytes from the start of the file; FlatFile::kNoPosition = there
+///            is no such block.
+///   Owns:    the open file or mapping. A Record or Iterator points back here and must not outlive it.
+///   Disk:    index, name table and file header live in memory while the archive is open and are on disk
+///            after Close(). Whatever is read through this object is what was written through it, but
+///            another reader of the file sees the archive whole only when it is closed.
+///   Errors:  Open() returns false; writers throw. A block that lies outside the file reads as
+///            kStatusEndOfFile; in a mapped archive going past its end throws EndOfFile.
+///   Threads: one. Operations put the position back, also when they throw, but for FindRecord(),
+///            Beginning(), Skip(), ReadBytes(), WriteBytes() and the writers of records.
+///   Damage:  what the file says is checked against the file: lengths before memory is taken, links
+///            against circles, names for UTF-8.
+class OxDataFile {
+ public:
+  class FileNotOpen {};   ///< A record is written to a closed archive.
+  class ReadOnly {};      ///< Bytes are written to an archive that is not open for writing.
+  class AccessDenied {};  ///< The mode does not allow it.
+  class EndOfFile {};     ///< Past the end of a mapping, or of the file where a record should be.
+  class InvalidKey {};    ///< Never thrown.
+  class FileError {       ///< A write failed, or something is too long for the format.
+   public:
+    explicit FileError(FileStatus code) : status(code) {}
+    FileStatus status;
+  };
+
+  enum DataType { kDataRecord = 0, kDataIndex = 1, kDataNameTable = 2 };
+
+  /// Bits of Open()'s mode, but for kOpenMapped, which stands alone and is ignored beside others.
+  enum OpenMode : short {
+    kOpenRead = 1,
+    kOpenWrite = 2,
+    kOpenMapped = 4,
+    kOpenCreate = 8,      ///< Make the file if missing and empty it if not.
+    kOpenProtected = 16,  ///< With kOpenCreate: payloads are scrambled.
+  };
+
+  class Record;
+  class Iterator;
+
+  /// Touches nothing on disk. `typeCode` is the archive's kind, 'wdgt' = 0x77646774 for widgets.
+  OxDataFile(std::uint32_t typeCode, const OxString& path);
+  OxDataFile(const OxDataFile&) = delete;
+  OxDataFile& operator=(const OxDataFile&) = delete;
+  /// Closes; a failure to write is lost here, so writers call Close().
+  ~OxDataFile();
+
+  // ---- Lifetime
+
+  /// False, and closed, for a file that is missing, cannot be opened or made, is no regular file, or is
+  /// no archive of this type. Damaged lists, index or names do not make it fail. A file that was made
+  /// here and could not be begun is removed. An open archive is closed first.
+  bool Open(short mode);
+  bool IsOpen() const { return open_; }
+  /// Writes index and name table, if the archive was opened for writing, and closes. Throws FileError
+  /// when something could not be written, but is closed in any case.
+  void Close();
+  /// Closes without writing index and name table, and removes the file. Never throws; the status of the
+  /// removal is ignored.
+  void Delete();
+  /// Whether the payloads are scrambled. Deliberate: false while the archive is not open.
+  bool IsProtected() const;
+
+  // ---- Records by name
+
+  /// Stores a record. One of that name is overwritten where it lies if `length` fits its block, else
+  /// moved to a new block and to the end of the list. Throws FileNotOpen, AccessDenied (not open for
+  /// writing) or FileError; then the record is not there.
+  /// Deliberate: a record that gets a free block's place is written 32 bytes behind the block's start,
+  /// over what may follow it, and the block itself reads as a nameless, empty record. And a free list
+  /// that cannot be read (any status but kStatusEndOfFile) ends the operation without a word.
+  void AddRecord(const OxString& name, unsigned long length, const char* data);
+  void AddRecord(const OxString& name, const OxBuffer& data);
+  /// This system's own extension: stores the bytes of an open file from its beginning to its end (as
+  /// its length was last known), in bounded memory whatever the length. Returns the status of reading
+  /// the source; when it cannot be read to its end the record has the bytes that could be read.
+  FileStatus AddRecordFromFile(const OxString& name, OxFile& source);
+  /// False, and `out` untouched, if there is no such record. `out` gets the bytes that are there, which
+  /// are fewer than the record says if the file ends inside.
+  bool GetRecord(const OxString& name, OxBuffer& out);
+  bool DeleteRecord(const OxString& name);
+  /// The position of the record's block, to which the current position goes too; kNoPosition, and the
+  /// position stays, if there is no such record.
+  std::uint64_t FindRecord(const OxString& name);
+  /// The payload inside the mapping, as it is stored. Null, with length 0, if there is no such record or
+  /// its payload is not wholly inside. Throws AccessDenied unless opened with kOpenMapped.
+  const char* GetMappedRecordPtr(const OxString& name, unsigned long& length);
+
+  // ---- Positions and raw access
+
+  std::uint64_t GetPosition() const;  ///< Throws FileNotOpen.
+  /// Past the end: the position stands at the end, and the result is kStatusEndOfFile (a file) or
+  /// EndOfFile is thrown (a mapping).
+  FileStatus SetPosition(std::uint64_t position);
+  FileStatus GoToEOF();                     ///< Files only.
+  FileStatus SetEOF(std::uint64_t length);  ///< Files only.
+  /// To the first record, or to where the first block begins if there is none.
+  FileStatus Beginning();
+  /// Over the block at the position, to the next one in the file.
+  FileStatus Skip();
+  /// Reads at the position and moves it; kStatusEndOfFile when fewer bytes are left.
+  FileStatus ReadBytes(unsigned long count, void* buffer);
+  /// Throws ReadOnly unless opened for writing.
+  FileStatus WriteBytes(unsigned long count, const void* buffer);
+  /// With `restore` the position is put back, else it stands behind the header.
+  FileStatus ReadFileHeader(FlatFile::FileHeader& header, bool restore);
+  /// Writes the header that this object keeps; it reaches the disk at the next read or at Close(). Throws
+  /// ReadOnly unless opened for writing.
+  FileStatus WriteFileHeader();
+  FileStatus ReadRecordHeader(FlatFile::RecordHeader& header, bool restore);
+  FileStatus WriteRecordHeader(const FlatFile::RecordHeader& header);
+  /// The payload of the block at the position, as it is stored, as far as the file has it.
+  FileStatus ReadCurrent(OxBuffer& out);
+  /// The zero-terminated name at an offset of the name table; null beyond its end and for the two
+  /// offsets that mean no name. Valid until the next call or change.
+  const char* GetName(unsigned long nameOffset);
+
+  // ---- Upkeep
+
+  /// Rebuilds the index from the list of records.
+  void BuildIndex();
+  /// Deliberate: refuses a writable archive with ReadOnly; of one open for reading it empties the lists
+  /// in memory and then throws ReadOnly too, since nothing can be written.
+  void Clear();
+  /// Free space is never given back and names are never erased: these do nothing.
+  void Compact() {}
+  void ClearName(unsigned long) {}
+
+  // ---- Iteration, in the order of the list
+
+  Iterator Begin();
+  Iterator End();
+
+ private:
+  struct Payload;
+  struct Placement;
+
+  // Opening and closing.
+  bool OpenArchive(short mode);
+  bool BeginNewArchive();
+  bool CheckHeader();
+  void LoadIndexAndNames();
+  FileStatus ReadIndex();
+  FileStatus ReadNameTable();
+  void WriteIndex();
+  void WriteNameTable();
+  FileStatus Reset();
+
+  // Blocks at a position, whatever the current one is.
+  FileStatus ReadHeaderAt(std::uint64_t block, FlatFile::RecordHeader& header);
+  FileStatus WriteHeaderAt(std::uint64_t block, const FlatFile::RecordHeader& header);
+  FileStatus ReadPayloadAt(std::uint64_t block, std::uint32_t dataLength, OxBuffer& out);
+  const char* MappedPayload(std::uint64_t block, unsigned long& length);
+  std::uint64_t NextOf(std::uint64_t block);
+
+  // Lists.
+  FileStatus SetNext(std::uint64_t block, std::uint64_t next);
+  FileStatus SetPrev(std::uint64_t block, std::uint64_t prev);
+  FileStatus LinkBlock(std::uint64_t block, FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
+  void UnlinkBlock(FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
+
+  // Writing records.
+  void WriteData(const OxString& name, const Payload& payload, DataType type);
+  void CheckWritable(const OxString& name, const Payload& payload, DataType type) const;
+  bool FindPlace(const OxString& name, std::uint32_t needed, DataType type, Placement& place);
+  std::uint64_t FindExisting(const OxString& name, DataType type, std::size_t& slot);
+  FileStatus TakeFreeBlock(std::uint32_t needed, Placement& place);
+  void PrepareBlock(const OxString& name, DataType type, Placement& place);
+  void WriteBlock(const Payload& payload, Placement& place);
+  FileStatus StreamPayload(const Payload& payload, Placement& place);
+  void Publish(DataType type, const Placement& place);
+  void Undo(DataType type, Placement& place);
+  void DeleteCurrent();
+  void DeleteBlock(std::uint64_t block);
+  void RemoveFromIndex(std::uint32_t nameOffset);
+
+  std::uint32_t typeCode_;
+  OxString path_;
+  FlatFile::FileHeader header_;
+  bool open_ = false;
+  short mode_ = kOpenRead;
+  RecordIndex index_;
+  bool loaded_ = false;
+  OxBinaryData names_;
+  ArchiveFile file_;
+  FileCopier copier_;
+};
+
+/// A record as it was when it was read: its header and name.
+class OxDataFile::Record {
+ public:
+  /// No record: no archive, no name, no data.
+  Record() = default;
+  /// Throws EndOfFile when there is no whole header at `position`, OxString::InvalidEncoding when the
+  /// name is no UTF-8.
+  Record(OxDataFile* file, std::uint64_t position);
+
+  const OxString& GetName() const { return name_; }                   ///< Empty if the block has none.
+  std::uint32_t GetDataLength() const { return header_.dataLength; }  ///< As the header says.
+  std::uint64_t GetPosition() const { return position_; }
+  const FlatFile::RecordHeader& GetHeader() const { return header_; }
+
+  /// The payload, unscrambled, as far as the file has it.
+  FileStatus GetData(OxBuffer& out) const;
+  /// This system's own extension: writes what GetData() gives at the position of `target` and moves it,
+  /// in bounded memory whatever the length. `readStatus` is kStatusEndOfFile when the archive ends
+  /// inside the record.
+  CopyResult CopyDataTo(OxFile& target) const;
+  /// The payload inside the mapping, as it is stored; null, with length 0, if it is not wholly inside.
+  /// Throws AccessDenied unless the archive was opened with kOpenMapped.
+  const char* GetMappedRecordPtr(unsigned long& length) const;
+
+ private:
+  friend class Iterator;
+
+  void Load(OxDataFile* file, std::uint64_t position);
+  CopyResult CopySmall(std::uint32_t length, OxFile& target) const;
+  CopyResult CopyLarge(std::uint32_t length, OxFile& target) const;
+
+  OxDataFile* file_ = nullptr;
+  OxString name_;
+  FlatFile::RecordHeader header_;
+  std::uint64_t position_ = 0;
+};
+
+/// Walks the records. A record that cannot be loaded, or one that the walk has seen before, ends it.
+class OxDataFile::Iterator {
+ public:
+  /// Dereferencing or advancing past the end.
+  class InvalidState {};
+
+  Iterator() = default;
+  /// At the first record.
+  explicit Iterator(OxDataFile* file);
+  Iterator(OxDataFile* file, std::uint64_t position);
+
+  const Record& operator*() const;
+  const Record* operator->() const { return &**this; }
+  Iterator& operator++();
+  Iterator operator++(int);
+  bool operator==(const Iterator& other) const {
+    return file_ == other.file_ && position_ == other.position_;
+  }
+  bool operator>(const Iterator& other) const { return position_ > other.position_; }
+
+ private:
+  void LoadRecord();
+
+  OxDataFile* file_ = nullptr;
+  std::uint64_t position_ = FlatFile::kNoPosition;
+  Record record_;
+  LinkTrail trail_;
+};

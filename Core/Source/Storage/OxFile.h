@@ -1,0 +1,97 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "Foundation/OxString.h"
+#include "Posix/FileOps.h"
+#include "Storage/FileStatus.h"
+
+/// A positioned byte stream on one regular file.
+///   Shape:    closed -> Open() -> open -> Close() -> closed; the destructor closes.
+///   Units:    positions and lengths are bytes from the start of the file.
+///   Errors:   statuses; only GetPosition() and GetLength() throw. Operations on a closed file give
+///             kStatusNotOpen.
+///   Position: kept here, not in the system, so moving it costs nothing; the positioned operations
+///             neither use nor move it.
+///   Length:   while the file is open for writing it is taken to change through this object alone, and
+///             is remembered; a file open for reading only is asked each time.
+class OxFile {
+ public:
+  class FileNotOpen {};
+  class FileError {
+   public:
+    explicit FileError(FileStatus code) : status(code) {}
+    FileStatus status;
+  };
+
+  /// Bits of the permission that Open() takes.
+  enum Permission : unsigned long { kRead = 1, kWrite = 2, kCreate = 4 };
+
+  explicit OxFile(const OxString& path) : path_(path) {}
+  OxFile(const OxFile&) = delete;
+  OxFile& operator=(const OxFile&) = delete;
+  ~OxFile() { Close(); }
+
+  /// Opens the file for reading, writing or both; never truncates. A missing file is made when
+  /// `permission` has kCreate, else the status is kStatusFileNotFound. Anything but a regular file is
+  /// refused, and a link that points nowhere is never created through. An open file is closed first.
+  FileStatus Open(unsigned long permission);
+  bool IsOpen() const { return fd_ >= 0; }
+  /// Whether the last successful Open() made the file.
+  bool WasCreated() const { return created_; }
+  /// The status of the system's own close, which may be the last to report a failed write.
+  FileStatus Close();
+
+  /// Reads up to `count` bytes at the position and moves it; kStatusEndOfFile when fewer were there.
+  /// `actual`, unless null, receives the bytes read, also on a failure.
+  FileStatus Read(void* buffer, unsigned long count, unsigned long* actual);
+  /// Writes all bytes at the position, extending the file, and moves the position past what was
+  /// written. A `count` of 0 gives 0 even on a closed file.
+  FileStatus Write(const void* buffer, unsigned long count);
+  /// Past the end: kStatusEndOfFile, and the position stands at the end.
+  FileStatus SetPosition(std::uint64_t position);
+  FileStatus GoToEOF();
+  /// Truncates or extends (with zeros); the position stays, also beyond the new end.
+  FileStatus SetEOF(std::uint64_t length);
+  /// Throws FileNotOpen.
+  std::uint64_t GetPosition() const;
+  /// Throws FileNotOpen or FileError.
+  std::uint64_t GetLength() const;
+
+  /// Closes the file and removes what the path names: a link itself, never a folder.
+  FileStatus Delete();
+  /// True if open, else whether the path names an existing object (links are followed).
+  bool Exists() const { return IsOpen() || Exists(path_); }
+  static bool Exists(const OxString& path);
+
+  // Positioned operations.
+
+  /// Fills `out` from `position`; `actual` receives the bytes read. kStatusEndOfFile when the file ends
+  /// first, for any position.
+  FileStatus ReadAt(std::uint64_t position, std::span<std::byte> out, std::size_t& actual) const;
+  /// Writes the pieces one behind the other; in one system call unless the system takes only a part.
+  FileStatus WriteAt(std::uint64_t position, std::span<const Posix::Piece> pieces);
+  /// Posix::FileOps::CopyRange() from this file to `target`, an interrupted call repeated: the bytes
+  /// copied, 0 at the end of this file, or a negated errno value.
+  std::int64_t CopyInKernel(std::uint64_t position, OxFile& target, std::uint64_t targetPosition,
+                            std::size_t count) const;
+  /// The smaller of `wanted` and the file's length; the system is asked only when `wanted` lies beyond
+  /// the length last seen. 0 on a failure.
+  std::uint64_t ClampToLength(std::uint64_t wanted) const;
+  /// The length when it was last asked or changed, at the latest when the file was opened.
+  std::uint64_t GetLastKnownLength() const { return length_; }
+
+ private:
+  FileStatus OpenRegular(unsigned flags);
+  FileStatus RefreshLength() const;
+  void NoteWritten(std::uint64_t end);
+
+  OxString path_;
+  int fd_ = -1;
+  bool writable_ = false;
+  bool created_ = false;
+  std::uint64_t position_ = 0;
+  mutable std::uint64_t length_ = 0;
+};

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "Foundation/OxBuffer.h"
+#include "Storage/FlatFileFormat.h"
+
+/// The index of an archive: which name lies at which position, in the order in which the names came.
+///   Names:  without regard to letter case; held by the archive's name table, whose bytes every
+///           operation that needs them is given. An entry whose name is no UTF-8, or lies beyond the
+///           table, never matches.
+///   Slots:  a slot is the number of an entry. Removing an entry leaves its slot vacant, so that the
+///           others keep their numbers and a record that moves gets its own slot back.
+///   Cost:   finding, inserting and removing take constant time, through a hash table that the first
+///           search makes. Only where several entries have one name does the procedure matter that
+///           chooses between them: a bisection as if the entries were sorted, then a scan.
+class RecordIndex {
+ public:
+  struct Found {
+    std::uint64_t position = 0;
+    std::size_t slot = 0;
+  };
+
+  /// Takes whole entries over from an index block's payload; a rest at its end is dropped.
+  void Load(std::span<const std::byte> payload);
+  /// The index block's payload.
+  OxBuffer Encode() const;
+  void Clear();
+
+  /// The slot that a new name gets.
+  std::size_t EndSlot() const { return entries_.size(); }
+  bool IsVacant(std::size_t slot) const { return slot < entries_.size() && vacant_[slot]; }
+
+  std::optional<Found> Find(std::string_view name, std::string_view names);
+  /// Fills a vacant slot, else moves the entries from `slot` on up by one.
+  void Insert(std::size_t slot, const FlatFile::IndexEntry& entry, std::string_view names);
+  void Remove(std::size_t slot, std::string_view names);
+  /// Moves the entries together, so that no slot is vacant.
+  void Compact();
+
+ private:
+  void MakeTable(std::string_view names);
+  void AddToTable(std::size_t slot, std::string_view names);
+  void RemoveFromTable(std::size_t slot, std::string_view names);
+  std::optional<Found> FindLiterally(std::string_view name, std::string_view names);
+
+  std::vector<FlatFile::IndexEntry> entries_;
+  std::vector<bool> vacant_;
+  std::size_t vacantCount_ = 0;
+  // From the hash of a name to the slots that may have it; nothing while it is not needed.
+  std::optional<std::unordered_multimap<std::size_t, std::uint32_t>> table_;
+};
+
+/// The name at `offset` of a name table's bytes, as far as the next zero byte or the table's end; nothing
+/// beyond the end.
+std::optional<std::string_view> NameAt(std::string_view names, std::uint32_t offset);
