@@ -43,7 +43,7 @@ struct FaultPlan {
   bool keepFailing = false;        ///< Every counted call from that one on fails.
   std::size_t mostBytes = 0;       ///< What one transfer moves at most; 0 for no bound.
   /// Rearranges what ListFolder() found.
-  std::function<void(std::vector<Posix::FolderEntry>&)> order;
+  std::function<void(std::vector<Posix::FolderEntry>&)> order = nullptr;
 };
 
 /// The system's file operations, failing where the plan says. In place from its making to its end.

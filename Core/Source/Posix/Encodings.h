@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Posix {
+
+// The numbers by which the desktop platform's text-encoding services know an encoding.
+constexpr std::uint32_t kMacRoman = 0;
+constexpr std::uint32_t kMacJapanese = 1;
+constexpr std::uint32_t kIsoLatin1 = 513;  ///< ISO 8859-1; part n is 512 + n, and there is no part 12.
+constexpr std::uint32_t kIsoLatin9 = 527;  ///< ISO 8859-15, the last of them.
+constexpr std::uint32_t kWindowsLatin1 = 1280;
+constexpr std::uint32_t kAscii = 1536;
+constexpr std::uint32_t kUtf8 = 0x08000100;
+
+/// What text is in that tells nothing about itself. Fixed, whatever the locale, so that a file reads
+/// the same on every machine; any bytes are valid in it.
+constexpr std::uint32_t kSystemEncoding = kMacRoman;
+
+// Each decoder gives the UTF-8 form of `bytes`, or nothing when they are not valid in the encoding.
+//   Result:  points into `bytes` where they are that form already, else into `storage`, which must be
+//            empty. It is sized before the text is written, so that growing leaves no copy behind.
+//   Strict:  undefined bytes, truncated characters, and in UTF-8 overlong forms, surrogates and numbers
+//            above U+10FFFF are invalid. Zero bytes are text.
+//   Cost:    linear. ASCII and UTF-8 are checked and never copied, and load none of ICU's tables.
+
+/// An unknown number gives nothing. A UTF-8 mark in front is no part of the text.
+///   Mac Japanese has no vendor characters (rows 85 to 88 below 889F, and EB to FC); byte 5C is the yen
+///   sign.
+std::optional<std::string_view> DecodeNumbered(std::uint32_t encoding, std::string_view bytes,
+                                               std::string& storage);
+
+/// UTF-16 whose first two bytes are its byte-order mark, which is no part of the text. Without one
+/// (FE FE and FF FF are none) the text is big-endian from the first byte on.
+std::optional<std::string_view> DecodeUtf16(std::string_view bytes, std::string& storage);
+
+/// A character set by its IANA name or another that ICU knows, made of letters, digits and "._:-+"
+/// only. An unknown name gives nothing.
+std::optional<std::string_view> DecodeNamed(const std::string& charset, std::string_view bytes,
+                                            std::string& storage);
+
+}  // namespace Posix

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+struct UConverter;
+
+namespace Posix {
+
+/// One of ICU's converters, set to refuse what is not valid in its encoding. Opening the first one of a
+/// process is dear: ICU loads its list of names.
+class IcuConverter {
+ public:
+  /// `name` must not be null or empty, which would mean ICU's default encoding.
+  explicit IcuConverter(const char* name);
+
+  bool IsOpen() const { return converter_ != nullptr; }
+
+  /// What one or two bytes read as; nothing when that is no single character of the basic plane.
+  std::optional<char16_t> DecodeCell(std::string_view bytes) const;
+
+  /// Appends the text to `utf8`, for which room is made beforehand. On false, part of it is there.
+  bool Decode(std::string_view bytes, std::string& utf8) const;
+
+ private:
+  struct Closer {
+    void operator()(UConverter* converter) const;
+  };
+
+  std::unique_ptr<UConverter, Closer> converter_;
+};
+
+}  // namespace Posix

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string_view>
+
+namespace Posix {
+
+bool IsAscii(std::string_view bytes);
+
+/// Whether the bytes are whole, shortest-form characters, none of them a surrogate or above U+10FFFF.
+bool IsUtf8(std::string_view bytes);
+
+}  // namespace Posix
