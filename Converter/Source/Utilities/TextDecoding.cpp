@@ -1,0 +1,106 @@
+#include "Utilities/TextDecoding.h"
+
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "Posix/Encodings.h"
+#include "Utilities/DeclarationSearch.h"
+#include "Utilities/EncodingNames.h"
+#include "Utilities/TextRepairs.h"
+#include "Utilities/WipedText.h"
+
+namespace {
+
+using Text = std::optional<std::string_view>;
+
+bool HasUtf16Mark(std::string_view bytes) {
+  const auto isHalf = [](char c) { return c == '\xFE' || c == '\xFF'; };
+  return bytes.size() >= 2 && isHalf(bytes[0]) && isHalf(bytes[1]);
+}
+
+bool HasUtf8Mark(std::string_view bytes) {
+  return bytes.size() >= 2 && bytes[0] == '\xEF';
+}
+
+unsigned int DeclaredIn(std::string_view text) {
+  const std::optional<std::string_view> name = FindDeclaredEncoding(text);
+  return name ? DeclaredEncodingNumber(*name) : kWobEncodingUnknown;
+}
+
+// Tries `encoding` and then those that are worth a try, and leaves in it the one that was tried last.
+Text DecodeInTurn(std::string_view bytes, unsigned int& encoding, std::string& storage) {
+  Text text = Posix::DecodeNumbered(encoding, bytes, storage);
+  for (const unsigned int next : {Posix::kUtf8, Posix::kMacJapanese, Posix::kSystemEncoding}) {
+    if (text) break;
+    if (encoding == next) continue;
+    encoding = next;
+    text = Posix::DecodeNumbered(encoding, bytes, storage);
+  }
+  return text;
+}
+
+Text DecodeUnmarked(std::string_view bytes, unsigned int& encoding, std::string& storage) {
+  const unsigned int declared = DeclaredIn(bytes);
+  if (declared != kWobEncodingUnknown) encoding = declared;
+  if (encoding == kWobEncodingUnknown) encoding = Posix::kSystemEncoding;
+  Text text = DecodeInTurn(bytes, encoding, storage);
+  if (text && encoding == Posix::kMacJapanese) text = WithoutYenSigns(*text, storage);
+  return text;
+}
+
+Text DecodeDetecting(std::string_view bytes, unsigned int& encoding, std::string& storage) {
+  const bool utf16 = HasUtf16Mark(bytes);
+  if (!utf16 && !HasUtf8Mark(bytes)) return DecodeUnmarked(bytes, encoding, storage);
+  encoding = kWobEncodingUnknown;
+  return utf16 ? Posix::DecodeUtf16(bytes, storage)
+               : Posix::DecodeNumbered(Posix::kUtf8, bytes, storage);
+}
+
+OxString MakeString(std::string_view validUtf8) {
+  OxString text;
+  text.append_valid(validUtf8);
+  return text;
+}
+
+// Only a mark leads here, as the system encoding takes any bytes; what a mark decides has no name.
+OxString ReadLossily(std::string_view bytes) {
+  std::printf("Could not load using encoding '%s'; falling back to lossy ASCII", "unknown");
+  WipedText storage;
+  return MakeString(Posix::DecodeNumbered(Posix::kSystemEncoding, bytes, storage.storage()).value());
+}
+
+}  // namespace
+
+OxString WobHandleCharacterEncodings(const OxBuffer& bytes, unsigned int& encoding) {
+  if (bytes.empty()) return {};
+  WipedText storage;
+  const Text text = DecodeDetecting(bytes.view(), encoding, storage.storage());
+  if (!text) return ReadLossily(bytes.view());
+  return MakeString(WithoutZeros(*text, storage.storage()));
+}
+
+unsigned int WobCheckForExplicitEncoding(const char* text) {
+  if (text == nullptr) {
+    std::printf("WobCheckForExplicitEncoding: got nil input");
+    return kWobEncodingUnknown;
+  }
+  return DeclaredIn(text);
+}
+
+int WobConvertToUTF8(unsigned int encoding, const char* bytes, unsigned long length, OxString& text) {
+  WipedText storage;
+  const Text decoded = Posix::DecodeNumbered(encoding, {bytes, length}, storage.storage());
+  if (decoded) text = MakeString(*decoded);
+  return 1;
+}
+
+OxString WobDecodeUsingCharset(const OxBuffer& bytes, const OxString& charset) {
+  WipedText storage;
+  const std::optional<unsigned int> number = FindEncodingNumber(charset.view());
+  const Text text =
+      number ? Posix::DecodeNumbered(*number, bytes.view(), storage.storage())
+             : Posix::DecodeNamed(std::string(charset.view()), bytes.view(), storage.storage());
+  return text ? MakeString(*text) : OxString();
+}

@@ -1,0 +1,15 @@
+#include "Utilities/TextDecoding.h"
+
+namespace {
+
+unsigned int g_wobFileEncoding = kWobEncodingUnknown;
+
+}  // namespace
+
+unsigned int WobGetWobFileEncoding() {
+  return g_wobFileEncoding;
+}
+
+void WobSetWobFileEncoding(unsigned int encoding) {
+  g_wobFileEncoding = encoding;
+}
