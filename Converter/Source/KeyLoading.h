@@ -19,5 +19,4 @@ CryptoPtr<rsa_st> ReadPrivateKey(const OxString& keyFile, const OxString& passPh
 /// file cannot be read or holds no certificate. Deliberate: those two lines have no line end; null
 /// without a line when what follows the last dot of the whole path is neither empty nor "pem";
 /// `passPhrase` is not used.
-Hux::SmartPtr<OxCertificate> ReadCertificateFromFile(const OxPath& certFile,
-                                                     const OxString& passPhrase);
+Hux::SmartPtr<OxCertificate> ReadCertificateFromFile(const OxPath& certFile, const OxString& passPhrase);

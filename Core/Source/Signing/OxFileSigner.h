@@ -18,8 +18,7 @@ class OxFileSigner {
     kNoSignature = -3,  ///< Verify: the file has no trailer.
     kUnreadable = -4,   ///< Verify: the trailer cannot be taken apart, or checking it failed.
     kMismatch = -5,     ///< Verify: the signature does not belong to this content and certificate.
-    kNotTrusted =
-        -6,  ///< Verify: the signature matches, but no built-in root vouches for the signer.
+    kNotTrusted = -6,   ///< Verify: the signature matches, but no built-in root vouches for the signer.
     kKeyMismatch = -7,  ///< Sign: the private key is missing or is not the certificate's own.
   };
 

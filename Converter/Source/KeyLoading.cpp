@@ -1,0 +1,64 @@
+#include "KeyLoading.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <openssl/pem.h>
+
+#include "Console.h"
+#include "Foundation/OxBuffer.h"
+#include "Storage/OxFileUtils.h"
+
+namespace {
+
+// Wipes a file's bytes on every way out.
+struct WipedBuffer {
+  OxBuffer bytes;
+  WipedBuffer() = default;
+  WipedBuffer(const WipedBuffer&) = delete;
+  WipedBuffer& operator=(const WipedBuffer&) = delete;
+  ~WipedBuffer() { bytes.SecureClear(); }
+};
+
+// Stands in for the library's own callback, which would ask at the terminal when there is no pass phrase.
+// Without one the answer is a failure and not the empty phrase, which would open a key that has it.
+int GivePassPhrase(char* buffer, int size, int /*writing*/, void* context) {
+  const OxString& passPhrase = *static_cast<const OxString*>(context);
+  if (passPhrase.size() == 0 || size <= 0) return -1;
+  const std::size_t count = std::min(static_cast<std::size_t>(size), std::size_t{passPhrase.size()});
+  std::memcpy(buffer, passPhrase.c_str(), count);
+  return static_cast<int>(count);
+}
+
+}  // namespace
+
+CryptoPtr<rsa_st> ReadPrivateKey(const OxString& keyFile, const OxString& passPhrase) {
+  WipedBuffer file;
+  if (!WobReadBinaryFile(keyFile, file.bytes)) {
+    Console::Error("Error: Can't read private key file\n");
+    return nullptr;
+  }
+  const CryptoPtr<bio_st> stream = OpenMemoryStream(file.bytes.data(), file.bytes.length());
+  if (!stream) return nullptr;
+  void* phrase = const_cast<OxString*>(&passPhrase);
+  const CryptoPtr<evp_pkey_st> key(
+      PEM_read_bio_PrivateKey(stream.get(), nullptr, GivePassPhrase, phrase));
+  return GetRSAKey(key.get());
+}
+
+Hux::SmartPtr<OxCertificate> ReadCertificateFromFile(const OxPath& certFile,
+                                                     const OxString& /*passPhrase*/) {
+  OxBuffer pem;
+  if (!WobReadBinaryFile(certFile.native_string(), pem)) {
+    Console::Error("Error: Unable to read certificate file '%s'.", certFile.native_string().c_str());
+    return nullptr;
+  }
+  const OxString extension = certFile.extension();
+  if (!extension.empty() && extension.compare("pem", OxString::kCaseInsensitive) != 0) return nullptr;
+  try {
+    return OxCertificate::Make(pem);
+  } catch (const OxCertificate::UnableToSetPEM&) {
+    Console::Error("Error: '%s' was not a valid PEM file.", certFile.native_string().c_str());
+    return nullptr;
+  }
+}

@@ -1,0 +1,50 @@
+#include "Signing/CryptoHandles.h"
+
+#include <climits>
+
+#include <openssl/bio.h>
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
+#include <openssl/rsa.h>
+#include <openssl/x509.h>
+#include <openssl/x509_vfy.h>
+
+void CryptoDeleter::operator()(bio_st* stream) const noexcept {
+  BIO_free(stream);
+}
+void CryptoDeleter::operator()(evp_md_ctx_st* digest) const noexcept {
+  EVP_MD_CTX_free(digest);
+}
+void CryptoDeleter::operator()(evp_pkey_st* key) const noexcept {
+  EVP_PKEY_free(key);
+}
+void CryptoDeleter::operator()(rsa_st* key) const noexcept {
+  RSA_free(key);
+}
+void CryptoDeleter::operator()(x509_st* certificate) const noexcept {
+  X509_free(certificate);
+}
+void CryptoDeleter::operator()(x509_store_ctx_st* verification) const noexcept {
+  X509_STORE_CTX_free(verification);
+}
+void CryptoDeleter::operator()(x509_store_st* store) const noexcept {
+  X509_STORE_free(store);
+}
+
+void InitialiseCryptoLibrary() {
+  // The older calls for this read the system's configuration file, which may load foreign modules.
+  OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_ADD_ALL_CIPHERS |
+                          OPENSSL_INIT_ADD_ALL_DIGESTS | OPENSSL_INIT_LOAD_CRYPTO_STRINGS,
+                      nullptr);
+}
+
+CryptoPtr<bio_st> OpenMemoryStream(const char* bytes, std::size_t count) {
+  // The library takes a negative count for "up to the first zero byte".
+  if (bytes == nullptr || count == 0 || count > INT_MAX) return nullptr;
+  return CryptoPtr<bio_st>(BIO_new_mem_buf(bytes, static_cast<int>(count)));
+}
+
+CryptoPtr<rsa_st> GetRSAKey(evp_pkey_st* key) {
+  if (key == nullptr || EVP_PKEY_get_base_id(key) != EVP_PKEY_RSA) return nullptr;
+  return CryptoPtr<rsa_st>(EVP_PKEY_get1_RSA(key));
+}

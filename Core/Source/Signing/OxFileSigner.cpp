@@ -1,0 +1,167 @@
+#include "Signing/OxFileSigner.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+#include <string_view>
+
+#include "Signing/OxSignature.h"
+#include "Signing/SignatureTrailer.h"
+#include "Storage/OxFile.h"
+#include "Storage/OxMappedFile.h"
+
+namespace {
+
+constexpr std::uint64_t kFileLimit = 0xFFFFFFFF;  // Bytes; what can be mapped to be verified.
+
+// The longest signature that a key of the library can make has 2732 characters; the text of a longer one is
+// not worth a copy.
+constexpr std::size_t kLongestSignatureText = 4096;
+
+constexpr std::uint32_t kShortestTrailer = 2;
+
+OxBuffer Copy(std::string_view bytes) {
+  return OxBuffer(bytes.data(), bytes.size());
+}
+
+// Mapped files are below 4 GiB.
+void Feed(OxSignature& signature, std::string_view bytes) {
+  signature.UpdateDigest(reinterpret_cast<const unsigned char*>(bytes.data()),
+                         static_cast<unsigned int>(bytes.size()));
+}
+
+// What signing changes at the end of a file, with what it takes to put it back.
+struct TailChange {
+  std::uint64_t contentLength = 0;
+  std::uint64_t oldFileLength = 0;
+  OxBuffer overwritten;  // The old bytes in the place of the new trailer.
+  OxBuffer trailer;
+
+  std::uint64_t NewFileLength() const { return contentLength + trailer.length(); }
+};
+
+bool WriteAt(OxFile& file, std::uint64_t position, const OxBuffer& bytes) {
+  return file.SetPosition(position) == 0 && file.Write(bytes.data(), bytes.length()) == 0;
+}
+
+// Cutting has an opening of its own: by then the closing has told that the trailer was written.
+bool Cut(OxFile& file, const TailChange& change) {
+  if (change.NewFileLength() >= change.oldFileLength) return true;
+  return file.Open(OxFile::kWrite) == 0 && file.SetEOF(change.NewFileLength()) == 0;
+}
+
+void PutBack(OxFile& file, const TailChange& change) {
+  if (file.Open(OxFile::kWrite) != 0) return;
+  WriteAt(file, change.contentLength, change.overwritten);
+  file.SetEOF(change.oldFileLength);
+}
+
+bool ApplyChange(const OxString& path, const TailChange& change) {
+  OxFile file(path);
+  if (file.Open(OxFile::kWrite) != 0) return false;
+  // Another length means that somebody has changed the file since it was read.
+  if (file.GetLastKnownLength() != change.oldFileLength) return false;
+  const bool isWritten = WriteAt(file, change.contentLength, change.trailer) && file.Close() == 0;
+  if (isWritten && Cut(file, change)) return true;
+  PutBack(file, change);
+  return false;
+}
+
+void ReportUnwritten(const OxString& path) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "Error: could not write to file '%s'\n", path.c_str());
+}
+
+std::string_view ContentToSign(std::string_view file) {
+  const std::uint32_t oldTrailer = SignatureTrailer::FindLength(file).value_or(0);
+  // A length beyond the file's is no trailer's.
+  return oldTrailer > file.size() ? file : file.substr(0, file.size() - oldTrailer);
+}
+
+std::int32_t SignFile(const OxString& path, const Hux::SmartPtr<OxCertificate>& certificate) {
+  OxMappedFile mapping;
+  if (!mapping.Open(path)) return OxFileSigner::kCannotOpen;
+  const std::string_view file = mapping.view();
+  const std::string_view content = ContentToSign(file);
+  const OxBuffer pem = certificate ? certificate->GetAsPEM() : OxBuffer();
+  OxSignature signature(certificate);
+  Feed(signature, content);
+  Feed(signature, pem.view());
+  OxBuffer text;
+  signature.SignBase64(text);
+  if (!signature.VerifyBase64(text)) return OxFileSigner::kKeyMismatch;
+
+  TailChange change;
+  change.contentLength = content.size();
+  change.oldFileLength = file.size();
+  change.trailer = SignatureTrailer{text.view(), pem.view()}.Build();
+  if (change.NewFileLength() > kFileLimit) return OxFileSigner::kCannotOpen;
+  change.overwritten = Copy(file.substr(content.size(), change.trailer.length()));
+  mapping.Close();
+  if (!ApplyChange(path, change)) ReportUnwritten(path);
+  return OxFileSigner::kSuccess;
+}
+
+bool IsEmptyFile(const OxString& path) {
+  OxFile file(path);
+  return file.Open(OxFile::kRead) == 0 && file.GetLastKnownLength() == 0;
+}
+
+std::int32_t CheckTrailer(std::string_view content, const SignatureTrailer& trailer, OxString& signer,
+                          unsigned long& trust) {
+  const Hux::SmartPtr<OxCertificate> certificate = OxCertificate::Make(Copy(trailer.certificate));
+  OxSignature signature(certificate);
+  Feed(signature, content);
+  Feed(signature, trailer.certificate);
+  signer = certificate->GetSigner();
+  if (trailer.signature.size() > kLongestSignatureText) return OxFileSigner::kMismatch;
+  if (!signature.VerifyBase64(Copy(trailer.signature))) return OxFileSigner::kMismatch;
+  if (!certificate->IsValid()) return OxFileSigner::kNotTrusted;
+  trust = certificate->GetTrust();
+  return OxFileSigner::kSuccess;
+}
+
+std::int32_t VerifyFile(const OxString& path, OxString& signer, unsigned long& trust) {
+  OxMappedFile mapping;
+  if (!mapping.Open(path)) {
+    return IsEmptyFile(path) ? OxFileSigner::kNoSignature : OxFileSigner::kCannotOpen;
+  }
+  const std::string_view file = mapping.view();
+  const std::optional<std::uint32_t> length = SignatureTrailer::FindLength(file);
+  if (!length || *length < kShortestTrailer) return OxFileSigner::kNoSignature;
+  if (*length > file.size()) return OxFileSigner::kUnreadable;
+  const std::size_t start = file.size() - *length;
+  const std::optional<SignatureTrailer> trailer = SignatureTrailer::Parse(file.substr(start));
+  if (!trailer) return OxFileSigner::kUnreadable;
+  return CheckTrailer(file.substr(0, start), *trailer, signer, trust);
+}
+
+}  // namespace
+
+void OxFileSigner::LazyInit() {
+  static bool isInitialised = false;
+  if (isInitialised) return;
+  InitialiseCryptoLibrary();
+  isInitialised = true;
+}
+
+std::int32_t OxFileSigner::Sign(const OxString& path, const OxString& /*ignored*/,
+                                const Hux::SmartPtr<OxCertificate>& certificate) {
+  try {
+    LazyInit();
+    return SignFile(path, certificate);
+  } catch (...) {
+    // Out of memory, before anything was written.
+    return kCannotOpen;
+  }
+}
+
+std::int32_t OxFileSigner::Verify(const OxString& path, OxString& signer, unsigned long& trust) {
+  trust = 0;
+  try {
+    LazyInit();
+    return VerifyFile(path, signer, trust);
+  } catch (...) {
+    return kUnreadable;
+  }
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "Foundation/OxBuffer.h"
+
+/// The block at the end of a signed file. Numbers are unsigned, 32 bits, least significant byte first:
+///
+///   offset   bytes  field
+///   0        4      magic: the bytes "ngis"; never examined by a reader
+///   4        4      S
+///   8        S      signature as base64 text, without line breaks
+///   8+S      4      C
+///   12+S     C      the signer's certificate as PEM text, with its last line end
+///   12+S+C   4      T = 20+S+C, the length of the whole block
+///   16+S+C   4      magic again
+///
+/// The texts are views of the block that was taken apart.
+struct SignatureTrailer {
+  std::string_view signature;
+  std::string_view certificate;
+
+  /// T as it stands in a file of at least 9 bytes that ends in the magic, unchecked; nothing for any
+  /// other file.
+  static std::optional<std::uint32_t> FindLength(std::string_view file);
+
+  /// Takes a block apart. Nothing when one of its lengths runs past its end.
+  static std::optional<SignatureTrailer> Parse(std::string_view block);
+
+  /// The block for two texts.
+  OxBuffer Build() const;
+};
