@@ -32,7 +32,10 @@ endif()
 function(ox_add_library name)
   cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC_LINKS;PRIVATE_LINKS" ${ARGN})
   add_library(${name} STATIC ${arg_SOURCES})
-  target_link_libraries(${name} PUBLIC ox_settings ${arg_PUBLIC_LINKS} PRIVATE ${arg_PRIVATE_LINKS})
+  target_link_libraries(${name}
+    PUBLIC $<BUILD_INTERFACE:ox_settings> ${arg_PUBLIC_LINKS} PRIVATE ${arg_PRIVATE_LINKS})
+  target_include_directories(${name} INTERFACE $<INSTALL_INTERFACE:include/converter>)
+  target_compile_features(${name} INTERFACE cxx_std_20)
 endfunction()
 
 # ox_add_tests(name LABEL unit|cli SOURCES file... LINKS target...)

@@ -1,0 +1,43 @@
+# What `cmake --install` puts where, and the packages that cpack makes of it.
+
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(OX_HEADERS_FOLDER "${CMAKE_INSTALL_INCLUDEDIR}/converter")
+set(OX_PACKAGE_FOLDER "${CMAKE_INSTALL_LIBDIR}/cmake/Converter")
+set(OX_LIBRARIES ox_posix ox_foundation ox_text ox_storage ox_signing ox_xml)
+
+install(TARGETS Converter RUNTIME COMPONENT tool)
+install(FILES Packaging/Converter.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tool)
+install(FILES Packaging/completions/Converter.bash RENAME Converter
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tool)
+install(FILES Packaging/completions/_Converter
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions" COMPONENT tool)
+install(FILES README.md TYPE DOC COMPONENT tool)
+install(DIRECTORY Docs TYPE DOC COMPONENT tool)
+
+install(TARGETS ${OX_LIBRARIES} ox_trust EXPORT ConverterTargets ARCHIVE COMPONENT library)
+install(DIRECTORY Core/Source/ Converter/Source/Utilities DESTINATION "${OX_HEADERS_FOLDER}" COMPONENT library
+  FILES_MATCHING PATTERN "*.h")
+install(EXPORT ConverterTargets NAMESPACE Converter:: DESTINATION "${OX_PACKAGE_FOLDER}" COMPONENT library)
+configure_package_config_file(cmake/ConverterConfig.cmake.in "${CMAKE_BINARY_DIR}/ConverterConfig.cmake"
+  INSTALL_DESTINATION "${OX_PACKAGE_FOLDER}")
+write_basic_package_version_file("${CMAKE_BINARY_DIR}/ConverterConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
+configure_file(cmake/converter.pc.in "${CMAKE_BINARY_DIR}/converter.pc" @ONLY)
+install(FILES "${CMAKE_BINARY_DIR}/ConverterConfig.cmake" "${CMAKE_BINARY_DIR}/ConverterConfigVersion.cmake"
+  DESTINATION "${OX_PACKAGE_FOLDER}" COMPONENT library)
+install(FILES "${CMAKE_BINARY_DIR}/converter.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT library)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME converter)
+set(CPACK_PACKAGE_CONTACT "The Converter maintainers <maintainers@converter.example>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "packages, signs and verifies desktop widgets")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_COMPONENTS_ALL tool)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_TOOL_PACKAGE_NAME converter)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_STRIP_FILES ON)
+include(CPack)
