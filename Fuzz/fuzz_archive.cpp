@@ -1,0 +1,52 @@
+// Any bytes, read as an archive: listing ends, both ways of opening agree, nothing is longer than the file.
+
+#include <set>
+
+#include "Foundation/OxBuffer.h"
+#include "Foundation/OxString.h"
+#include "FuzzFolder.h"
+#include "Storage/OxDataFile.h"
+
+namespace {
+
+constexpr std::uint32_t kWidget = 0x77646774;
+
+struct Seen {
+  bool opened = false;
+  std::size_t records = 0;
+  std::size_t bytes = 0;
+};
+
+Seen Walk(const OxString& path, short mode, std::size_t fileSize) {
+  Seen seen;
+  OxDataFile file(kWidget, path);
+  seen.opened = file.Open(mode);
+  if (!seen.opened) return seen;
+  std::set<std::uint64_t> positions;
+  for (OxDataFile::Iterator it = file.Begin(); !(it == file.End()); ++it) {
+    Require(positions.insert(it->GetPosition()).second, "each block is seen once");
+    OxBuffer data;
+    it->GetData(data);
+    Require(data.length() <= fileSize, "no record is longer than the file");
+    ++seen.records;
+    seen.bytes += data.length();
+    OxBuffer named;
+    if (!it->GetName().empty()) file.GetRecord(it->GetName(), named);
+  }
+  return seen;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const FuzzFolder folder;
+  folder.Write("in.flat", {reinterpret_cast<const char*>(data), size});
+  const OxString path(folder.File("in.flat").c_str());
+  const Seen raw = Walk(path, OxDataFile::kOpenRead, size);
+  const Seen mapped = Walk(path, OxDataFile::kOpenMapped, size);
+  Require(raw.opened == mapped.opened && raw.records == mapped.records && raw.bytes == mapped.bytes,
+          "the mapped archive reads like the file");
+  Require(folder.Read("in.flat") == std::string_view(reinterpret_cast<const char*>(data), size),
+          "reading changes nothing");
+  return 0;
+}

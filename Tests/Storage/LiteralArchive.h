@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Foundation/OxString.h"
+#include "Storage/FlatFileFormat.h"
+
+/// The archive engine's procedures step by step on a file in memory: no caches, no put-off writes, no
+/// look-up table. Slow, plain, and the judge of the real one.
+class LiteralArchive {
+ public:
+  explicit LiteralArchive(std::uint32_t typeCode);
+
+  /// Writes index and name table back, as closing does, and reads the file anew.
+  void Reopen();
+  void AddRecord(const OxString& name, const std::string& data);
+  bool DeleteRecord(const OxString& name);
+  bool GetRecord(const OxString& name, std::string& data) const;
+
+  const std::string& file() const { return file_; }
+
+ private:
+  enum class Type { kRecord, kIndex, kNameTable };
+
+  bool ReadHeader(std::uint64_t position, FlatFile::RecordHeader& header) const;
+  void WriteAt(std::uint64_t position, const void* bytes, std::size_t count);
+  void WriteHeader(std::uint64_t position, const FlatFile::RecordHeader& header);
+  void WriteFileHeader();
+  std::string ReadPayload(std::uint64_t position) const;
+
+  std::string NameAt(std::uint32_t offset) const;
+  bool LookUp(const OxString& name, std::uint64_t& position, std::size_t& slot) const;
+  bool Matches(const OxString& name, std::size_t slot, int& order) const;
+  void RemoveFromIndex(std::uint32_t nameOffset);
+
+  void SetNext(std::uint64_t block, std::uint64_t value);
+  void SetPrev(std::uint64_t block, std::uint64_t value);
+  void Link(std::uint64_t block, FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
+  void Unlink(FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
+
+  void DeleteBlock(std::uint64_t block);
+  bool FindFreeBlock(std::size_t needed, std::uint64_t& block, FlatFile::RecordHeader& header);
+  void WriteData(const OxString& name, const std::string& data, Type type);
+
+  std::string file_;
+  FlatFile::FileHeader header_;
+  std::vector<FlatFile::IndexEntry> index_;
+  std::string names_;
+};
