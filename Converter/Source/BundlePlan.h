@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+#include "Foundation/OxString.h"
+
+/// What a bundle's files become, in order: one step per record, and one per thing that can't become one.
+class BundlePlan {
+ public:
+  enum class StepKind : std::uint8_t {
+    kFile,
+    kUnusableName,    ///< A name that no path can hold (not UTF-8, or with a backslash): never readable.
+    kUnlistedFolder,  ///< A folder whose entries cannot be had: nothing in it becomes a record.
+    kLeftOut,         ///< A file that another one replaces.
+  };
+
+  struct Step {
+    OxString leaf;             ///< The last component; bytes that are not UTF-8 are shown as "?".
+    std::uint32_t folder = 0;  ///< Where it lies, as an index into the folders.
+    StepKind kind = StepKind::kFile;
+  };
+
+  /// Folder 0 is the one that the plan is for. A folder's steps, with those of the folders inside it,
+  /// follow one another.
+  struct Folder {
+    OxString path;        ///< On the disk, with a "/" at the end.
+    OxString relative;    ///< Of its records' names: empty, or with a "/" at the end.
+    std::size_t end = 0;  ///< The first step behind it.
+  };
+
+  std::vector<Step> steps;
+  std::vector<Folder> folders;
+  /// Steps that store, under their own name, the file of a later step.
+  std::unordered_map<std::size_t, std::size_t> replacements;
+
+  OxString RecordName(std::size_t step) const;
+  /// The file whose bytes the record gets, and its last component.
+  OxString SourcePath(std::size_t step) const;
+  const OxString& SourceLeaf(std::size_t step) const { return steps[SourceOf(step)].leaf; }
+  bool IsInFirstFolder(std::size_t step) const { return steps[step].folder == 0; }
+  /// The first step behind the folder that a step lies in.
+  std::size_t EndOfFolder(std::size_t step) const { return folders[steps[step].folder].end; }
+
+ private:
+  std::size_t SourceOf(std::size_t step) const;
+};

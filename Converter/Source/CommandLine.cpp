@@ -1,0 +1,62 @@
+#include "CommandLine.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "Console.h"
+#include "Foundation/SecureZeroMemory.h"
+
+namespace {
+
+struct Flag {
+  std::string_view word;
+  bool RunOptions::*field;
+};
+
+constexpr Flag kFlags[] = {
+    {"-verify", &RunOptions::verify},    {"-flat", &RunOptions::flatten},
+    {"-unflat", &RunOptions::unflatten}, {"-sign", &RunOptions::sign},
+    {"-v", &RunOptions::verbose},        {"-list", &RunOptions::list},
+};
+
+// The value is an argument of the process, or an empty text of the caller's; both may be written to.
+struct ValueOption {
+  std::string_view word;
+  void (*store)(RunOptions& options, char* value);
+};
+
+void TakePassPhrase(RunOptions& options, char* value) {
+  options.passPhrase.secure_clear();
+  options.passPhrase = value;
+  SecureZeroMemory(value, std::strlen(value));
+}
+
+constexpr ValueOption kValueOptions[] = {
+    {"-o", [](RunOptions& options, char* value) { options.output = OxString(value); }},
+    {"-key", [](RunOptions& options, char* value) { options.privateKey = value; }},
+    {"-p", TakePassPhrase},
+    {"-pf", [](RunOptions& options, char* value) { options.passPhraseFile = value; }},
+    {"-cert", [](RunOptions& options, char* value) { options.certificate = OxString(value); }},
+};
+
+}  // namespace
+
+void ParseArguments(std::span<char*> arguments, RunOptions& options) {
+  char nothing[] = "";
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    char* const argument = arguments[i];
+    const auto hasWord = [argument](const auto& option) { return option.word == argument; };
+    if (const auto* option = std::ranges::find_if(kValueOptions, hasWord);
+        option != std::end(kValueOptions)) {
+      ++i;
+      option->store(options, i < arguments.size() ? arguments[i] : nothing);
+    } else if (const auto* flag = std::ranges::find_if(kFlags, hasWord); flag != std::end(kFlags)) {
+      options.*(flag->field) = true;
+    } else if (argument[0] == '-') {
+      Console::Error("warning: invalid option '%s'\n", argument);
+    } else {
+      options.input = OxString(argument);
+    }
+  }
+}

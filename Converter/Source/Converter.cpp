@@ -1,0 +1,183 @@
+#include "Converter.h"
+
+#include <cstddef>
+#include <exception>
+#include <optional>
+#include <span>
+
+#include "CommandLine.h"
+#include "Console.h"
+#include "Flattening.h"
+#include "KeyLoading.h"
+#include "Listing.h"
+#include "OutputPath.h"
+#include "PathExpansion.h"
+#include "Signing/CryptoHandles.h"
+#include "Signing/OxFileSigner.h"
+#include "Storage/OxFileUtils.h"
+#include "Unflattening.h"
+
+namespace {
+
+enum ExitStatus { kExitSuccess = 0, kExitFailure = 1 };
+
+constexpr const char* sConverterVersion = "1.1";
+constexpr int kBuildNumber = 12;
+constexpr unsigned int kDetectEncoding = 0xFFFFFFFF;
+
+constexpr const char* kUsage =
+    "Usage: Converter [-v] [-list] [-flat | -unflat] [-sign -key host.key -cert certfile "
+    "[-p foo | -pf passfile]] [-verify] file-or-bundle [-o output-dir]\n";
+
+void PrintBanner() {
+  // Deliberate: the letter e behind the version.
+  Console::PrintFormatted("Plover Widget Converter v%se (build %d)\n", sConverterVersion, kBuildNumber);
+}
+
+bool ReadPassPhraseFile(RunOptions& options) {
+  unsigned int encoding = kDetectEncoding;
+  if (!WobReadTextFile(options.passPhraseFile, encoding, options.passPhrase)) {
+    Console::Error("Error: Unable to read password from '%s'\n", options.passPhraseFile.c_str());
+    return false;
+  }
+  options.passPhrase.trim();
+  return true;
+}
+
+// The certificate with its private key, or null after the line that says why.
+Hux::SmartPtr<OxCertificate> PrepareSigning(RunOptions& options) {
+  InitialiseCryptoLibrary();
+  if (options.privateKey.empty()) Console::Error("Error: No private key specified with -sign option\n");
+  if (options.certificate.native_string().empty()) {
+    Console::Error("Error: No certificate file specified with -sign option\n");
+    return nullptr;
+  }
+  if (!options.passPhrase.empty() && !options.passPhraseFile.empty()) {
+    Console::Error("Error: Can't specify a password and a passfile at the same time.\n");
+    return nullptr;
+  }
+  if (!options.passPhraseFile.empty() && !ReadPassPhraseFile(options)) return nullptr;
+  Hux::SmartPtr<OxCertificate> certificate = ReadCertificateFromFile(options.certificate, OxString());
+  if (!certificate) return nullptr;
+  CryptoPtr<rsa_st> key = ReadPrivateKey(options.privateKey, options.passPhrase);
+  options.passPhrase.secure_clear();
+  if (!key) {
+    Console::Error("Error: Unable to read or extract private key.\n");
+    return nullptr;
+  }
+  certificate->SetPrivateKey(key.release());
+  return certificate;
+}
+
+void Flatten(RunOptions& options) {
+  if (!FlattenBundle(options.input, options.output, false, options.verbose)) {
+    Console::Error("Error: FlattenBundle failed\n");
+  }
+  options.input = options.output;
+}
+
+void Unflatten(RunOptions& options) {
+  if (!UnflattenFile(options.input, options.output, options.verbose)) {
+    Console::Error("Error: UnflattenBundle failed\n");
+  }
+  options.input = options.output;
+}
+
+void ReportUnreadable(const OxString& file) {
+  Console::Error("Error: Unable to read file '%s'\n", file.c_str());
+}
+
+bool Sign(const OxString& file, const Hux::SmartPtr<OxCertificate>& certificate) {
+  const std::int32_t result = OxFileSigner::Sign(file, OxString(), certificate);
+  if (result == OxFileSigner::kKeyMismatch) {
+    Console::Error("Error: Private key and certificate public key do not match.\n");
+    return false;
+  }
+  if (result == OxFileSigner::kCannotOpen) ReportUnreadable(file);
+  return true;
+}
+
+void Verify(const OxString& file) {
+  OxString signer;
+  unsigned long trust = 0;
+  switch (OxFileSigner::Verify(file, signer, trust)) {
+    case OxFileSigner::kSuccess:
+      Console::PrintFormatted("File signature is present and verified. Signer: '%s' Trusted: %d\n",
+                              signer.c_str(), trust != 0 ? 1 : 0);
+      break;
+    case OxFileSigner::kNotTrusted:
+      Console::PrintFormatted(
+          "Signature is valid, however certificate authenticity could not be verified. Signer: '%s'\n",
+          signer.c_str());
+      break;
+    case OxFileSigner::kMismatch:
+      Console::PrintFormatted("Signature not verified! File integrity uncertain. Signer: '%s'\n",
+                              signer.c_str());
+      break;
+    case OxFileSigner::kNoSignature:
+      Console::Print("File has no signature.\n");
+      break;
+    case OxFileSigner::kCannotOpen:
+      ReportUnreadable(file);
+      break;
+    default:  // Deliberate: an unreadable trailer is passed over in silence.
+      break;
+  }
+}
+
+ExitStatus RunJobs(RunOptions& options, const Hux::SmartPtr<OxCertificate>& certificate) {
+  if (options.flatten) Flatten(options);
+  if (options.unflatten) Unflatten(options);
+  const OxString& file = options.input.native_string();
+  if (options.sign) return Sign(file, certificate) ? kExitSuccess : kExitFailure;
+  // Deliberate: a run that signs never verifies.
+  if (options.verify) Verify(file);
+  return kExitSuccess;
+}
+
+ExitStatus Run(std::span<char*> arguments) {
+  RunOptions options;
+  ParseArguments(arguments, options);
+  if (options.verbose) PrintBanner();
+  if (options.input.native_string().empty()) return kExitFailure;
+  options.input = ExpandPath(options.input);
+  if (options.list) {
+    ListFileContents(options.input, options.verbose);
+    return kExitSuccess;
+  }
+  if (options.flatten || options.unflatten) {
+    const std::optional<OxPath> output = ResolveOutputPath(options.input, options.output);
+    if (!output) return kExitFailure;
+    options.output = *output;
+  }
+  Hux::SmartPtr<OxCertificate> certificate;
+  if (options.sign && !(certificate = PrepareSigning(options))) return kExitFailure;
+  options.passPhrase.secure_clear();
+  return RunJobs(options, certificate);
+}
+
+ExitStatus RunOrExplain(std::span<char*> arguments) {
+  try {
+    return Run(arguments);
+  } catch (const OxString::InvalidEncoding&) {
+    Console::Error("Error: an argument is not valid UTF-8\n");
+  } catch (const std::exception& failure) {
+    Console::Error("Error: %s\n", failure.what());
+  } catch (...) {
+    Console::Error("Error: the run failed for an unknown reason\n");
+  }
+  return kExitFailure;
+}
+
+}  // namespace
+
+int RunConverter(int argc, char* argv[]) {
+  if (argc <= 1) {
+    Console::Error("%s", kUsage);
+    return kExitSuccess;
+  }
+  const ExitStatus status =
+      RunOrExplain(std::span<char*>(argv, static_cast<std::size_t>(argc)).subspan(1));
+  Console::Finish();
+  return status;
+}

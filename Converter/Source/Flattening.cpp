@@ -1,0 +1,202 @@
+#include "Flattening.h"
+
+#include <limits>
+#include <vector>
+
+#include "BundleWalk.h"
+#include "Console.h"
+#include "Posix/Interruption.h"
+#include "Storage/OxBinaryData.h"
+#include "Storage/OxFile.h"
+#include "Storage/OxFileUtils.h"
+#include "WidgetArchive.h"
+#include "Xml/OxXMLParser.h"
+
+namespace {
+
+constexpr unsigned int kDetectEncoding = 0xFFFFFFFF;
+
+// The archive while it is being written: unless it is finished nothing of it stays, whether the run
+// fails, throws or is interrupted. An archive that could not be opened is not touched.
+class UnfinishedArchive {
+ public:
+  UnfinishedArchive(const OxString& path, bool protect)
+      : interruption_(path.c_str()),
+        file_(WidgetArchive::kTypeCode, path),
+        opened_(file_.Open(Mode(protect))) {
+    if (opened_) interruption_.Arm();
+  }
+  UnfinishedArchive(const UnfinishedArchive&) = delete;
+  UnfinishedArchive& operator=(const UnfinishedArchive&) = delete;
+  ~UnfinishedArchive() {
+    if (opened_ && !finished_) file_.Delete();
+  }
+
+  OxDataFile& file() { return file_; }
+  void Finish() {
+    file_.Close();
+    finished_ = true;
+  }
+
+ private:
+  static short Mode(bool protect) {
+    constexpr short kNewArchive =
+        OxDataFile::kOpenRead | OxDataFile::kOpenWrite | OxDataFile::kOpenCreate;
+    return protect ? kNewArchive | OxDataFile::kOpenProtected : kNewArchive;
+  }
+
+  Posix::InterruptionGuard interruption_;
+  OxDataFile file_;
+  bool opened_;
+  bool finished_ = false;
+};
+
+bool WriteArchive(const OxPath& description, const OxString& text, const OxString& target, bool protect,
+                  bool verbose) {
+  UnfinishedArchive archive(target, protect);
+  const OxString name = description.leaf();
+  if (verbose) Console::PrintFormatted("Adding %s\n", name.c_str());
+  archive.file().AddRecord(name, text.size(), text.c_str());
+  OxPath contents = description;
+  contents.trim_component();
+  if (!WriteFiles(contents, OxPath(), archive.file(), protect)) {
+    Console::Error("Error: failed to write files\n");
+    return false;
+  }
+  archive.Finish();
+  return true;
+}
+
+bool Convert(const OxPath& bundle, const OxPath& archive, bool protect, bool verbose) {
+  OxPath description;
+  if (!LocateWobFileInBundle(bundle, description)) return false;
+  OxString text;
+  if (!ReadWobFile(description.native_string(), text)) {
+    Console::Error("Error: Unable to read or parse .wob file\n");
+    return false;
+  }
+  if (!(archive == bundle)) {
+    return WriteArchive(description, text, archive.native_string(), protect, verbose);
+  }
+  const OxString temporary = WobGetNewTempFilePath();
+  if (!WriteArchive(description, text, temporary, protect, verbose)) return false;
+  if (!WobMoveFile(temporary, archive.native_string(), kConflictRename)) {
+    Console::Error("Error: could not move '%s' to '%s'\n", temporary.c_str(),
+                   archive.native_string().c_str());
+  }
+  return true;
+}
+
+void ReportUnreadable(const OxString& leaf) {
+  Console::Error("Error: Unable to read %s\n", leaf.c_str());
+}
+
+// What became of one step. A file that breaks off while it is read has left a part of itself in the
+// archive, so the whole run has failed.
+enum class Outcome { kDone, kUnreadable, kBrokenOff };
+
+Outcome AddFile(const BundlePlan& plan, std::size_t step, OxDataFile& file) {
+  OxFile source(plan.SourcePath(step));
+  if (source.Open(OxFile::kRead) != kStatusOk) return Outcome::kUnreadable;
+  if (source.GetLastKnownLength() > std::numeric_limits<std::uint32_t>::max())
+    return Outcome::kUnreadable;
+  const FileStatus status = file.AddRecordFromFile(plan.RecordName(step), source);
+  return status == kStatusOk ? Outcome::kDone : Outcome::kBrokenOff;
+}
+
+Outcome DoStep(const BundlePlan& plan, std::size_t step, OxDataFile& file) {
+  Outcome outcome = Outcome::kDone;
+  switch (plan.steps[step].kind) {
+    case BundlePlan::StepKind::kFile:
+      outcome = AddFile(plan, step, file);
+      break;
+    case BundlePlan::StepKind::kUnusableName:
+      outcome = Outcome::kUnreadable;
+      break;
+    case BundlePlan::StepKind::kUnlistedFolder:
+      ReportUnreadable(plan.SourceLeaf(step));
+      break;
+    case BundlePlan::StepKind::kLeftOut:
+      break;
+  }
+  if (outcome != Outcome::kDone) ReportUnreadable(plan.SourceLeaf(step));
+  return outcome;
+}
+
+}  // namespace
+
+bool FlattenBundle(const OxPath& bundle, const OxPath& archive, bool protect, bool verbose) {
+  const char* const name = bundle.native_string().c_str();
+  if (!OxFileUtils::Exists(bundle)) {
+    Console::Error("Error: '%s' does not exist\n", name);
+    return false;
+  }
+  if (!bundle.has_extension("widget") || !OxFileUtils::IsDirectory(bundle)) {
+    Console::Error("Error: Unable to convert %s\n", name);
+    return false;
+  }
+  return ConvertWidgetBundle(bundle, archive, protect, verbose);
+}
+
+bool ConvertWidgetBundle(const OxPath& bundle, const OxPath& archive, bool protect, bool verbose) {
+  try {
+    return Convert(bundle, archive, protect, verbose);
+  } catch (...) {
+    Console::Error("Error: ConvertWidgetBundle: Caught exception!\n");
+    return false;
+  }
+}
+
+bool LocateWobFileInBundle(const OxPath& bundle, OxPath& descriptionFile) {
+  std::vector<OxPath> found;
+  const OxPath contents = bundle / OxPath(WidgetArchive::kContentsFolder);
+  const long count = OxFileUtils::GetFolderContents(contents, "*.wob", found);
+  if (count > 0) descriptionFile = found.front();
+  if (count == 0) Console::Error("Error: No .wob file found in .widget bundle\n");
+  if (count > 1) Console::Error("Error: More than one .wob file encountered\n");
+  return count == 1 || count < 0;
+}
+
+Hux::SmartPtr<OxXMLDoc> ReadWobFile(const OxString& path, OxString& text) {
+  unsigned int encoding = kDetectEncoding;
+  if (!WobReadTextFile(path, encoding, text)) return nullptr;
+  const Hux::SmartPtr<OxXMLDoc> document = OxXMLDoc::Make();
+  OxXMLParser parser;
+  parser.SetStrict(0);
+  if (parser.Parse(text, document).GetError() != OxXMLError::kNoError) return nullptr;
+  const Hux::SmartPtr<OxXMLNode> root = document->GetRoot();
+  if (!root || root->GetName().compare("widget", OxString::kCaseInsensitive) != 0) {
+    Console::Error("Error: no <widget> tag in .wob file\n");
+    return nullptr;
+  }
+  return document;
+}
+
+bool WriteFiles(const OxPath& root, const OxPath& relative, OxDataFile& file, bool) {
+  const std::optional<BundlePlan> plan = PlanBundle(root, relative, OxPath(file.GetPath()));
+  if (!plan) return false;
+  for (std::size_t step = 0; step < plan->steps.size();) {
+    const Outcome outcome = DoStep(*plan, step, file);
+    if (outcome == Outcome::kDone) {
+      ++step;
+      continue;
+    }
+    if (outcome == Outcome::kBrokenOff || plan->IsInFirstFolder(step)) return false;
+    step = plan->EndOfFolder(step);
+  }
+  return true;
+}
+
+void WriteMetaData(Hux::SmartPtr<OxXMLDoc> doc, OxDataFile& file) {
+  const Hux::SmartPtr<OxXMLNode> root = doc->GetRoot();
+  if (!root) return;
+  if (root->GetAttribute("version").empty()) {
+    Console::Print("Warning: Widget does not seem to have a 'version' attribute.\n");
+  }
+  OxBinaryData record;
+  record.AddUInt32(0, OxBinaryData::kLittleEndian);
+  for (const char* attribute : {"version", "author", "copyright", "company", "image"}) {
+    record.AddNullTerminatedString(root->GetAttribute(attribute));
+  }
+  file.AddRecord(WidgetArchive::kMetaDataName, record.GetLength(), record.GetData());
+}

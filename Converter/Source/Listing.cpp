@@ -1,0 +1,69 @@
+#include "Listing.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+#include "Console.h"
+#include "Storage/OxDataFile.h"
+#include "WidgetArchive.h"
+
+namespace {
+
+struct Totals {
+  std::uint32_t length = 0;
+  std::uint32_t count = 0;
+};
+
+std::string LengthColumn(std::uint32_t length) {
+  char column[24];
+  const int size = std::snprintf(column, sizeof column, " %6d   ", static_cast<std::int32_t>(length));
+  return {column, static_cast<std::size_t>(size)};
+}
+
+Totals PrintRecords(OxDataFile& file, bool verbose) {
+  Totals totals;
+  std::string line;
+  const OxDataFile::Iterator end = file.End();
+  for (OxDataFile::Iterator record = file.Begin(); record != end; ++record) {
+    const OxString& name = record->GetName();
+    if (name == WidgetArchive::kMetaDataName) continue;
+    line.clear();
+    if (verbose) line = LengthColumn(record->GetDataLength());
+    line += name.view();
+    line += '\n';
+    Console::Print(line);
+    totals.length += record->GetDataLength();
+    ++totals.count;
+  }
+  return totals;
+}
+
+void List(OxDataFile& file, bool verbose) {
+  if (!file.Open(OxDataFile::kOpenRead)) {
+    Console::Print("That file does not appear to be a flattened Widget.");
+    return;
+  }
+  const Totals totals = PrintRecords(file, verbose);
+  if (verbose) {
+    Console::PrintFormatted(" ------   ----\n%s%d files\n", LengthColumn(totals.length).c_str(),
+                            static_cast<std::int32_t>(totals.count));
+  }
+  file.Close();
+}
+
+}  // namespace
+
+bool ListFileContents(const OxPath& archive, bool verbose) {
+  if (verbose) {
+    Console::PrintFormatted("Archive: %s\n Length   Name\n ------   ----\n",
+                            archive.native_string().c_str());
+  }
+  try {
+    OxDataFile file(WidgetArchive::kTypeCode, archive.native_string());
+    List(file, verbose);
+  } catch (...) {
+    Console::Error("Error: the listing of '%s' ends early\n", archive.native_string().c_str());
+  }
+  return true;
+}

@@ -1,0 +1,33 @@
+#include "OutputPath.h"
+
+#include "Console.h"
+#include "ObjectIdentity.h"
+#include "PathExpansion.h"
+#include "Storage/OxFileUtils.h"
+
+namespace {
+
+bool WouldDestroyInput(const OxPath& input, const OxPath& output) {
+  return input == output || IsSameObject(input, output) || LiesInside(output, input);
+}
+
+}  // namespace
+
+std::optional<OxPath> ResolveOutputPath(const OxPath& input, const OxPath& output) {
+  if (output.native_string().empty()) {
+    Console::Error("Error: no output path specified\n");
+    return std::nullopt;
+  }
+  OxPath result = ExpandPath(output);
+  const OxPath parent = result.branch_path();
+  if (!OxFileUtils::Exists(result) && !OxFileUtils::Exists(parent)) {
+    Console::Error("Error: Output directory '%s' does not exist\n", parent.native_string().c_str());
+    return std::nullopt;
+  }
+  if (OxFileUtils::IsDirectory(result)) result /= OxPath(input.leaf());
+  if (WouldDestroyInput(input, result)) {
+    Console::Error("Error: output and input paths are identical\n");
+    return std::nullopt;
+  }
+  return result;
+}
