@@ -1,0 +1,128 @@
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+
+#include "Foundation/OxString.h"
+#include "Foundation/Retainable.h"
+#include "Foundation/SmartPtr.h"
+
+/// Reads characters out of text, with further text pushed in front of the position on the way.
+///   Input:   a chain of segments: the text of SetData(), which is not copied and must outlive the scan,
+///            cut in two wherever text is pushed. Reading goes from one to the next without a seam.
+///   Lines:   a line feed of the outermost text begins a line, also behind a carriage return; a carriage
+///            return alone does not, and neither does anything in pushed text.
+///   Failure: a matcher that fails restores the position, and appends nothing to its output.
+///   Zeros:   a U+0000 cannot be read: reaching one throws OxString::const_iterator::OutOfBounds.
+class OxScanner {
+ private:
+  struct Segment;
+
+ public:
+  /// How many characters a matcher takes.
+  enum MatchKind { kExactlyOne, kOneOrMore, kZeroOrMore };
+
+  /// A place in the input; it keeps pushed text alive for as long as it exists.
+  class Pos {
+   public:
+    Pos();
+    Pos(const Pos& other);
+    Pos& operator=(const Pos& other);
+    ~Pos();
+
+   private:
+    friend class OxScanner;
+    const char* at_ = nullptr;
+    std::uint32_t line_ = 0;
+    Hux::SmartPtr<Segment> segment_;
+  };
+
+  OxScanner();
+  OxScanner(const OxScanner&) = delete;
+  OxScanner& operator=(const OxScanner&) = delete;
+  virtual ~OxScanner();
+  /// Takes one decimal digit.
+  virtual bool MatchDigitChar(OxString& out);
+
+  /// Begins to read `text`, whose first line has the number `line`.
+  void SetData(const OxString& text, std::uint32_t line);
+  /// Puts a copy of `text` in front of the position.
+  void PushData(const OxString& text);
+
+  /// Whether nothing is left, in pushed text either.
+  bool IsEOF() const;
+  std::uint32_t GetLine() const { return line_; }
+  Pos GetPos() const;
+  /// Goes back, or forward, to a place of the input that was set last.
+  void SetPos(const Pos& pos);
+
+  /// Advances by one and gives the character that is current then; false at the end.
+  bool GetNextChar(std::uint32_t& out);
+  /// The character `count` places ahead, 0 being the current one; 0 at the end.
+  std::uint32_t PeekAhead(std::size_t count) const;
+  /// Whether `text` comes next.
+  bool PeekAhead(const OxString& text) const;
+  /// Moves by characters, a carriage return and its line feed counting as one; false when the input ends
+  /// first.
+  bool Advance(std::size_t count);
+
+  /// Take the text or the character if it comes next. An empty text always does.
+  bool Match(const OxString& text);
+  bool MatchASCII(const char* characters);
+  template <std::integral CodePoint>
+  bool Match(CodePoint codePoint) {
+    return MatchCodePoint(static_cast<std::uint32_t>(codePoint));
+  }
+
+  /// Take characters that `accepts` and append them to `out`; whether there were as many as `kind` asks.
+  template <std::predicate<std::uint32_t> Predicate>
+  bool Match(Predicate accepts, MatchKind kind, OxString& out) {
+    bool any = false;
+    std::uint32_t c = 0;
+    while (!(any && kind == kExactlyOne) && Current(c) && accepts(c)) {
+      AppendCurrent(out);
+      any = true;
+    }
+    return any || kind == kZeroOrMore;
+  }
+  template <std::derived_from<OxScanner> Scanner>
+  bool Match(bool (Scanner::*accepts)(std::uint32_t) const, MatchKind kind, OxString& out) {
+    const auto& self = static_cast<const Scanner&>(*this);
+    return Match([&](std::uint32_t c) { return (self.*accepts)(c); }, kind, out);
+  }
+  /// Decimal digits, by MatchDigitChar().
+  bool MatchDigits(MatchKind kind, OxString& out);
+  bool MatchOneChoiceChar(const OxString& choices, OxString& out);
+  bool MatchChoice(const OxString& choices, MatchKind kind, OxString& out);
+
+  /// How many pushed texts the position stands in that have not been left yet.
+  std::uint32_t Depth() const { return depth_; }
+
+ protected:
+  /// The current character; false at the end of the input.
+  bool Current(std::uint32_t& c);
+  /// Moves over the current character and appends it to `out`.
+  void AppendCurrent(OxString& out);
+  /// Moves on to the next segment that has text left. False at the end of the input; throws for a zero
+  /// inside the text.
+  bool NextSegment();
+
+  // The place within the current segment, as bytes. The text of every segment ends with a zero byte, so
+  // loops need not look at its end.
+  const char* at_;
+  std::uint32_t line_ = 0;
+  std::uint32_t lineStep_ = 0;  // What a line feed adds to the line: 1, or 0 in pushed text.
+
+ private:
+  struct Place;
+
+  bool MatchCodePoint(std::uint32_t codePoint);
+  bool MatchBytes(const char* bytes, std::size_t count);
+  void Enter(const Hux::SmartPtr<Segment>& segment);
+  static bool Read(Place& place, std::uint32_t& c);
+  void StepOver(std::uint32_t c, std::size_t bytes);
+
+  std::uint32_t depth_ = 0;
+  Hux::SmartPtr<Segment> segment_;
+};

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <memory>
+
+#include "Xml/OxXMLName.h"
+#include "Xml/OxXMLNode.h"
+
+/// An attribute. Its value is the joined text of its children, which are text nodes, with references to
+/// entities of the document replaced.
+class OxXMLAttrNode : public OxXMLNode {
+ public:
+  /// An attribute without a document.
+  static Hux::SmartPtr<OxXMLAttrNode> Make(const OxXMLName& name, OxString value = OxString());
+  ~OxXMLAttrNode() override;
+
+  NodeType GetNodeType() const override { return kAttributeNode; }
+  const OxString& GetName() const override { return name_.text(); }
+  /// Replaces all children by one text node and calls the owner's AttributeChanged().
+  void SetValue(const OxString& value) override;
+  /// The text of the children with every reference "&name;" replaced in one pass: replacement text is
+  /// not looked at again, and what does not resolve, or would exceed the bounds of XMLExpansionBudget,
+  /// stays as it is. The five predefined names resolve without a document.
+  OxString GetValue() const override;
+  OxString GetAsString(int indent) const override;
+  /// Text nodes only.
+  bool AllowChild(const Hux::SmartPtr<OxXMLNode>& node) const override;
+  Hux::SmartPtr<OxXMLNode> CloneSelf() const override;
+
+  /// SetValue() without the call of AttributeChanged().
+  virtual void SetValueQuiet(const OxString& value);
+  void SetUnparsedValue(const OxString& value);
+
+  /// The node that has this attribute, or null.
+  Hux::SmartPtr<OxXMLNode> GetOwner() const;
+
+ protected:
+  OxXMLAttrNode(const OxXMLName& name, OxString value);
+
+ private:
+  ChildLinks* Children() override;
+  const OxString& ValueText() const override { return text_; }
+  OxString& EditValueText() override { return text_; }
+  OxString JoinedText() const;
+
+  OxXMLName name_;
+  // The one text that an attribute almost always has becomes a node only when someone asks for children;
+  // from then on they hold the text.
+  OxString text_;
+  std::unique_ptr<ChildLinks> children_;
+};

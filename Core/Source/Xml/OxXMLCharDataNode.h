@@ -1,0 +1,32 @@
+#pragma once
+
+#include <utility>
+
+#include "Xml/OxXMLNode.h"
+
+/// Character data: base of text, CDATA sections and comments.
+///   Units:  offsets and counts are characters; a count past the end is cut to the end.
+///   Errors: OxXMLDOMException(1) for a negative offset or count and for an offset that is not below the
+///           length. Deliberate: so nothing can be inserted at the very end; that is AppendData()'s job.
+class OxXMLCharDataNode : public OxXMLNode {
+ public:
+  std::uint32_t GetLength() const { return data_.length(); }
+  OxString GetSubstring(OxString::Index offset, OxString::Index count) const;
+  void AppendData(const OxString& text) { data_ += text; }
+  void InsertData(OxString::Index offset, const OxString& text);
+  void DeleteData(OxString::Index offset, OxString::Index count);
+  void ReplaceData(OxString::Index offset, OxString::Index count, const OxString& text);
+
+ protected:
+  explicit OxXMLCharDataNode(OxString data) : data_(std::move(data)) {}
+  const OxString& data() const { return data_; }
+
+ private:
+  friend struct XMLTree;
+
+  const OxString& ValueText() const override { return data_; }
+  OxString& EditValueText() override { return data_; }
+  OxString::Index CheckRange(OxString::Index offset, OxString::Index count) const;
+
+  OxString data_;
+};

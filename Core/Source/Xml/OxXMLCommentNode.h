@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Xml/OxXMLCharDataNode.h"
+
+/// A comment; the value is what stands between the delimiters.
+class OxXMLCommentNode : public OxXMLCharDataNode {
+ public:
+  /// A node without a document.
+  static Hux::SmartPtr<OxXMLCommentNode> Make(OxString text);
+
+  NodeType GetNodeType() const override { return kCommentNode; }
+  const OxString& GetName() const override;
+  OxString GetAsString(int indent) const override;
+  Hux::SmartPtr<OxXMLNode> CloneSelf() const override;
+
+ protected:
+  using OxXMLCharDataNode::OxXMLCharDataNode;
+};

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "Xml/OxXMLAttrNode.h"
+#include "Xml/OxXMLCDATANode.h"
+#include "Xml/OxXMLCommentNode.h"
+#include "Xml/OxXMLDocTypeNode.h"
+#include "Xml/OxXMLElementNode.h"
+#include "Xml/OxXMLPINode.h"
+#include "Xml/OxXMLTextNode.h"
+
+/// A document: the root of a tree, the maker of its nodes and the owner of the XML declaration's
+/// pseudo-attributes. When it dies, nodes of its tree that others hold belong to no document.
+class OxXMLDoc : public OxXMLNode {
+ public:
+  static Hux::SmartPtr<OxXMLDoc> Make();
+  ~OxXMLDoc() override;
+
+  NodeType GetNodeType() const override { return kDocumentNode; }
+  const OxString& GetName() const override;
+  /// Whether the node belongs to this document.
+  bool IsDocumentCorrect(const Hux::SmartPtr<OxXMLNode>& node) const override;
+  /// Deliberate: begins with a fixed XML declaration, whatever the parsed one said.
+  OxString GetAsString(int indent) const override;
+  /// Processing instructions, comments and a document type always; an element only while the document
+  /// never had one.
+  bool AllowChild(const Hux::SmartPtr<OxXMLNode>& node) const override;
+  void ChildAdded(const Hux::SmartPtr<OxXMLNode>& node) override;
+  /// Deliberate: forgets a document type, but never the root element, so that a document refuses a
+  /// second element even after the first was removed.
+  void ChildRemoved(const Hux::SmartPtr<OxXMLNode>& node) override;
+  Hux::SmartPtr<OxXMLNode> CloneSelf() const override;
+
+  /// Makers of nodes that belong to this document and have no parent yet.
+  virtual Hux::SmartPtr<OxXMLElementNode> CreateElementNode(const OxXMLName& name);
+  Hux::SmartPtr<OxXMLAttrNode> CreateAttrNode(const OxXMLName& name, OxString value);
+  Hux::SmartPtr<OxXMLTextNode> CreateTextNode(OxString text);
+  Hux::SmartPtr<OxXMLCDATANode> CreateCDATANode(OxString text);
+  Hux::SmartPtr<OxXMLCommentNode> CreateCommentNode(OxString text);
+  Hux::SmartPtr<OxXMLPINode> CreatePINode(const OxXMLName& target, OxString data);
+  Hux::SmartPtr<OxXMLDocTypeNode> CreateDocTypeNode(const OxXMLName& name);
+
+  /// The first element among the children, or null.
+  Hux::SmartPtr<OxXMLElementNode> GetRoot() const;
+  /// The document type declaration that was added last, or null.
+  Hux::SmartPtr<OxXMLDocTypeNode> GetDocType() const { return docType_; }
+
+  /// Attributes of the document itself: those of the XML declaration, after a parse.
+  void AddAttribute(const OxString& name, const OxString& value);
+  bool GetAttributeValue(const OxString& name, OxString& out) const;
+  /// Whether the entity is predefined or declared; `out` is its replacement text, or empty.
+  bool GetEntityReplacementText(const OxString& name, OxString& out) const;
+
+  /// Clones a node of any document for this one: `out` is the copy, without a parent. 9, and `out` null,
+  /// for null, a document and a document type.
+  std::int32_t ImportNode(const Hux::SmartPtr<OxXMLNode>& node, bool deep,
+                          Hux::SmartPtr<OxXMLNode>& out);
+  /// Numbers the document, the attributes of each node in order of names and then its children, from 1,
+  /// when anything was added or removed since the last time.
+  void Index();
+
+ protected:
+  OxXMLDoc();
+  /// Makes a node that a subclass has created one of this document.
+  void Own(OxXMLNode& node);
+
+ private:
+  friend class OxXMLNode;
+  friend class OxXMLNamedNodeMap;
+
+  ChildLinks* Children() override { return &children_; }
+  const OxString& ValueText() const override { return value_.Get(); }
+  OxString& EditValueText() override { return value_.Edit(); }
+
+  ChildLinks children_;
+  Hux::SmartPtr<OxXMLNode> root_;
+  Hux::SmartPtr<OxXMLDocTypeNode> docType_;
+  XMLLazyText value_;
+  bool indexDirty_ = false;
+  bool dying_ = false;
+};

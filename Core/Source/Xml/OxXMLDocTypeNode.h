@@ -1,0 +1,74 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string_view>
+
+#include "Xml/OxXMLName.h"
+#include "Xml/OxXMLNode.h"
+#include "Xml/XMLLazyText.h"
+
+/// A document type declaration: its name is the root element's, and its entities are those that the
+/// internal subset declares. It carries a SYSTEM or a PUBLIC identifier or none, never both.
+class OxXMLDocTypeNode : public OxXMLNode {
+ public:
+  /// A declaration without a document.
+  static Hux::SmartPtr<OxXMLDocTypeNode> Make(const OxXMLName& name);
+
+  NodeType GetNodeType() const override { return kDocTypeNode; }
+  const OxString& GetName() const override { return name_.text(); }
+  /// A literal is written in quotes, or in apostrophes when it holds a quote.
+  OxString GetAsString(int indent) const override;
+  Hux::SmartPtr<OxXMLNode> CloneSelf() const override;
+
+  /// Sets the system literal of a SYSTEM identifier and clears the public fields.
+  void SetLocalPath(const OxString& path);
+  /// Sets both literals of a PUBLIC identifier and clears the local path.
+  void SetPublicPath(const OxString& publicID, const OxString& path);
+  const OxString& GetLocalPath() const { return localPath_; }
+  const OxString& GetPublicID() const { return publicID_; }
+  const OxString& GetPublicPath() const { return publicPath_; }
+
+  /// The text between "[" and "]", trimmed.
+  void SetInternalSubset(const OxString& text) { internalSubset_ = text; }
+  const OxString& GetInternalSubset() const { return internalSubset_; }
+
+  /// The first text that is set for a name stays; later ones are ignored.
+  void SetEntity(const OxString& name, const OxString& text);
+  void SetParameterEntity(const OxString& name, const OxString& text);
+  /// Whether the entity is known; `out` is its replacement text, or empty. The five predefined names
+  /// (lt, gt, amp, quot, apos) always give their character.
+  bool GetEntity(const OxString& name, OxString& out) const;
+  bool GetParameterEntity(const OxString& name, OxString& out) const;
+
+  /// The stored text of a declared entity, or null. It stays where it is as long as this node lives.
+  const OxString* FindEntity(std::string_view name) const;
+  const OxString* FindParameterEntity(std::string_view name) const;
+  /// The character of a predefined entity, or an empty text.
+  static std::string_view PredefinedEntity(std::string_view name);
+
+ protected:
+  explicit OxXMLDocTypeNode(const OxXMLName& name) : name_(name) {}
+
+ private:
+  struct NameLess {
+    using is_transparent = void;
+    bool operator()(std::string_view a, std::string_view b) const { return a < b; }
+    bool operator()(const OxString& a, const OxString& b) const { return a.view() < b.view(); }
+    bool operator()(const OxString& a, std::string_view b) const { return a.view() < b; }
+    bool operator()(std::string_view a, const OxString& b) const { return a < b.view(); }
+  };
+  using EntityTable = std::map<OxString, OxString, NameLess>;
+
+  const OxString& ValueText() const override { return value_.Get(); }
+  OxString& EditValueText() override { return value_.Edit(); }
+
+  OxXMLName name_;
+  OxString localPath_;
+  OxString publicID_;
+  OxString publicPath_;
+  OxString internalSubset_;
+  EntityTable entities_;
+  EntityTable parameterEntities_;
+  XMLLazyText value_;
+};

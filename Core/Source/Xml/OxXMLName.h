@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Foundation/OxString.h"
+#include "Foundation/SmartPtr.h"
+
+/// The name of a node: a text that never changes and that many nodes share, eight bytes in each. Any
+/// string serves where one is wanted.
+class OxXMLName {
+ public:
+  OxXMLName(const OxString& text);
+  OxXMLName(const char* utf8) : OxXMLName(OxString(utf8)) {}
+
+  const OxString& text() const { return shared_->text; }
+
+ private:
+  struct Shared : Hux::Retainable {
+    explicit Shared(const OxString& name) : text(name) {}
+    OxString text;
+  };
+
+  Hux::SmartPtr<Shared> shared_;
+};

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "Foundation/OxString.h"
+#include "Foundation/SmartPtr.h"
+#include "Xml/OxXMLNode.h"
+
+/// The attributes of a node, unique by name and always in the order of their names (UTF-16 code units),
+/// never in that of the source.
+///   Owns:  a reference to each attribute. Attributes of a node's own map know that node; an attribute
+///          belongs to one node at a time and leaves another when it is set here.
+///   Copy:  a copy belongs to no node and shares the attributes. Assigning to a node's own map replaces
+///          its content by clones.
+///   Cost:  logarithmic in the number of attributes; going through Item() in order is linear.
+class OxXMLNamedNodeMap {
+ public:
+  OxXMLNamedNodeMap() = default;
+  OxXMLNamedNodeMap(const OxXMLNamedNodeMap& other);
+  OxXMLNamedNodeMap& operator=(const OxXMLNamedNodeMap& other);
+  ~OxXMLNamedNodeMap();
+
+  std::size_t Length() const { return large_ ? large_->tree.size() : small_.size(); }
+  /// Null when `index` is out of range.
+  Hux::SmartPtr<OxXMLNode> Item(std::size_t index) const;
+  /// Null when there is none.
+  Hux::SmartPtr<OxXMLNode> GetNamedItem(const OxString& name) const;
+  /// Inserts an attribute or replaces the one of the same name. False, and nothing changed, for null and
+  /// for a node that is no attribute.
+  bool SetNamedItem(const Hux::SmartPtr<OxXMLNode>& node);
+  /// The attribute that was removed, or null.
+  Hux::SmartPtr<OxXMLNode> RemoveNamedItem(const OxString& name);
+  /// Whether `node` itself was here and was removed.
+  bool RemoveItem(const Hux::SmartPtr<OxXMLNode>& node);
+  /// A map that belongs to no node and holds clones.
+  OxXMLNamedNodeMap Clone() const;
+
+  /// Calls `visit(const Hux::SmartPtr<OxXMLNode>&)` for each attribute in order of names; `visit` must
+  /// not change the map.
+  template <typename Visitor>
+  void ForEach(Visitor visit) const {
+    for (const auto& node : small_) visit(node);
+    if (large_) {
+      for (const auto& entry : large_->tree) visit(entry.second);
+    }
+  }
+
+ private:
+  friend class OxXMLNode;
+
+  struct NameLess {
+    bool operator()(std::string_view a, std::string_view b) const;
+  };
+  using Small = std::vector<Hux::SmartPtr<OxXMLNode>>;
+  using Tree = std::map<std::string_view, Hux::SmartPtr<OxXMLNode>, NameLess>;
+
+  // The form for many attributes.
+  struct Large {
+    Tree tree;  // The keys lie in the names of the nodes, which never change.
+    // Where Item() was last time, so that going through it in order needs no search.
+    Tree::const_iterator cursor;
+    std::size_t cursorIndex = 0;
+  };
+
+  explicit OxXMLNamedNodeMap(OxXMLNode* owner) : owner_(owner) {}
+  Small::const_iterator LowerBound(std::string_view name) const;
+  OxXMLNode* Find(std::string_view name) const;
+  void InsertSmall(const Hux::SmartPtr<OxXMLNode>& node);
+  void InsertLarge(const Hux::SmartPtr<OxXMLNode>& node);
+  void BecomeLarge();
+  void TakeOver(OxXMLNode& node);
+  void LetGo(OxXMLNode& node) const;
+  void Changed() const;
+  void Clear();
+
+  Small small_;  // Sorted by name; empty once there are many.
+  std::unique_ptr<Large> large_;
+  OxXMLNode* owner_ = nullptr;
+};

@@ -1,0 +1,166 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "Foundation/OxString.h"
+#include "Foundation/Retainable.h"
+#include "Foundation/SmartPtr.h"
+#include "Xml/OxXMLDOMException.h"
+
+class OxXMLAttrNode;
+class OxXMLDoc;
+class OxXMLNamedNodeMap;
+class OxXMLNode;
+class OxXMLNodeList;
+
+/// A node of a document: base of all kinds of nodes.
+///   Owns:    its children and its attributes. Parent and document are plain back links. A node without
+///            a parent must not outlive its document; one in a tree may, and then belongs to none.
+///   Results: operations on the tree return an OxXMLResult and leave the tree unchanged unless it is
+///            kOxXMLSuccess. A null child gives kOxXMLHierarchyNotAllowed.
+///   Depth:   no operation recurses; trees may be as deep as memory allows.
+///   Threads: one, for all documents together: the nodes' memory comes from one pool.
+class OxXMLNode : public Hux::Retainable {
+ public:
+  enum NodeType : std::int32_t {
+    kElementNode = 1,
+    kAttributeNode = 2,
+    kTextNode = 3,
+    kCDATANode = 4,
+    kPINode = 7,
+    kCommentNode = 8,
+    kDocumentNode = 9,
+    kDocTypeNode = 10,
+  };
+
+  ~OxXMLNode() override;
+  static void* operator new(std::size_t size);
+  static void operator delete(void* memory, std::size_t size);
+
+  virtual NodeType GetNodeType() const = 0;
+  virtual const OxString& GetName() const = 0;
+
+  /// Gives an existing attribute the value, else makes one, and then calls AttributeChanged().
+  /// Deliberate: an attribute that exists also announces its change itself, so the hook is called twice.
+  virtual void SetAttribute(const OxString& name, const OxString& value);
+  /// Inserts the attribute or replaces the one of its name. An attribute of another node leaves it, and
+  /// it belongs to this node's document from now on. Nothing for null.
+  virtual void SetAttributeNode(const Hux::SmartPtr<OxXMLAttrNode>& attribute);
+  virtual void SetValue(const OxString& value);
+  virtual OxString GetValue() const;
+  /// Adds a child at the end, out of its old parent if it has one: 4, 3 or 0.
+  virtual std::int32_t AppendChild(const Hux::SmartPtr<OxXMLNode>& child);
+  /// Whether both nodes belong to the same document, or both to none.
+  virtual bool IsDocumentCorrect(const Hux::SmartPtr<OxXMLNode>& node) const;
+  /// The node as XML text. `indent` is the nesting depth, two spaces each, or -1 for none at all depths.
+  /// Throws std::bad_alloc for a text of 4 GiB or more.
+  virtual OxString GetAsString(int indent) const;
+  /// Whether this kind of node takes that kind of child, there and now.
+  virtual bool AllowChild(const Hux::SmartPtr<OxXMLNode>& node) const;
+  virtual void ChildAdded(const Hux::SmartPtr<OxXMLNode>& node);
+  virtual void ChildRemoved(const Hux::SmartPtr<OxXMLNode>& node);
+  /// Hooks for subclasses; they do nothing here.
+  virtual void AttributeChanged(const OxString& name, const OxString& value);
+  virtual void AttributeRemoved(const OxString& name);
+  /// A copy with value and clones of the attributes, of the same document, without parent, line and
+  /// children (an attribute's text counts as its value).
+  virtual Hux::SmartPtr<OxXMLNode> CloneSelf() const = 0;
+
+  /// Puts `child` before `reference`: 8, 4, 3 or 0. Nothing moves when both are the same child.
+  std::int32_t InsertChildBefore(const Hux::SmartPtr<OxXMLNode>& child,
+                                 const Hux::SmartPtr<OxXMLNode>& reference);
+  /// Puts `newChild` in the place of `oldChild`: 4, 3, 8 or 0. Nothing moves when both are the same.
+  std::int32_t ReplaceChild(const Hux::SmartPtr<OxXMLNode>& newChild,
+                            const Hux::SmartPtr<OxXMLNode>& oldChild);
+  /// Whether `child` was a child of this node; it has no parent and no siblings afterwards.
+  bool RemoveChild(Hux::SmartPtr<OxXMLNode> child);
+  void RemoveAllChildren();
+  bool HasChildNodes() const;
+  /// Appends the children in order.
+  void GetChildren(OxXMLNodeList& list) const;
+
+  Hux::SmartPtr<OxXMLNode> GetFirstChild() const;
+  Hux::SmartPtr<OxXMLNode> GetLastChild() const;
+  Hux::SmartPtr<OxXMLNode> GetNextSibling() const { return next_; }
+  Hux::SmartPtr<OxXMLNode> GetPreviousSibling() const { return Hux::make_ref(previous_); }
+  /// Null for an attribute: the node that has it is its GetOwner().
+  Hux::SmartPtr<OxXMLNode> GetParent() const;
+  /// Null for a node made without a document; a document is its own.
+  Hux::SmartPtr<OxXMLDoc> GetOwnerDocument() const;
+
+  /// As SetAttribute(), but no hook is called.
+  void SetAttributeQuiet(const OxString& name, const OxString& value);
+  /// Removes the attribute, if there is one, and then calls AttributeRemoved().
+  void RemoveAttribute(const OxString& name);
+  void RemoveAttributeQuiet(const OxString& name);
+  /// Whether there is such an attribute; `out` is its value, or empty.
+  bool GetAttribute(const OxString& name, OxString& out) const;
+  OxString GetAttribute(const OxString& name) const;
+  Hux::SmartPtr<OxXMLAttrNode> GetAttributeNode(const OxString& name) const;
+  bool RemoveAttributeNode(const Hux::SmartPtr<OxXMLAttrNode>& attribute);
+  const OxXMLNamedNodeMap& GetAttributes() const;
+  OxXMLNamedNodeMap& GetAttributes();
+
+  /// Appends the elements below this node in document order whose name equals `name` exactly; "*" stands
+  /// for every name.
+  void GetElementsByTagName(const OxString& name, OxXMLNodeList& list) const;
+  /// The first element, this node included, whose attribute "id" equals `id`, or null.
+  Hux::SmartPtr<OxXMLNode> GetElementByID(const OxString& id) const;
+  /// CloneSelf(), with clones of everything below this node when `deep`.
+  Hux::SmartPtr<OxXMLNode> Clone(bool deep) const;
+
+  /// Place in the document order, from 1, as of the last OxXMLDoc::Index().
+  std::uint32_t GetIndex() const { return index_; }
+  /// The line on which the parser found the node, from 1; 0 for nodes made by program code.
+  std::uint32_t GetLine() const { return line_; }
+  void SetLine(std::uint32_t line) { line_ = line; }
+
+  /// `indent` times two spaces and then `text`; `text` alone when `indent` is negative.
+  static OxString IndentString(int indent, const OxString& text);
+  /// Replaces < > & " ' by references, and line feed, carriage return and tab too if asked for.
+  static OxString Escape(const OxString& text, bool escapeWhitespace);
+
+ protected:
+  struct ChildLinks {
+    Hux::SmartPtr<OxXMLNode> first;
+    OxXMLNode* last = nullptr;
+  };
+
+  OxXMLNode() = default;
+  /// Clones the attributes of `source` into this node, which has none yet, and takes its document.
+  void CopyFrom(const OxXMLNode& source);
+  /// Lets go of all children, and of all below them that nobody else holds, without recursion.
+  void ReleaseChildren(ChildLinks& children);
+  void MarkIndexDirty() const;
+
+ private:
+  friend class OxXMLDoc;
+  friend class OxXMLNamedNodeMap;
+  friend struct XMLTree;
+
+  // Where a class that can have children keeps them; null for the others.
+  virtual ChildLinks* Children() { return nullptr; }
+  // Where a class keeps the value of SetValue().
+  virtual const OxString& ValueText() const = 0;
+  virtual OxString& EditValueText() = 0;
+
+  std::int32_t CheckNewChild(const Hux::SmartPtr<OxXMLNode>& child) const;
+  bool IsParentOf(const OxXMLNode* node) const;
+  void Link(const Hux::SmartPtr<OxXMLNode>& child, OxXMLNode* before);
+  void Unlink(OxXMLNode& child);
+  void LeaveParent();
+  void ChangeAttribute(const OxString& name, const OxString& value, bool quiet);
+  void ForgetDocument();
+
+  // A reference is held by each parent's first child and by each next sibling, so every child is held
+  // once and links never form a cycle.
+  std::uint32_t line_ = 0;
+  OxXMLNode* parent_ = nullptr;  // For an attribute, the node that has it.
+  OxXMLDoc* document_ = nullptr;
+  Hux::SmartPtr<OxXMLNode> next_;
+  OxXMLNode* previous_ = nullptr;
+  std::unique_ptr<OxXMLNamedNodeMap> attributes_;  // Made when there is a first attribute.
+  std::uint32_t index_ = 0;
+};

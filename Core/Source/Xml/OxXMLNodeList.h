@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "Foundation/SmartPtr.h"
+#include "Xml/OxXMLNode.h"
+
+/// Nodes in the order in which they were added; a snapshot that does not follow the tree.
+class OxXMLNodeList {
+ public:
+  std::size_t Length() const { return nodes_.size(); }
+  /// Null when `index` is out of range.
+  Hux::SmartPtr<OxXMLNode> Item(std::size_t index) const {
+    return index < nodes_.size() ? nodes_[index] : nullptr;
+  }
+  void Add(const Hux::SmartPtr<OxXMLNode>& node) { nodes_.push_back(node); }
+  void Clear() { nodes_.clear(); }
+
+ private:
+  std::vector<Hux::SmartPtr<OxXMLNode>> nodes_;
+};

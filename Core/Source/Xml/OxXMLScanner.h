@@ -1,0 +1,80 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "Xml/OxScanner.h"
+#include "Xml/XMLCharacters.h"
+
+/// The lexical rules of XML: white space, names and references, and, for the parser's hot loops, runs of
+/// bytes. Only the shortest form of a character counts as markup.
+class OxXMLScanner : public OxScanner {
+ public:
+  bool MatchWhitespace(MatchKind kind);
+  /// The matchers below append what they take to `out`.
+  bool MatchName(OxString& out);
+  /// One or more name characters.
+  bool MatchNameToken(OxString& out);
+  /// "&name;" and "%name;"; `out` gets the name.
+  bool MatchEntityRef(OxString& out);
+  bool MatchPERef(OxString& out);
+  /// "&#65;" or "&#x41;" (with a small x); `out` gets the character. Deliberate: the value is taken modulo
+  /// 2^32 and not checked.
+  bool MatchCharRef(OxString& out);
+  /// One or more decimal digits.
+  bool MatchNumber(OxString& out);
+  bool MatchHexDigit(OxString& out);
+
+  static bool IsWhitespace(std::uint32_t c) { return XMLCharacters::IsWhitespace(c); }
+  static bool IsNewline(std::uint32_t c) { return c == 0xA || c == 0xD || c == 0xC; }
+  static bool IsDigit(std::uint32_t c) { return XMLCharacters::IsDigit(c); }
+  static bool IsHexDigit(std::uint32_t c) { return XMLCharacters::IsHexDigit(c); }
+  static bool IsAsciiStringChar(std::uint32_t c);
+  static bool IsNonAsciiChar(std::uint32_t c) { return c >= 0x80 && c <= 0x10FFFF; }
+
+  // ---- Runs. A view that is returned is part of the input and lasts as long as the segment is read.
+
+  /// The next byte, or 0 at the end of the input.
+  char PeekByte() {
+    if (*at_ == 0 && !NextSegment()) return 0;
+    return *at_;
+  }
+  /// Takes an ASCII character other than a line feed if it is the next one.
+  bool MatchByte(char byte) {
+    if (PeekByte() != byte) return false;
+    ++at_;
+    return true;
+  }
+  /// Takes white space, as much as there is.
+  void SkipWhitespace() {
+    for (;;) {
+      while (XMLCharacters::IsByte(*at_, XMLCharacters::kSpaceByte)) TakeByte();
+      if (*at_ != 0 || !NextSegment()) return;
+    }
+  }
+  /// Takes the bytes up to the first of `stops` (of XMLCharacters::ByteClass) or to the end of the
+  /// segment, where PeekByte() goes on.
+  std::string_view TakeRun(unsigned stops) {
+    const char* begin = at_;
+    for (stops |= XMLCharacters::kEndByte; !XMLCharacters::IsByte(*at_, stops);) TakeByte();
+    return {begin, static_cast<std::size_t>(at_ - begin)};
+  }
+  /// Takes the byte at the position, which is there.
+  void TakeByte() {
+    if (*at_ == '\n') line_ += lineStep_;
+    ++at_;
+  }
+  /// Takes the whole character at the position, which is there.
+  std::string_view TakeCharacter(std::uint32_t& codePoint);
+  /// Takes a name, or nothing and gives an empty view; `spill` holds it when it lies in two segments.
+  std::string_view TakeName(std::string& spill);
+  /// Takes a reference and gives the name in it, or nothing and an empty view.
+  std::string_view TakeEntityRef(std::string& spill) { return TakeReference('&', spill); }
+  std::string_view TakePERef(std::string& spill) { return TakeReference('%', spill); }
+  /// Takes a character reference and gives its value.
+  bool TakeCharRef(std::uint32_t& codePoint);
+
+ private:
+  std::string_view TakeNameCharacters(std::string& spill);
+  std::string_view TakeReference(char opener, std::string& spill);
+};

@@ -1,0 +1,125 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+/// The character classes of XML as this system has them: for names deliberately much narrower than
+/// XML 1.0, only ASCII letters count as letters. Characters are code points.
+namespace XMLCharacters {
+
+constexpr bool IsChar(std::uint32_t c) {
+  return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) ||
+         (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF);
+}
+constexpr bool IsWhitespace(std::uint32_t c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+constexpr bool IsDigit(std::uint32_t c) {
+  return c >= '0' && c <= '9';
+}
+constexpr bool IsHexDigit(std::uint32_t c) {
+  return IsDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+}
+/// All ones for a character that is no hexadecimal digit.
+constexpr std::uint32_t GetHexCharValue(std::uint32_t c) {
+  if (IsDigit(c)) return c - '0';
+  if (!IsHexDigit(c)) return 0xFFFFFFFF;
+  return (c | 0x20U) - 'a' + 10;
+}
+constexpr bool IsBaseChar(std::uint32_t c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+constexpr bool IsIdeographic(std::uint32_t) {
+  return false;
+}
+constexpr bool IsCombiningChar(std::uint32_t) {
+  return false;
+}
+constexpr bool IsExtender(std::uint32_t c) {
+  return c == 0xB7;
+}
+constexpr bool IsLetter(std::uint32_t c) {
+  return IsBaseChar(c) || IsIdeographic(c);
+}
+constexpr bool IsNCNameStart(std::uint32_t c) {
+  return IsLetter(c) || c == '_';
+}
+constexpr bool IsNCNameChar(std::uint32_t c) {
+  return IsLetter(c) || IsDigit(c) || c == '.' || c == '-' || c == '_' || IsCombiningChar(c) ||
+         IsExtender(c);
+}
+constexpr bool IsNameStart(std::uint32_t c) {
+  return IsNCNameStart(c) || c == ':';
+}
+constexpr bool IsNameChar(std::uint32_t c) {
+  return IsNCNameChar(c) || c == ':';
+}
+/// What a public identifier may hold.
+constexpr bool IsPubIDChar(std::uint32_t c) {
+  constexpr char kOthers[] = " \r\n-'()+,./:=?;!*#@$_%";
+  if (IsBaseChar(c) || IsDigit(c)) return true;
+  for (const char other : kOthers) {
+    if (other != 0 && c == static_cast<unsigned char>(other)) return true;
+  }
+  return false;
+}
+
+/// What a byte of UTF-8 text can mean to the loops that scan whole runs, one look-up per byte.
+enum ByteClass : std::uint16_t {
+  kNameStartByte = 1 << 0,
+  kNameByte = 1 << 1,  ///< Of ASCII name characters; U+00B7 is the one that is longer.
+  kSpaceByte = 1 << 2,
+  kLineByte = 1 << 3,  ///< Line feed.
+  kEndByte = 1 << 4,   ///< Zero: the end of a text, or a zero inside it.
+  kLessByte = 1 << 5,
+  kAmpersandByte = 1 << 6,
+  kQuoteByte = 1 << 7,
+  kApostropheByte = 1 << 8,
+  kBreakByte = 1 << 9,  ///< White space other than the space.
+  kHyphenByte = 1 << 10,
+  kBracketByte = 1 << 11,  ///< "]"
+  kQuestionByte = 1 << 12,
+  kSuspectByte = 1 << 13,  ///< May begin a character that IsChar() refuses.
+  kSlashByte = 1 << 14,
+  kGreaterByte = 1 << 15,
+};
+
+constexpr std::uint16_t ClassifyByte(std::uint32_t byte) {
+  unsigned classes = 0;
+  const auto set = [&classes](bool holds, ByteClass which) {
+    if (holds) classes |= which;
+  };
+  const bool ascii = byte < 0x80;
+  set(ascii && IsNameStart(byte), kNameStartByte);
+  set(ascii && IsNameChar(byte), kNameByte);
+  set(IsWhitespace(byte), kSpaceByte);
+  set(byte == '\n', kLineByte);
+  set(byte == 0, kEndByte);
+  set(byte == '<', kLessByte);
+  set(byte == '&', kAmpersandByte);
+  set(byte == '"', kQuoteByte);
+  set(byte == '\'', kApostropheByte);
+  set(IsWhitespace(byte) && byte != ' ', kBreakByte);
+  set(byte == '-', kHyphenByte);
+  set(byte == ']', kBracketByte);
+  set(byte == '?', kQuestionByte);
+  set(byte == '/', kSlashByte);
+  set(byte == '>', kGreaterByte);
+  // Controls; surrogates and U+FFFE, U+FFFF; above U+10FFFF; forms longer than a character needs.
+  set(ascii && !IsChar(byte), kSuspectByte);
+  set(byte == 0xED || byte == 0xEF || byte >= 0xF4, kSuspectByte);
+  set(byte == 0xC0 || byte == 0xE0 || byte == 0xF0, kSuspectByte);
+  return static_cast<std::uint16_t>(classes);
+}
+
+inline constexpr std::array<std::uint16_t, 256> kByteClasses = [] {
+  std::array<std::uint16_t, 256> classes{};
+  for (std::uint32_t byte = 0; byte < classes.size(); ++byte) classes[byte] = ClassifyByte(byte);
+  return classes;
+}();
+
+inline bool IsByte(char byte, unsigned classes) {
+  return (kByteClasses[static_cast<unsigned char>(byte)] & classes) != 0;
+}
+
+}  // namespace XMLCharacters

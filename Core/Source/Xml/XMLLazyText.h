@@ -1,0 +1,15 @@
+#pragma once
+
+#include <memory>
+
+#include "Foundation/OxString.h"
+
+/// A text that is hardly ever there: eight bytes until it is set.
+class XMLLazyText {
+ public:
+  const OxString& Get() const;
+  OxString& Edit();
+
+ private:
+  std::unique_ptr<OxString> text_;
+};
