@@ -7,17 +7,30 @@
 
 #include "Console.h"
 #include "Foundation/OxBuffer.h"
+#include "Foundation/SecureZeroMemory.h"
 #include "Storage/OxFileUtils.h"
 
 namespace {
 
-// Wipes a file's bytes on every way out.
-struct WipedBuffer {
+constexpr std::size_t kUsedStack =
+    16 * 1024;  // Bytes; the library's deepest copy lay at a third of this.
+
+// The library wipes its copies of a pass phrase except those in the frames that it has left on the stack.
+[[gnu::noinline]] void WipeFramesBelow() {
+  unsigned char frames[kUsedStack];
+  SecureZeroMemory(frames, sizeof frames);
+}
+
+// The bytes of a key file. On every way out they are wiped, and what reading the key left behind.
+struct KeyFile {
   OxBuffer bytes;
-  WipedBuffer() = default;
-  WipedBuffer(const WipedBuffer&) = delete;
-  WipedBuffer& operator=(const WipedBuffer&) = delete;
-  ~WipedBuffer() { bytes.SecureClear(); }
+  KeyFile() = default;
+  KeyFile(const KeyFile&) = delete;
+  KeyFile& operator=(const KeyFile&) = delete;
+  ~KeyFile() {
+    bytes.SecureClear();
+    WipeFramesBelow();
+  }
 };
 
 // Stands in for the library's own callback, which would ask at the terminal when there is no pass phrase.
@@ -33,7 +46,7 @@ int GivePassPhrase(char* buffer, int size, int /*writing*/, void* context) {
 }  // namespace
 
 CryptoPtr<rsa_st> ReadPrivateKey(const OxString& keyFile, const OxString& passPhrase) {
-  WipedBuffer file;
+  KeyFile file;
   if (!WobReadBinaryFile(keyFile, file.bytes)) {
     Console::Error("Error: Can't read private key file\n");
     return nullptr;
