@@ -1,6 +1,5 @@
 #include "Signing/OxCertificate.h"
 
-#include <algorithm>
 #include <string_view>
 
 #include <openssl/err.h>

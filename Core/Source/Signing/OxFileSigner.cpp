@@ -1,9 +1,9 @@
 #include "Signing/OxFileSigner.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "Signing/OxSignature.h"
 #include "Signing/SignatureTrailer.h"
@@ -89,7 +89,9 @@ std::int32_t SignFile(const OxString& path, const Hux::SmartPtr<OxCertificate>& 
   Feed(signature, pem.view());
   OxBuffer text;
   signature.SignBase64(text);
-  if (!signature.VerifyBase64(text)) return OxFileSigner::kKeyMismatch;
+  // A certificate that no reader would take counts as one that the signature does not fit.
+  const bool isReadable = pem.length() <= SignatureTrailer::kLongestCertificate;
+  if (!isReadable || !signature.VerifyBase64(text)) return OxFileSigner::kKeyMismatch;
 
   TailChange change;
   change.contentLength = content.size();
@@ -160,7 +162,10 @@ std::int32_t OxFileSigner::Verify(const OxString& path, OxString& signer, unsign
   trust = 0;
   try {
     LazyInit();
-    return VerifyFile(path, signer, trust);
+    OxString name;
+    const std::int32_t result = VerifyFile(path, name, trust);
+    if (result == kSuccess || result == kMismatch || result == kNotTrusted) signer = std::move(name);
+    return result;
   } catch (...) {
     return kUnreadable;
   }

@@ -42,7 +42,7 @@ std::optional<SignatureTrailer> SignatureTrailer::Parse(std::string_view block) 
   const std::optional<std::string_view> signature = TakeText(rest);
   if (!signature) return std::nullopt;
   const std::optional<std::string_view> certificate = TakeText(rest);
-  if (!certificate) return std::nullopt;
+  if (!certificate || certificate->size() > kLongestCertificate) return std::nullopt;
   return SignatureTrailer{*signature, *certificate};
 }
 

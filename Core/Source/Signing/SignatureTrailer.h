@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -13,12 +14,16 @@
 ///   4        4      S
 ///   8        S      signature as base64 text, without line breaks
 ///   8+S      4      C
-///   12+S     C      the signer's certificate as PEM text, with its last line end
+///   12+S     C      the signer's certificate as PEM text, with its last line end; at most 1 MiB
 ///   12+S+C   4      T = 20+S+C, the length of the whole block
 ///   16+S+C   4      magic again
 ///
 /// The texts are views of the block that was taken apart.
 struct SignatureTrailer {
+  /// Bytes. Reading PEM text takes several times its length in memory, which a hostile file must not
+  /// choose; no real certificate comes near this.
+  static constexpr std::size_t kLongestCertificate = 1024 * 1024;
+
   std::string_view signature;
   std::string_view certificate;
 
@@ -26,7 +31,8 @@ struct SignatureTrailer {
   /// other file.
   static std::optional<std::uint32_t> FindLength(std::string_view file);
 
-  /// Takes a block apart. Nothing when one of its lengths runs past its end.
+  /// Takes a block apart. Nothing when one of its lengths runs past its end or the certificate is
+  /// too long.
   static std::optional<SignatureTrailer> Parse(std::string_view block);
 
   /// The block for two texts.
