@@ -128,31 +128,36 @@ class OxXMLNode : public Hux::Retainable {
     OxXMLNode* last = nullptr;
   };
 
-  OxXMLNode() = default;
-  /// Clones the attributes of `source` into this node, which has none yet, and takes its document.
+  OxXMLNode();
+  /// Becomes a node of the document of `source`, unless it is one already.
+  void JoinDocumentOf(const OxXMLNode& source);
+  /// The same, and clones the attributes of `source` into this node, which has none yet.
   void CopyFrom(const OxXMLNode& source);
   /// Lets go of all children, and of all below them that nobody else holds, without recursion.
   void ReleaseChildren(ChildLinks& children);
   void MarkIndexDirty() const;
 
  private:
+  friend class OxXMLAttrNode;
   friend class OxXMLDoc;
   friend class OxXMLNamedNodeMap;
   friend struct XMLTree;
 
-  // Where a class that can have children keeps them; null for the others.
+  // Where a class that can have children keeps them; null for the others, and for children that are made
+  // only when someone asks for them, which MakeChildren() does.
   virtual ChildLinks* Children() { return nullptr; }
+  virtual ChildLinks* MakeChildren() { return nullptr; }
   // Where a class keeps the value of SetValue().
   virtual const OxString& ValueText() const = 0;
   virtual OxString& EditValueText() = 0;
 
+  ChildLinks* AllChildren() const;
   std::int32_t CheckNewChild(const Hux::SmartPtr<OxXMLNode>& child) const;
   bool IsParentOf(const OxXMLNode* node) const;
   void Link(const Hux::SmartPtr<OxXMLNode>& child, OxXMLNode* before);
   void Unlink(OxXMLNode& child);
-  void LeaveParent();
   void ChangeAttribute(const OxString& name, const OxString& value, bool quiet);
-  void ForgetDocument();
+  void MoveTo(OxXMLDoc* document);
 
   // A reference is held by each parent's first child and by each next sibling, so every child is held
   // once and links never form a cycle.
