@@ -43,20 +43,6 @@ bool EndsWith(std::string_view text, std::string_view lowerCase) {
          StartsWith(text.substr(text.size() - lowerCase.size()), lowerCase);
 }
 
-// The name in the last declaration of the line that has one.
-Name LastName(std::string_view line, std::string_view key, TakeName take) {
-  for (std::size_t end = line.size(); end > 0;) {
-    const std::size_t sign = line.rfind('=', end - 1);
-    if (sign == kNone) break;
-    if (EndsWith(line.substr(0, sign), key)) {
-      const std::string_view name = take(line.substr(sign + 1));
-      if (!name.empty()) return name;
-    }
-    end = sign;
-  }
-  return std::nullopt;
-}
-
 /// The search for declarations of one kind, fed with the places where one may begin, in order.
 class Search {
  public:
@@ -68,9 +54,7 @@ class Search {
     if (at < lineEnd_ || !StartsWith(rest, opener_)) return;
     const std::string_view line = LineOf(rest);
     lineEnd_ = at + line.size();
-    const std::string_view searched = line.substr(opener_.size());
-    if (!preferred_) preferred_ = LastName(searched, key_, takePreferred_);
-    if (!preferred_ && !other_) other_ = LastName(searched, key_, takeOther_);
+    ExamineLine(line.substr(opener_.size()));
   }
 
   const Name& Preferred() const { return preferred_; }
@@ -78,6 +62,26 @@ class Search {
   const Name& Found() const { return preferred_ ? preferred_ : other_; }
 
  private:
+  // The last declaration of each form counts, so the line is gone through from its end.
+  void ExamineLine(std::string_view line) {
+    for (std::size_t end = line.size(); end > 0 && !preferred_;) {
+      const std::size_t sign = line.rfind('=', end - 1);
+      if (sign == kNone) return;
+      if (EndsWith(line.substr(0, sign), key_)) {
+        KeepFirst(takePreferred_, line.substr(sign + 1), preferred_);
+        KeepFirst(takeOther_, line.substr(sign + 1), other_);
+      }
+      end = sign;
+    }
+  }
+
+  // Looks no further once there is a name: a name may reach to the end of the line, each time anew.
+  static void KeepFirst(TakeName take, std::string_view value, Name& kept) {
+    if (kept) return;
+    const std::string_view name = take(value);
+    if (!name.empty()) kept = name;
+  }
+
   static std::string_view LineOf(std::string_view rest) {
     const std::string_view line = rest.substr(0, rest.find('\n'));
     return line.substr(0, line.find('\0'));
