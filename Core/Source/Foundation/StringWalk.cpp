@@ -1,14 +1,25 @@
 #include "Foundation/StringWalk.h"
 
-#include <algorithm>
+#include <cstdint>
+
+#include "Posix/Utf8Check.h"
 
 bool StringWalk::IsAscii(std::string_view text) {
-  return std::none_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) < 0; });
+  return Posix::IsAscii(text);
 }
 
+// Counted in blocks whose number fits a byte, which compilers turn into wide additions.
 std::size_t StringWalk::CountCharacters(std::string_view utf8) {
+  constexpr std::size_t kBlock = 128;
   std::size_t characters = 0;
-  for (const char byte : utf8) characters += IsContinuation(byte) ? 0 : 1;
+  while (!utf8.empty()) {
+    const std::string_view block = utf8.substr(0, kBlock);
+    std::uint8_t inBlock = 0;
+    for (const char byte : block)
+      inBlock = static_cast<std::uint8_t>(inBlock + (IsContinuation(byte) ? 0 : 1));
+    characters += inBlock;
+    utf8.remove_prefix(block.size());
+  }
   return characters;
 }
 
