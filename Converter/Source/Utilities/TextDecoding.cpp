@@ -66,7 +66,7 @@ OxString MakeString(std::string_view validUtf8) {
 
 // Only a mark leads here, as the system encoding takes any bytes; what a mark decides has no name.
 OxString ReadLossily(std::string_view bytes) {
-  std::printf("Could not load using encoding '%s'; falling back to lossy ASCII", "unknown");
+  std::printf("Could not load using encoding 'unknown'; falling back to lossy ASCII");
   WipedText storage;
   return MakeString(Posix::DecodeNumbered(Posix::kSystemEncoding, bytes, storage.storage()).value());
 }
@@ -87,6 +87,10 @@ unsigned int WobCheckForExplicitEncoding(const char* text) {
     return kWobEncodingUnknown;
   }
   return DeclaredIn(text);
+}
+
+unsigned int WobCheckForExplicitEncoding(const OxString& text) {
+  return DeclaredIn(text.view());
 }
 
 int WobConvertToUTF8(unsigned int encoding, const char* bytes, unsigned long length, OxString& text) {

@@ -23,11 +23,12 @@ constexpr unsigned int kWobEncodingUnknown = 0xFFFFFFFF;
 ///          a zero behind enough text beyond ASCII therefore stays. Neither message ends its line.
 OxString WobHandleCharacterEncodings(const OxBuffer& bytes, unsigned int& encoding);
 
-/// The encoding that zero-terminated text declares in an XML declaration or an HTML "meta" element, or
+/// The encoding that text, up to its first zero, declares in an XML declaration or an HTML "meta" element, or
 /// kWobEncodingUnknown. A name that is not known gives 0 (Mac Roman), one that begins with "ISO-8859"
 /// gives 513. Null text: "WobCheckForExplicitEncoding: got nil input" on standard output, without a line
 /// end, and kWobEncodingUnknown.
 unsigned int WobCheckForExplicitEncoding(const char* text);
+unsigned int WobCheckForExplicitEncoding(const OxString& text);
 
 /// Sets `text` to `length` bytes read in `encoding`; leaves it alone when they are not valid in it.
 /// Deliberate: 1 in both cases.

@@ -168,6 +168,7 @@ int FileOps::ListFolder(const char* path, std::vector<FolderEntry>& entries) {
   if (!folder) return -errno;
   const std::size_t before = entries.size();
   errno = 0;
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): the folder's stream belongs to this call.
   while (const dirent* entry = ::readdir(folder.get())) {
     if (!IsSelfOrParent(entry->d_name)) {
       entries.push_back({entry->d_name, KindOfEntry(folder.get(), *entry)});

@@ -28,7 +28,8 @@ class Scratch {
   std::array<Unit, 4096> units_;
 };
 
-// A character takes at least so many bytes in the encoding; those of the basic plane, three at most here.
+// What `bytes` become at most: three bytes for each smallest character. Only what lies outside the basic
+// plane takes four, and in the encoding it takes twice the smallest.
 std::size_t MostUtf8Bytes(const UConverter* converter, std::size_t bytes) {
   return 3 * (bytes / static_cast<std::size_t>(ucnv_getMinCharSize(converter)) + 1);
 }
@@ -46,7 +47,7 @@ class Conversion {
       error = U_ZERO_ERROR;
       char* target = text_.begin();
       ucnv_convertEx(to_, from_, &target, text_.end(), &source, sourceEnd, units_.begin(), &pending_,
-                     &pendingEnd_, units_.end(), first_, last, &error);
+                     &pendingEnd_, units_.end(), first_ ? 1 : 0, last ? 1 : 0, &error);
       first_ = false;
       utf8.append(text_.begin(), target);
     }
