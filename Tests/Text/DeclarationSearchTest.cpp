@@ -44,21 +44,19 @@ std::string FindByExpressions(std::string_view text) {
 }
 
 TEST(DeclarationSearch, FindsWhatTheExpressionsFind) {
-  const std::string words[] = {
-      "<?",        "<",
-      "?",         "<meta",
-      "<META",     "<m",
-      "xml ",      "encoding=",
-      "EnCoding=", "encoding",
-      "charset=",  "CHARSET=",
-      "=",         "\"",
-      "'",         "utf-8",
-      "B",         " ",
-      ">",         "?>",
-      "\n",        "\r",
-      "\t",        "\xC3\xA9",
-      "\0"s,       std::string(64, '.'),
-  };
+  const std::string words[] = {"<?",        "<",
+                               "?",         "<meta",
+                               "<META",     "<m",
+                               "xml ",      "encoding=",
+                               "EnCoding=", "encoding",
+                               "charset=",  "CHARSET=",
+                               "=",         "\"",
+                               "'",         "utf-8",
+                               "B",         " ",
+                               ">",         "?>",
+                               "\n",        "\r",
+                               "\t",        "\xC3\xA9",
+                               "\0"s,       std::string(64, '.')};
   std::mt19937 random(20240229);
   std::uniform_int_distribution<std::size_t> word(0, std::size(words) - 1);
   std::uniform_int_distribution<int> count(1, 16);
@@ -75,14 +73,12 @@ TEST(DeclarationSearch, FindsWhatTheExpressionsFind) {
 
 // Texts that would cost an expression the square of their length.
 TEST(DeclarationSearch, HostileTextIsSearchedInOneGo) {
-  const std::pair<const char*, std::string> cases[] = {
-      {"<?", kNothing},
-      {"<meta", kNothing},
-      {"<?encoding=\"\"", "\"\""},
-      {"<?encoding=\n", kNothing},
-      {"<meta =", kNothing},
-      {"encoding=", "encoding="},
-  };
+  const std::pair<const char*, std::string> cases[] = {{"<?", kNothing},
+                                                       {"<meta", kNothing},
+                                                       {"<?encoding=\"\"", "\"\""},
+                                                       {"<?encoding=\n", kNothing},
+                                                       {"<meta =", kNothing},
+                                                       {"encoding=", "encoding="}};
   for (const auto& [piece, name] : cases) {
     std::string text = "<?";
     while (text.size() < 1'000'000) text += piece;
