@@ -17,6 +17,15 @@ struct Seen {
   std::size_t bytes = 0;
 };
 
+// An index that points past the end of a mapping is told by an exception.
+void FindAgain(OxDataFile& file, const OxString& name) {
+  OxBuffer data;
+  try {
+    file.GetRecord(name, data);
+  } catch (const OxDataFile::EndOfFile&) {
+  }
+}
+
 Seen Walk(const OxString& path, short mode, std::size_t fileSize) {
   Seen seen;
   OxDataFile file(kWidget, path);
@@ -30,8 +39,7 @@ Seen Walk(const OxString& path, short mode, std::size_t fileSize) {
     Require(data.length() <= fileSize, "no record is longer than the file");
     ++seen.records;
     seen.bytes += data.length();
-    OxBuffer named;
-    if (!it->GetName().empty()) file.GetRecord(it->GetName(), named);
+    FindAgain(file, it->GetName());
   }
   return seen;
 }
