@@ -162,9 +162,9 @@ Hux::SmartPtr<OxXMLDoc> ReadWobFile(const OxString& path, OxString& text) {
   if (!WobReadTextFile(path, encoding, text)) return nullptr;
   const Hux::SmartPtr<OxXMLDoc> document = OxXMLDoc::Make();
   OxXMLParser parser;
-  parser.SetStrict(0);
+  parser.SetStrict(false);
   if (parser.Parse(text, document).GetError() != OxXMLError::kNoError) return nullptr;
-  const Hux::SmartPtr<OxXMLNode> root = document->GetRoot();
+  const Hux::SmartPtr<OxXMLElementNode> root = document->GetRoot();
   if (!root || root->GetName().compare("widget", OxString::kCaseInsensitive) != 0) {
     Console::Error("Error: no <widget> tag in .wob file\n");
     return nullptr;
@@ -188,15 +188,16 @@ bool WriteFiles(const OxPath& root, const OxPath& relative, OxDataFile& file, bo
 }
 
 void WriteMetaData(Hux::SmartPtr<OxXMLDoc> doc, OxDataFile& file) {
-  const Hux::SmartPtr<OxXMLNode> root = doc->GetRoot();
+  const Hux::SmartPtr<OxXMLElementNode> root = doc->GetRoot();
   if (!root) return;
   if (root->GetAttribute("version").empty()) {
     Console::Print("Warning: Widget does not seem to have a 'version' attribute.\n");
   }
+  constexpr unsigned long kFormatWord = 0;
   OxBinaryData record;
-  record.AddUInt32(0, OxBinaryData::kLittleEndian);
+  record.AddUInt32(kFormatWord, OxBinaryData::kLittleEndian);
   for (const char* attribute : {"version", "author", "copyright", "company", "image"}) {
     record.AddNullTerminatedString(root->GetAttribute(attribute));
   }
-  file.AddRecord(WidgetArchive::kMetaDataName, record.GetLength(), record.GetData());
+  file.AddRecord(WidgetArchive::kMetaDataName, record.length(), record.view().data());
 }

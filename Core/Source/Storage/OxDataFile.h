@@ -69,6 +69,7 @@ class OxDataFile {
   /// here and could not be begun is removed. An open archive is closed first.
   bool Open(short mode);
   bool IsOpen() const { return open_; }
+  const OxString& GetPath() const { return path_; }
   /// Writes index and name table, if the archive was opened for writing, and closes. Throws FileError
   /// when something could not be written, but is closed in any case.
   void Close();

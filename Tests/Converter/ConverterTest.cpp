@@ -1,0 +1,35 @@
+#include <string>
+#include <vector>
+
+#include "Converter.h"
+#include "PathExpansion.h"
+#include "Posix/Users.h"
+#include "Streams.h"
+
+namespace {
+
+TEST(Converter, OverwritesThePassPhraseInTheArguments) {
+  std::vector<std::string> texts = {"Converter", "-p", "secret", "-p",   "another",
+                                    "-sign",     "x",  "-cert",  "y.crt"};
+  std::vector<char*> arguments;
+  for (std::string& text : texts) arguments.push_back(text.data());
+  Capture([&] { EXPECT_EQ(RunConverter(static_cast<int>(texts.size()), arguments.data()), 1); });
+  EXPECT_EQ(texts[2], std::string(6, '\0'));
+  EXPECT_EQ(texts[4], std::string(7, '\0'));
+}
+
+TEST(Converter, ShowsTheUsageEvenWithoutItsOwnName) {
+  const Printed printed = Capture([] { EXPECT_EQ(RunConverter(0, nullptr), 0); });
+  EXPECT_TRUE(printed.err.starts_with("Usage: "));
+}
+
+TEST(ExpandPath, PutsTheHomeDirectoryInTheTildesPlace) {
+  const std::string home = Posix::HomeOfEffectiveUser().value();
+  const std::pair<const char*, std::string> kCases[] = {
+      {"~", home}, {"~/x", home + "/x"}, {"~root", home + "/root"}, {"a/~", "a/~"}, {"", ""}};
+  for (const auto& [path, expanded] : kCases) {
+    EXPECT_EQ(ExpandPath(path).native_string().view(), expanded) << path;
+  }
+}
+
+}  // namespace
