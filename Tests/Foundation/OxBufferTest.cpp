@@ -1,11 +1,11 @@
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include <cerrno>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "Foundation/OxBuffer.h"
+#include "Support/FaultyFileOps.h"
+#include "Support/TemporaryFolder.h"
 
 namespace {
 
@@ -139,21 +139,27 @@ TEST(OxBuffer, Base64DecodingStopsSilentlyAtForeignCharacters) {
 }
 
 TEST(OxBuffer, LoadsRegularFilesOnly) {
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("ox-buffer-" + std::to_string(std::rand()));
-  std::filesystem::create_directory(folder);
-  std::ofstream(folder / "file") << "content";
-  std::ofstream(folder / "empty");
+  const Support::TemporaryFolder folder;
+  const std::string file = folder.Write("file", "content");
   OxBuffer buffer("old");
-  EXPECT_TRUE(buffer.LoadFromFile((folder / "file").c_str()));
+  EXPECT_TRUE(buffer.LoadFromFile(file.c_str()));
   EXPECT_EQ(Text(buffer), "content");
   EXPECT_EQ(buffer.capacity(), 7U);
-  EXPECT_TRUE(buffer.LoadFromFile((folder / "empty").c_str()));
+  EXPECT_TRUE(buffer.LoadFromFile(folder.Write("empty", "").c_str()));
   EXPECT_TRUE(buffer.empty());
-  for (const char* refused : {folder.c_str(), "/dev/zero", "/does/not/exist", ""}) {
+  for (const char* refused : {folder.path().c_str(), "/dev/zero", "/does/not/exist", ""}) {
     EXPECT_FALSE(buffer.LoadFromFile(refused)) << refused;
   }
-  std::filesystem::remove_all(folder);
+  for (int n = 1; n <= 3; ++n) {  // Opening, asking for the size, reading.
+    const Support::FaultyFileOps faults({.failCall = n});
+    EXPECT_FALSE(buffer.LoadFromFile(file.c_str())) << n;
+    EXPECT_EQ(buffer.data(), nullptr);
+  }
+  for (const Support::FileCall call : {Support::FileCall::kOpen, Support::FileCall::kReadAt}) {
+    const Support::FaultyFileOps faults({.failCall = 1, .error = EINTR, .only = call, .mostBytes = 3});
+    EXPECT_TRUE(buffer.LoadFromFile(file.c_str()));
+    EXPECT_EQ(Text(buffer), "content");
+  }
 }
 
 }  // namespace

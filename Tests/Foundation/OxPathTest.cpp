@@ -67,6 +67,9 @@ TEST(OxPath, Joining) {
     EXPECT_EQ(Text(OxPath(left) / OxPath(right)), joined) << left << " / " << right;
     EXPECT_EQ(Text(OxPath(left).append_component(OxString(right))), joined);
   }
+  OxPath text;
+  text = "a\\";
+  EXPECT_EQ(Text(text.append_component("b/")), "a/b");
   OxPath self("a/b");
   const OxPath& same = self;
   self /= same;

@@ -69,6 +69,10 @@ TEST(SmartPtr, ComparesIdentity) {
   EXPECT_FALSE(a == b);
   EXPECT_TRUE(a == a->Self());
   EXPECT_FALSE(a == nullptr);
+  const auto derived = Hux::SmartPtr<Derived>::Adopt(new Derived(deaths));
+  const Hux::SmartPtr<Counted> base = derived;
+  EXPECT_TRUE(base == derived && derived == base);
+  EXPECT_TRUE(derived != a);
 }
 
 }  // namespace

@@ -71,7 +71,11 @@ void DecodeBase64InPlace(char* text, std::size_t length, std::size_t outputLengt
 
 class OpenFile {
  public:
-  explicit OpenFile(const char* path) : fd_(Posix::Files().Open(path, Posix::kOpenToRead)) {}
+  explicit OpenFile(const char* path) {
+    do {
+      fd_ = Posix::Files().Open(path, Posix::kOpenToRead);
+    } while (fd_ == -EINTR);
+  }
   OpenFile(const OpenFile&) = delete;
   OpenFile& operator=(const OpenFile&) = delete;
   ~OpenFile() {
@@ -102,7 +106,7 @@ class OpenFile {
   }
 
  private:
-  int fd_;
+  int fd_ = -1;
 };
 
 }  // namespace
@@ -351,15 +355,15 @@ void OxBuffer::SecureClear() {
 
 // A read that fails half-way makes the whole load fail: half a file must not pass for a whole one.
 bool OxBuffer::LoadFromFile(const char* path) {
-  Release();
   const OpenFile file(path);
+  Release();
   std::uint32_t size = 0;
   if (!file.GetSize(size)) return false;
   if (size == 0) return true;
   Allocate(size);
   const std::int64_t got = file.Read(data_, size);
   if (got <= 0) {
-    Release();
+    SecureClear();
     return got == 0;
   }
   length_ = static_cast<std::uint32_t>(got);

@@ -87,14 +87,14 @@ class OxBuffer {
   void ToBase64();
   /// Decodes in place. False, and nothing changed, when the length is no multiple of 4. Deliberate:
   /// decoding stops silently at a foreign character with the full length set; bytes not reached keep
-  /// the text's own (or zero where the storage grew), and the result is true.
+  /// the text's own, and the result is true.
   bool FromBase64();
 
   /// Overwrites the whole capacity with zeros, then gives the storage back.
   void SecureClear();
 
-  /// Replaces the content by that of a regular file. False, and empty, when it cannot be opened, is no
-  /// regular file or has 4 GiB or more; an empty file is true.
+  /// Replaces the content by that of a regular file. False, and empty, when it cannot be opened or
+  /// read, is no regular file or has 4 GiB or more; an empty file is true.
   bool LoadFromFile(const char* path);
 
  private:

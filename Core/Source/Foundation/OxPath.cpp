@@ -131,7 +131,7 @@ bool OxPath::operator==(const OxPath& other) const {
 }
 
 OxPath& OxPath::normalize() {
-  if (text_.view().find('\\') != std::string_view::npos) text_.replace('\\', kSeparator);
+  text_.replace('\\', kSeparator);
   if (has_relative_path() && text_.view().ends_with(kSeparator)) {
     text_.erase(text_.length() - 1, -1);
   }

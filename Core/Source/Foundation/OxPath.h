@@ -14,6 +14,7 @@ class OxPath {
   OxPath(const OxString& text);
   OxPath(const char* text) : OxPath(OxString(text)) {}
   OxPath& operator=(const OxString& text);
+  OxPath& operator=(const char* text) { return *this = OxString(text); }
 
   void clear();
 
@@ -46,8 +47,11 @@ class OxPath {
   /// Appends the text as given: no dot, no normal form.
   OxPath& append_extension(const OxString& extension);
 
+  /// Joins with one "/" and brings the result to the normal form; a "/" that `component` begins with
+  /// stays ("a" and "/b" give "a//b").
   OxPath& append_component(const OxPath& component);
   OxPath& append_component(const OxString& component) { return append_component(OxPath(component)); }
+  OxPath& append_component(const char* component) { return append_component(OxPath(component)); }
   OxPath& operator/=(const OxPath& component) { return append_component(component); }
   OxPath operator/(const OxPath& component) const;
 

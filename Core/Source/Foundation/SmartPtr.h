@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <type_traits>
 #include <utility>
 
@@ -68,7 +69,10 @@ class SmartPtr {
   T* operator->() const noexcept { return pointer_; }
   T& operator*() const noexcept { return *pointer_; }
   explicit operator bool() const noexcept { return pointer_ != nullptr; }
-  bool operator==(const SmartPtr& other) const noexcept { return pointer_ == other.pointer_; }
+  template <typename U>
+  bool operator==(const SmartPtr<U>& other) const noexcept {
+    return pointer_ == other.get();
+  }
   bool operator==(std::nullptr_t) const noexcept { return pointer_ == nullptr; }
 
  private:
