@@ -54,6 +54,13 @@ TEST(OxString, RefusesWhatIsNoUtf8AndEndsEmpty) {
   }
   for (const char* accepted : {"\xC0\x80", "\xED\xA0\x80", "\xF7\xBF\xBF\xBF"})
     EXPECT_EQ(OxString(accepted).length(), 1U);
+  for (std::size_t place = 0; place < 70; ++place) {  // Long text is judged many bytes at once.
+    std::string around(70, 'x');
+    EXPECT_EQ(OxString(around.insert(place, "\xC3\xA9\xF0\x9F\x98\x80").c_str()).length(), 72U);
+    for (const char* bad : {"\xA9", "\xE2\x82", "\xC3\xC3\xA9", "\xC3\xA9\xA9", "\xF8"}) {
+      EXPECT_THROW(OxString((around + around).insert(place, bad).c_str()), OxString::InvalidEncoding);
+    }
+  }
   const unsigned short lone[] = {0xDC00, 0x41};
   OxString text("before");
   EXPECT_THROW(text.set(lone, 2), ::InvalidEncoding);
@@ -72,6 +79,7 @@ TEST(OxString, Utf16ThereAndBack) {
   EXPECT_EQ(OxString(changed.u_str()), changed);
   EXPECT_EQ(OxString("\xF4\x90\x80\x80").get_utf16(units), nullptr);
   EXPECT_EQ(units.length(), 0U);
+  EXPECT_EQ(*OxString("\xF4\x90\x80\x80").u_str(), 0);
 }
 
 TEST(OxString, SearchUnits) {
@@ -81,12 +89,23 @@ TEST(OxString, SearchUnits) {
   EXPECT_EQ(kHello.rfind('l', 2), 2);
   EXPECT_EQ(kHello.rfind("l", 2UL), 2);
   EXPECT_EQ(kHello.find(0xE9, 0), 1);
+  EXPECT_EQ(OxString("abc").find(0x161, 0), -1);  // Not 'a', its low byte.
   EXPECT_EQ(kHello.find("l", 5), -1);
   EXPECT_EQ(kHello.find("", 0), -1);
   EXPECT_EQ(kHello.find("l", -2), -1);
   EXPECT_EQ(kHello.rfind("l", -2), -1);
   EXPECT_EQ(OxString("aXbX", 4).rfind("X", -1), 3);
-  EXPECT_EQ(OxString("a\0b", 3).find("b"), -1);
+}
+
+TEST(OxString, WalksStopAtAZeroInsideTheText) {
+  const OxString text("a\0b", 3);
+  EXPECT_EQ(text.find("b"), -1);
+  EXPECT_EQ(text.find('b'), -1);
+  EXPECT_EQ(text.find(0), -1);
+  EXPECT_FALSE(text.ends_with("b"));
+  EXPECT_FALSE(text.ends_with_nocase("B"));
+  EXPECT_FALSE(OxString("\0a", 2).starts_with(OxString("\0", 1)));
+  EXPECT_EQ(Text(OxString("aaa").replace("a", OxString("\0", 1))), std::string("\0aa", 3));
 }
 
 TEST(OxString, EndsAndBeginnings) {
@@ -126,6 +145,10 @@ TEST(OxString, ComparesUtf16UnitsWithSimpleFolding) {
       {"\xE2\x84\xAA", "k", 1, 0},                             // Kelvin sign.
       {"\xF0\x90\x80\x80", "\xEF\xBD\x81", -1, -1},            // A surrogate pair sorts below U+FF41.
       {"\xED\xA0\x81\xED\xB0\xA8", "\xF0\x90\x90\x80", 1, 0},  // A pair stored as two characters.
+      {"x\xED\xA0\x81\xED\xB0\xA8", "x\xED\xA0\x81\xED\xB0\x80", 1, 0},  // Only the low halves differ.
+      {"x\xED\xA0\x81\xED\xB0\x80", "x\xED\xA0\x81z", 1, 1},
+      {"x\xD0\x9F.", "x\xD0\xBF", -1, 1},
+      {"a\xF4\x90\x80\x80", "b", 1, 1},
       {"\xF4\x90\x80\x80", "a", 1, 1},
       {"a", "\xF4\x90\x80\x80", 1, 1},
   };
@@ -158,6 +181,8 @@ TEST(OxString, SubstringsAndErasing) {
   OxString wrapped("abc");
   wrapped.erase(2, 9);
   OxBuffer units;
+  EXPECT_EQ(Text(OxString(wrong).replace("d", "xy")), "abcxy");
+  EXPECT_EQ(wrong.replace("a", "xy").length(), 4U);
   EXPECT_EQ(wrapped.get_utf16(units), nullptr);
   EXPECT_EQ(wrapped.compare("ab"), 1);
 }
@@ -252,8 +277,12 @@ TEST(OxString, SecureClearLeavesNothingBehind) {
   EXPECT_TRUE(secret.empty());
   OxString small("short");
   small.secure_clear();
-  const std::string_view object(reinterpret_cast<const char*>(&small), sizeof small);
-  EXPECT_EQ(object.find("short"), std::string_view::npos);
+  OxString moved("short");
+  const OxString owner(std::move(moved));
+  for (const OxString* left : {&small, &moved}) {
+    const std::string_view object(reinterpret_cast<const char*>(left), sizeof *left);
+    EXPECT_EQ(object.find("short"), std::string_view::npos);
+  }
 }
 
 }  // namespace

@@ -44,8 +44,8 @@ TEST(UnicodeConversion, SequenceLengthsByLead) {
 }
 
 TEST(UnicodeConversion, LeadsThatBeginNothing) {
-  const unsigned char continuation[] = {0x80};
-  const unsigned char beyond[] = {0xF8};
+  const unsigned char continuation[4] = {0x80};
+  const unsigned char beyond[4] = {0xF8};
   unsigned short length = 7;
   EXPECT_THROW(UTF8CharToUnicode(continuation, length), InvalidEncoding);
   EXPECT_EQ(UTF8CharToUnicode(beyond, length), 0xFFFDU);

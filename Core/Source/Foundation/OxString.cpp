@@ -14,19 +14,6 @@
 
 // ---- Storage
 
-char* OxString::HeapBytes() const {
-  char* bytes = nullptr;
-  std::memcpy(&bytes, storage_, sizeof bytes);
-  return bytes;
-}
-
-std::uint32_t OxString::Capacity() const {
-  if (IsLocal()) return kLocalBytes;
-  std::uint32_t capacity = 0;
-  std::memcpy(&capacity, storage_ + sizeof(char*), sizeof capacity);
-  return capacity;
-}
-
 void OxString::AdoptHeap(char* bytes, std::uint32_t capacity) {
   std::memcpy(storage_, &bytes, sizeof bytes);
   std::memcpy(storage_ + sizeof bytes, &capacity, sizeof capacity);
@@ -52,11 +39,6 @@ void OxString::Grow(std::size_t bytes) {
   AdoptHeap(fresh, granted);
 }
 
-void OxString::SetSize(std::uint32_t size) {
-  size_ = size;
-  Data()[size] = 0;
-}
-
 void OxString::StealFrom(OxString& other) noexcept {
   std::memcpy(storage_, other.storage_, sizeof storage_);
   std::memset(other.storage_, 0, sizeof other.storage_);
@@ -75,6 +57,7 @@ void OxString::AssignValid(const char* bytes, std::size_t count, std::uint32_t c
   if (count > Capacity()) {
     NarrowLength(count);
     SetSize(0);
+    length_ = 0;
     Grow(count);
   }
   std::memcpy(Data(), bytes, count);
@@ -92,13 +75,6 @@ OxString::OxString(OxString&& other) noexcept {
 
 OxString::~OxString() {
   if (!IsLocal()) delete[] HeapBytes();
-}
-
-OxString OxString::from_valid(std::string_view utf8) {
-  OxString text;
-  text.AssignValid(utf8.data(), utf8.size(),
-                   static_cast<std::uint32_t>(StringWalk::CountCharacters(utf8)));
-  return text;
 }
 
 OxString& OxString::operator=(const OxString& other) {
@@ -220,12 +196,6 @@ const char* OxString::FindCharPos(Index index) const {
   return *p == 0 ? nullptr : p;
 }
 
-// The character behind the one at `p`, or null at the end.
-const char* OxString::NextCharPos(const char* p) const {
-  const char* next = p + StringWalk::SequenceLength(p);
-  return next >= Data() + size_ || *next == 0 ? nullptr : next;
-}
-
 // The character before the one at `p`, or null at the front.
 const char* OxString::PrevCharPos(const char* p) const {
   if (p == Data()) return nullptr;
@@ -233,10 +203,6 @@ const char* OxString::PrevCharPos(const char* p) const {
     --p;
   } while (p > Data() && StringWalk::IsContinuation(*p));
   return p;
-}
-
-const char* OxString::LastCharPos() const {
-  return size_ == 0 ? nullptr : PrevCharPos(Data() + size_);
 }
 
 // The bytes of up to `count` characters from `p`, fewer where the text ends.
@@ -251,9 +217,10 @@ std::size_t OxString::BytesInRange(const char* p, std::uint64_t count) const {
 // ---- Access
 
 const unsigned short* OxString::u_str() const {
+  static constexpr unsigned short kNoUnits[] = {0};
   if (utf16_ == nullptr) {
     auto units = std::make_unique<OxBuffer>();
-    if (!empty() && get_utf16(*units) == nullptr) return nullptr;
+    if (get_utf16(*units) == nullptr) return kNoUnits;
     units->Append('\0');
     units->Append('\0');
     utf16_ = std::move(units);
@@ -330,17 +297,6 @@ OxString::const_iterator OxString::end() const {
   return {this, nullptr, length_};
 }
 
-unsigned long OxString::const_iterator::operator*() const {
-  if (position_ == nullptr || index_ > text_->length_) throw OutOfBounds();
-  return StringWalk::Decode(position_);
-}
-
-OxString::const_iterator& OxString::const_iterator::operator++() {
-  ++index_;
-  if (position_ != nullptr) position_ = text_->NextCharPos(position_);
-  return *this;
-}
-
 OxString::const_iterator OxString::const_iterator::operator++(int) {
   const const_iterator before = *this;
   ++*this;
@@ -353,7 +309,7 @@ OxString::const_iterator& OxString::const_iterator::operator+=(std::size_t count
     position_ = nullptr;
     return *this;
   }
-  for (; count > 0 && position_ != nullptr; --count) position_ = text_->NextCharPos(position_);
+  for (; count > 0 && position_ != nullptr; --count) position_ = NextCharPos(position_);
   return *this;
 }
 

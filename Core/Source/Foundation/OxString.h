@@ -4,11 +4,13 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string_view>
 #include <vector>
 
 #include "Foundation/OxBuffer.h"
+#include "Foundation/UnicodeConversion.h"
 
 /// Unicode text, held as UTF-8.
 ///   Units:   positions, lengths and counts are code points, -1 meaning "not found" as a result and
@@ -19,7 +21,8 @@
 ///            hold (surrogates, U+FFFE, U+FFFF, above U+10FFFF) is stored as U+FFFD.
 ///   Sizes:   32-bit; text of 4 GiB and more throws std::bad_alloc.
 ///   Alias:   a source inside the string's own storage is allowed everywhere.
-///   Cost:    short text lives in the object; every position in ASCII text is found without a walk.
+///   Cost:    short text lives in the object. A position in ASCII text is found as fast as memory is
+///            read, in other text by a walk from the front.
 class OxString {
  public:
   using Index = std::int64_t;
@@ -49,8 +52,6 @@ class OxString {
     set(codePoint);
   }
   ~OxString();
-  /// A string of whole characters that were taken out of another OxString: counted, not checked.
-  static OxString from_valid(std::string_view utf8);
 
   OxString& operator=(const OxString& other);
   OxString& operator=(OxString&& other) noexcept;
@@ -92,8 +93,8 @@ class OxString {
   /// True when every character is one byte, so that positions in bytes and in characters agree.
   bool is_ascii() const { return size_ == length_; }
 
-  /// Zero-terminated UTF-16 in machine order, built on first use and kept until the text changes; null
-  /// when the text cannot be converted.
+  /// Zero-terminated UTF-16 in machine order, never null: built on first use and kept until the text
+  /// changes. Empty when the text cannot be converted.
   const unsigned short* u_str() const;
   /// Copies the text and its terminator (nothing for an empty string) and returns the copy's bytes;
   /// never throws: on a failure `out` is empty and the result null.
@@ -214,18 +215,19 @@ class OxString {
   void StealFrom(OxString& other) noexcept;
   void DropCache() { utf16_.reset(); }
   bool Owns(const char* bytes) const;
+  OxString& AppendCounted(std::string_view utf8, std::size_t characters);
   void AssignValid(const char* bytes, std::size_t count, std::uint32_t codePoints);
   void RemoveBytes(std::size_t start, std::size_t count);
 
   const char* TextEnd() const;
   const char* FindCharPos(Index index) const;
-  const char* NextCharPos(const char* p) const;
+  static const char* NextCharPos(const char* p);
   const char* PrevCharPos(const char* p) const;
-  const char* LastCharPos() const;
   std::size_t BytesInRange(const char* p, std::uint64_t count) const;
 
   OxString& SetCodePoint(unsigned long codePoint);
   OxString& AppendCodePoint(unsigned long codePoint);
+  const char* FindBytes(const char* from, std::string_view bytes) const;
   Index FindText(const OxString& text, Index start) const;
   Index FindLastText(const OxString& text, Index start) const;
   Index FindCodePoint(unsigned long codePoint, Index start) const;
@@ -250,10 +252,11 @@ class OxString::const_iterator {
   class OutOfBounds {};
 
   const_iterator() = default;
-  /// The code point here; throws OutOfBounds past the end and ::InvalidEncoding for bytes that are none.
+  /// The code point here; throws OutOfBounds past the end.
   unsigned long operator*() const;
   const_iterator& operator++();
   const_iterator operator++(int);
+  /// Beyond the end the index goes on counting, but nothing can be read.
   const_iterator& operator+=(std::size_t count);
   const_iterator operator+(std::size_t count) const;
   bool operator==(const const_iterator& other) const { return index_ == other.index_; }
@@ -268,6 +271,43 @@ class OxString::const_iterator {
   const char* position_ = nullptr;
   std::uint64_t index_ = 0;
 };
+
+inline char* OxString::HeapBytes() const {
+  char* bytes = nullptr;
+  std::memcpy(&bytes, storage_, sizeof bytes);
+  return bytes;
+}
+
+inline std::uint32_t OxString::Capacity() const {
+  if (IsLocal()) return kLocalBytes;
+  std::uint32_t capacity = 0;
+  std::memcpy(&capacity, storage_ + sizeof(char*), sizeof capacity);
+  return capacity;
+}
+
+inline void OxString::SetSize(std::uint32_t size) {
+  size_ = size;
+  Data()[size] = 0;
+}
+
+// The character behind the one at `p`, or null at the end.
+inline const char* OxString::NextCharPos(const char* p) {
+  const unsigned short length = GetUTF8SequenceLength(static_cast<unsigned char>(*p));
+  if (length == 0) throw InvalidEncoding();
+  return p[length] == 0 ? nullptr : p + length;
+}
+
+inline unsigned long OxString::const_iterator::operator*() const {
+  if (position_ == nullptr || index_ > text_->length_) throw OutOfBounds();
+  unsigned short length = 0;
+  return UTF8CharToUnicode(reinterpret_cast<const unsigned char*>(position_), length);
+}
+
+inline OxString::const_iterator& OxString::const_iterator::operator++() {
+  ++index_;
+  if (position_ != nullptr) position_ = NextCharPos(position_);
+  return *this;
+}
 
 /// A hash that is equal for any two strings that compare equal without regard to letter case.
 std::size_t HashNoCase(const OxString& text);

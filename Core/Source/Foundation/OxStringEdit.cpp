@@ -11,6 +11,7 @@
 
 namespace {
 
+constexpr unsigned long kFirstNonAscii = 0x80;
 constexpr std::string_view kHexDigits = "0123456789ABCDEF";
 
 bool IsWhitespaceByte(char byte) {
@@ -38,28 +39,37 @@ struct EncodedCharacter {
 }  // namespace
 
 OxString& OxString::operator+=(const OxString& text) {
-  if (text.empty()) return *this;
-  const std::uint32_t added = text.length_;
-  const std::uint32_t before = length_;
-  append_valid(text.view());
-  length_ = before + added;
-  return *this;
+  return text.empty() ? *this : AppendCounted(text.view(), text.length_);
 }
 
 OxString& OxString::AppendCodePoint(unsigned long codePoint) {
-  return append_valid(EncodedCharacter(codePoint).view());
+  if (codePoint >= kFirstNonAscii || size_ == Capacity()) {
+    return AppendCounted(EncodedCharacter(codePoint).view(), 1);
+  }
+  DropCache();
+  Data()[size_] = static_cast<char>(codePoint);
+  SetSize(size_ + 1);
+  ++length_;
+  return *this;
 }
 
 OxString& OxString::append_valid(std::string_view utf8) {
+  return AppendCounted(utf8, StringWalk::CountCharacters(utf8));
+}
+
+OxString& OxString::AppendCounted(std::string_view utf8, std::size_t characters) {
   DropCache();
-  if (utf8.empty()) return *this;
-  const bool own = Owns(utf8.data());
-  const std::ptrdiff_t offset = own ? utf8.data() - Data() : 0;
-  const auto added = static_cast<std::uint32_t>(StringWalk::CountCharacters(utf8));
-  Grow(std::size_t{size_} + utf8.size());
-  std::memmove(Data() + size_, own ? Data() + offset : utf8.data(), utf8.size());
-  SetSize(size_ + static_cast<std::uint32_t>(utf8.size()));
-  length_ += added;
+  const std::size_t size = std::size_t{size_} + utf8.size();
+  const char* source = utf8.data();
+  if (size > Capacity()) {
+    const bool own = Owns(source);
+    const std::ptrdiff_t offset = own ? source - Data() : 0;
+    Grow(size);
+    if (own) source = Data() + offset;
+  }
+  if (!utf8.empty()) std::memcpy(Data() + size_, source, utf8.size());
+  SetSize(static_cast<std::uint32_t>(size));
+  length_ += static_cast<std::uint32_t>(characters);
   return *this;
 }
 
@@ -115,22 +125,25 @@ OxString& OxString::ReplaceCodePoint(unsigned long from, unsigned long to) {
   return *this = std::move(result);
 }
 
-// What follows a replacement is still the original text, so the search can go on there.
+// What follows a replacement is still the original text, so the search goes on there: from the
+// position behind the replacement, which a zero or the length, be it right or wrong, can put out of
+// reach.
 OxString& OxString::replace(const OxString& what, const OxString& with) {
   DropCache();
   if (FindText(what, 0) == -1) return *this;
-  const char* end = TextEnd();
+  const bool withZero = with.TextEnd() != with.Data() + with.size_;
+  std::uint32_t length = length_;
   OxString result;
   const char* p = Data();
-  while (p < end) {
-    const auto left = static_cast<std::size_t>(Data() + size_ - p);
-    const auto* found = static_cast<const char*>(memmem(p, left, what.Data(), what.size_));
-    if (found == nullptr || found >= end) break;
+  while (const char* found = FindBytes(p, what.view())) {
     result.append_valid({p, static_cast<std::size_t>(found - p)});
     result += with;
+    length += with.length_ - what.length_;
     p = found + what.size_;
+    if (withZero || result.length_ >= length) break;
   }
   result.append_valid({p, static_cast<std::size_t>(Data() + size_ - p)});
+  result.length_ = length;
   return *this = std::move(result);
 }
 
@@ -176,19 +189,18 @@ OxString& OxString::trim() {
 }
 
 OxString& OxString::encode_url() {
-  OxString encoded;
+  std::string encoded;
   encoded.reserve(std::size_t{size_} * 3);
   const char* end = TextEnd();
   for (const char* p = Data(); p < end; ++p) {
     const auto byte = static_cast<unsigned char>(*p);
     if (byte < 0x80 && std::isalnum(byte) != 0) {
-      encoded.append_valid({p, 1});
-      continue;
+      encoded += *p;
+    } else {
+      encoded += {'%', kHexDigits[byte >> 4], kHexDigits[byte & 15U]};
     }
-    const char escape[] = {'%', kHexDigits[byte >> 4], kHexDigits[byte & 15U]};
-    encoded.append_valid({escape, sizeof escape});
   }
-  return *this = std::move(encoded);
+  return set(encoded.data(), encoded.size());
 }
 
 OxString& OxString::decode_url() {

@@ -5,36 +5,47 @@
 #include "Foundation/StringWalk.h"
 #include "Posix/RegularExpression.h"
 
-// A match can begin at a character only: the first byte of acceptable text never continues another
-// character, so a search by bytes finds what a search by characters would.
+// The first place at or behind `from`, and before the next zero byte, where the bytes of whole
+// characters stand, or null. No character holds a byte that could begin another, so that a search by
+// bytes finds what a search by characters would.
+const char* OxString::FindBytes(const char* from, std::string_view bytes) const {
+  const auto left = static_cast<std::size_t>(Data() + size_ - from);
+  const auto* found = static_cast<const char*>(memmem(from, left, bytes.data(), bytes.size()));
+  if (found == nullptr) return nullptr;
+  return std::memchr(from, 0, static_cast<std::size_t>(found - from) + 1) == nullptr ? found : nullptr;
+}
+
 OxString::Index OxString::FindText(const OxString& text, Index start) const {
   if (start < 0 || start >= length_ || text.empty()) return -1;
   const char* from = FindCharPos(start);
-  if (from == nullptr) return -1;
-  const auto left = static_cast<std::size_t>(Data() + size_ - from);
-  const auto* found = static_cast<const char*>(memmem(from, left, text.Data(), text.size_));
+  const char* found = from == nullptr ? nullptr : FindBytes(from, text.view());
   if (found == nullptr) return -1;
-  const std::string_view before(from, static_cast<std::size_t>(found - from));
-  if (before.find('\0') != std::string_view::npos) return -1;
-  return start + static_cast<Index>(StringWalk::CountCharacters(before));
+  const std::string_view passed(from, static_cast<std::size_t>(found - from));
+  return start + static_cast<Index>(StringWalk::CountCharacters(passed));
 }
 
 OxString::Index OxString::FindLastText(const OxString& text, Index start) const {
   if (start == -1) start = Index{length_} - 1;
-  if (start < 0 || start >= length_ || text.empty() || text.size_ > size_) return -1;
-  for (const char* p = FindCharPos(start); p != nullptr; p = PrevCharPos(p), --start) {
-    const auto left = static_cast<std::size_t>(Data() + size_ - p);
-    if (text.size_ <= left && std::memcmp(p, text.Data(), text.size_) == 0) return start;
-  }
-  return -1;
+  if (start < 0 || start >= length_ || text.empty()) return -1;
+  const char* from = FindCharPos(start);
+  if (from == nullptr) return -1;
+  const std::string_view passed(Data(), static_cast<std::size_t>(from - Data()));
+  const std::size_t found = view().rfind(text.view(), passed.size());
+  if (found == std::string_view::npos) return -1;
+  return start - static_cast<Index>(StringWalk::CountCharacters(passed.substr(found)));
 }
 
 OxString::Index OxString::FindCodePoint(unsigned long codePoint, Index start) const {
+  constexpr unsigned long kFirstNonAscii = 0x80;
   if (start < 0 || start >= length_) return -1;
-  for (const char* p = FindCharPos(start); p != nullptr; p = NextCharPos(p)) {
-    if (StringWalk::Decode(p) == codePoint) return p - Data();
+  const char* p = FindCharPos(start);
+  if (p != nullptr && is_ascii()) {
+    const char byte = static_cast<char>(codePoint);
+    p = codePoint < kFirstNonAscii ? FindBytes(p, {&byte, 1}) : nullptr;
+    return p == nullptr ? -1 : p - Data();
   }
-  return -1;
+  while (p != nullptr && StringWalk::Decode(p) != codePoint) p = NextCharPos(p);
+  return p == nullptr ? -1 : p - Data();
 }
 
 OxString::Index OxString::FindLastCodePoint(unsigned long codePoint, Index start) const {
@@ -47,7 +58,7 @@ OxString::Index OxString::FindLastCodePoint(unsigned long codePoint, Index start
 }
 
 bool OxString::starts_with(const OxString& text) const {
-  return !text.empty() && view().starts_with(text.view()) && text.length_ <= length_;
+  return !empty() && !text.empty() && *Data() != 0 && view().starts_with(text.view());
 }
 
 bool OxString::starts_with_nocase(const OxString& text) const {
@@ -55,16 +66,12 @@ bool OxString::starts_with_nocase(const OxString& text) const {
 }
 
 bool OxString::ends_with(const OxString& text) const {
-  const Index found = FindLastText(text, -1);
-  return found != -1 && found == Index{length_} - Index{text.length_};
+  return text.length_ <= length_ && substr(length_ - text.length_, -1).rfind(text) == 0;
 }
 
 bool OxString::ends_with_nocase(const OxString& text) const {
-  if (text.length_ > length_) return false;
-  if (is_ascii() && text.is_ascii()) {
-    return CompareNoCase(view().substr(size_ - text.size_), text.view()) == 0;
-  }
-  return substr(length_ - text.length_, text.length_).compare(text, kCaseInsensitive) == 0;
+  return text.length_ <= length_ &&
+         substr(length_ - text.length_, text.length_).compare(text, kCaseInsensitive) == 0;
 }
 
 bool OxString::contains(const char* text) const {
@@ -86,7 +93,7 @@ std::vector<OxString> OxString::findRE(const OxString& pattern, ECaseSense caseS
 
 std::vector<OxString> OxString::Explode(unsigned long delimiter) const {
   std::vector<OxString> pieces;
-  if (size_ == 0) return pieces;
+  if (empty()) return pieces;
   const char* pieceStart = Data();
   const char* p = Data();
   const char* end = TextEnd();

@@ -24,33 +24,7 @@ unsigned long Encodable(unsigned long codePoint) {
   return excluded ? kReplacement : codePoint;
 }
 
-unsigned long LowBits(unsigned char byte) {
-  return byte & 0x3FU;
-}
-
 }  // namespace
-
-unsigned short GetUTF8SequenceLength(unsigned char lead) {
-  if (lead < 0x80) return 1;
-  if (lead < 0xC0) return 0;
-  if (lead < 0xE0) return 2;
-  if (lead < 0xF0) return 3;
-  return lead < 0xF8 ? 4 : 0;
-}
-
-unsigned long UTF8CharToUnicode(const unsigned char* p, unsigned short& length) {
-  const unsigned char lead = p[0];
-  if (lead < 0x80) {
-    length = 1;
-    return lead;
-  }
-  if (lead < 0xC0) throw InvalidEncoding();
-  if (lead >= 0xF8) return kReplacement;
-  length = GetUTF8SequenceLength(lead);
-  if (length == 2) return (lead & 0x1FUL) << 6 | LowBits(p[1]);
-  if (length == 3) return (lead & 0x0FUL) << 12 | LowBits(p[1]) << 6 | LowBits(p[2]);
-  return (lead & 0x07UL) << 18 | LowBits(p[1]) << 12 | LowBits(p[2]) << 6 | LowBits(p[3]);
-}
 
 unsigned short UnicodeCharToUTF8(unsigned long codePoint, unsigned char* out) {
   const unsigned long c = Encodable(codePoint);

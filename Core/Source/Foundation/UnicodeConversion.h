@@ -10,12 +10,29 @@
 class InvalidEncoding {};
 
 /// 1 for 00-7F, 2 for C0-DF, 3 for E0-EF, 4 for F0-F7; 0 for a continuation byte and for F8-FF.
-unsigned short GetUTF8SequenceLength(unsigned char lead);
+inline unsigned short GetUTF8SequenceLength(unsigned char lead) {
+  if (lead < 0x80) return 1;
+  if (lead < 0xC0) return 0;
+  if (lead < 0xE0) return 2;
+  if (lead < 0xF0) return 3;
+  return lead < 0xF8 ? 4 : 0;
+}
 
 /// Decodes the character at `p` and sets `length` to its bytes. The following bytes are not examined.
 /// Throws InvalidEncoding for a continuation byte. Deliberate: a lead of F8-FF gives U+FFFD and leaves
 /// `length` unchanged.
-unsigned long UTF8CharToUnicode(const unsigned char* p, unsigned short& length);
+inline unsigned long UTF8CharToUnicode(const unsigned char* p, unsigned short& length) {
+  constexpr unsigned long kReplacement = 0xFFFD;
+  const auto bits = [p](int index) { return p[index] & 0x3FUL; };
+  const unsigned char lead = p[0];
+  if (lead >= 0xF8) return kReplacement;
+  if (lead >= 0x80 && lead < 0xC0) throw InvalidEncoding();
+  length = GetUTF8SequenceLength(lead);
+  if (length == 1) return lead;
+  if (length == 2) return (lead & 0x1FUL) << 6 | bits(1);
+  if (length == 3) return (lead & 0x0FUL) << 12 | bits(1) << 6 | bits(2);
+  return (lead & 0x07UL) << 18 | bits(1) << 12 | bits(2) << 6 | bits(3);
+}
 
 /// Writes 1 to 4 bytes and returns their number. Surrogates, U+FFFE, U+FFFF and anything above
 /// U+10FFFF are written as U+FFFD.

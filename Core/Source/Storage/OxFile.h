@@ -3,8 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
-#include <utility>
 
 #include "Foundation/OxString.h"
 #include "Posix/FileOps.h"
@@ -31,13 +29,7 @@ class OxFile {
   /// Bits of the permission that Open() takes.
   enum Permission : unsigned long { kRead = 1, kWrite = 2, kCreate = 4 };
 
-  /// A path as the file system has it, which need not be UTF-8.
-  struct NativePath {
-    std::string bytes;
-  };
-
-  explicit OxFile(const OxString& path) : path_(path.view()) {}
-  explicit OxFile(NativePath path) : path_(std::move(path.bytes)) {}
+  explicit OxFile(const OxString& path) : path_(path) {}
   OxFile(const OxFile&) = delete;
   OxFile& operator=(const OxFile&) = delete;
   ~OxFile() { Close(); }
@@ -71,8 +63,8 @@ class OxFile {
   /// Closes the file and removes what the path names: a link itself, never a folder.
   FileStatus Delete();
   /// True if open, else whether the path names an existing object (links are followed).
-  bool Exists() const { return IsOpen() || ExistsAt(path_.c_str()); }
-  static bool Exists(const OxString& path) { return ExistsAt(path.c_str()); }
+  bool Exists() const { return IsOpen() || Exists(path_); }
+  static bool Exists(const OxString& path);
 
   // Positioned operations.
 
@@ -85,8 +77,6 @@ class OxFile {
   /// copied, 0 at the end of this file, or a negated errno value.
   std::int64_t CopyInKernel(std::uint64_t position, OxFile& target, std::uint64_t targetPosition,
                             std::size_t count) const;
-  /// The permission bits and the time of the last modification.
-  FileStatus CopyAttributesTo(OxFile& target) const;
   /// The smaller of `wanted` and the file's length; the system is asked only when `wanted` lies beyond
   /// the length last seen. 0 on a failure.
   std::uint64_t ClampToLength(std::uint64_t wanted) const;
@@ -94,17 +84,11 @@ class OxFile {
   std::uint64_t GetLastKnownLength() const { return length_; }
 
  private:
-  static bool ExistsAt(const char* path);
-  FileStatus OpenExisting(unsigned flags);
-  FileStatus OpenNew(unsigned flags);
-  void Adopt(int fd);
+  FileStatus OpenRegular(unsigned flags);
   FileStatus RefreshLength() const;
-  FileStatus WritePieces(std::uint64_t position, std::span<const Posix::Piece> pieces,
-                         std::size_t& written);
-  FileStatus WriteSome(std::uint64_t position, std::span<const Posix::Piece> pieces,
-                       std::size_t& written);
+  void NoteWritten(std::uint64_t end);
 
-  std::string path_;
+  OxString path_;
   int fd_ = -1;
   bool writable_ = false;
   bool created_ = false;
