@@ -41,7 +41,7 @@ void LiteralArchive::AddRecord(const OxString& name, const std::string& data) {
 bool LiteralArchive::DeleteRecord(const OxString& name) {
   std::uint64_t position = kNoPosition;
   std::size_t slot = 0;
-  if (!LookUp(name, position, slot)) return false;
+  if (!LookUp(name, position, slot) || position == kNoPosition) return false;
   DeleteBlock(position);
   return true;
 }
@@ -49,7 +49,7 @@ bool LiteralArchive::DeleteRecord(const OxString& name) {
 bool LiteralArchive::GetRecord(const OxString& name, std::string& data) const {
   std::uint64_t position = kNoPosition;
   std::size_t slot = 0;
-  if (!LookUp(name, position, slot)) return false;
+  if (!LookUp(name, position, slot) || position == kNoPosition) return false;
   data = ReadPayload(position);
   return true;
 }

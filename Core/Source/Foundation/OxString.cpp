@@ -77,6 +77,13 @@ OxString::~OxString() {
   if (!IsLocal()) delete[] HeapBytes();
 }
 
+OxString OxString::from_valid(std::string_view utf8) {
+  OxString text;
+  text.AssignValid(utf8.data(), utf8.size(),
+                   static_cast<std::uint32_t>(StringWalk::CountCharacters(utf8)));
+  return text;
+}
+
 OxString& OxString::operator=(const OxString& other) {
   if (this != &other) AssignValid(other.Data(), other.size_, other.length_);
   return *this;

@@ -52,6 +52,8 @@ class OxString {
     set(codePoint);
   }
   ~OxString();
+  /// A string of whole characters that were taken out of another OxString: counted, not checked.
+  static OxString from_valid(std::string_view utf8);
 
   OxString& operator=(const OxString& other);
   OxString& operator=(OxString&& other) noexcept;

@@ -43,6 +43,9 @@ class ArchiveFile {
   FileStatus WriteAt(std::uint64_t position, std::span<const Posix::Piece> pieces);
   FileStatus WriteAt(std::uint64_t position, std::span<const std::byte> bytes);
 
+  /// Writes at the position and moves it.
+  FileStatus Write(std::span<const std::byte> bytes);
+
   PutOffWrites& PutOff() { return putOff_; }
   /// Writes what was put off.
   FileStatus Settle();

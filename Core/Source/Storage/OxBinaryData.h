@@ -75,7 +75,6 @@ class OxBinaryData : private OxBuffer {
   OxString GetNullTerminatedString() const;
 
  private:
-  std::uint64_t Remaining() const;
   void Require(std::uint64_t count) const;
   std::uint64_t TakeInteger(unsigned count, WhichEnd end) const;
   void AddInteger(std::uint64_t value, unsigned count, WhichEnd end);

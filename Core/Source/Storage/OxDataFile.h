@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
-#include <string_view>
+#include <optional>
+#include <string>
 
 #include "Foundation/OxBuffer.h"
 #include "Foundation/OxString.h"
@@ -164,33 +164,33 @@ class OxDataFile {
   void WriteNameTable();
   FileStatus Reset();
 
-  // Blocks at a position, whatever the current one is.
+  // Blocks, wherever the current position is.
   FileStatus ReadHeaderAt(std::uint64_t block, FlatFile::RecordHeader& header);
   FileStatus WriteHeaderAt(std::uint64_t block, const FlatFile::RecordHeader& header);
-  FileStatus ReadPayloadAt(std::uint64_t block, std::uint32_t dataLength, OxBuffer& out);
+  FileStatus ReadPayloadOf(std::uint64_t block, OxBuffer& out);
   const char* MappedPayload(std::uint64_t block, unsigned long& length);
-  std::uint64_t NextOf(std::uint64_t block);
 
   // Lists.
+  LinkTrail::NextOf LinkReader();
   FileStatus SetNext(std::uint64_t block, std::uint64_t next);
   FileStatus SetPrev(std::uint64_t block, std::uint64_t prev);
   FileStatus LinkBlock(std::uint64_t block, FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
   void UnlinkBlock(FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
 
-  // Writing records.
+  // Writing and deleting records.
   void WriteData(const OxString& name, const Payload& payload, DataType type);
-  void CheckWritable(const OxString& name, const Payload& payload, DataType type) const;
-  bool FindPlace(const OxString& name, std::uint32_t needed, DataType type, Placement& place);
-  std::uint64_t FindExisting(const OxString& name, DataType type, std::size_t& slot);
-  FileStatus TakeFreeBlock(std::uint32_t needed, Placement& place);
-  void PrepareBlock(const OxString& name, DataType type, Placement& place);
+  void CheckWritable(const OxString& name, std::uint64_t length) const;
+  bool FindPlace(const OxString& name, Placement& place);
+  bool RewriteOrDelete(std::uint64_t block, Placement& place);
+  FileStatus TakeFreeBlock(Placement& place);
+  void PrepareBlock(const OxString& name, Placement& place);
   void WriteBlock(const Payload& payload, Placement& place);
   FileStatus StreamPayload(const Payload& payload, Placement& place);
-  void Publish(DataType type, const Placement& place);
-  void Undo(DataType type, Placement& place);
+  void Publish(const Placement& place);
+  void Undo(Placement& place);
   void DeleteCurrent();
-  void DeleteBlock(std::uint64_t block);
-  void RemoveFromIndex(std::uint32_t nameOffset);
+  std::optional<std::size_t> DeleteBlock(std::uint64_t block);
+  std::optional<std::size_t> RemoveFromIndex(std::uint32_t nameOffset);
 
   std::uint32_t typeCode_;
   OxString path_;
@@ -200,6 +200,7 @@ class OxDataFile {
   RecordIndex index_;
   bool loaded_ = false;
   OxBinaryData names_;
+  std::string unterminatedName_;
   ArchiveFile file_;
   FileCopier copier_;
 };
@@ -232,8 +233,7 @@ class OxDataFile::Record {
   friend class Iterator;
 
   void Load(OxDataFile* file, std::uint64_t position);
-  CopyResult CopySmall(std::uint32_t length, OxFile& target) const;
-  CopyResult CopyLarge(std::uint32_t length, OxFile& target) const;
+  CopyResult CopyByViews(std::uint32_t length, OxFile& target, ScrambleStream* scrambler) const;
 
   OxDataFile* file_ = nullptr;
   OxString name_;

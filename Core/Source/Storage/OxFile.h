@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
+#include <utility>
 
 #include "Foundation/OxString.h"
 #include "Posix/FileOps.h"
@@ -29,7 +31,13 @@ class OxFile {
   /// Bits of the permission that Open() takes.
   enum Permission : unsigned long { kRead = 1, kWrite = 2, kCreate = 4 };
 
-  explicit OxFile(const OxString& path) : path_(path) {}
+  /// A path as the file system has it, which need not be UTF-8.
+  struct NativePath {
+    std::string bytes;
+  };
+
+  explicit OxFile(const OxString& path) : path_(path.view()) {}
+  explicit OxFile(NativePath path) : path_(std::move(path.bytes)) {}
   OxFile(const OxFile&) = delete;
   OxFile& operator=(const OxFile&) = delete;
   ~OxFile() { Close(); }
@@ -63,8 +71,8 @@ class OxFile {
   /// Closes the file and removes what the path names: a link itself, never a folder.
   FileStatus Delete();
   /// True if open, else whether the path names an existing object (links are followed).
-  bool Exists() const { return IsOpen() || Exists(path_); }
-  static bool Exists(const OxString& path);
+  bool Exists() const { return IsOpen() || ExistsAt(path_.c_str()); }
+  static bool Exists(const OxString& path) { return ExistsAt(path.c_str()); }
 
   // Positioned operations.
 
@@ -77,6 +85,8 @@ class OxFile {
   /// copied, 0 at the end of this file, or a negated errno value.
   std::int64_t CopyInKernel(std::uint64_t position, OxFile& target, std::uint64_t targetPosition,
                             std::size_t count) const;
+  /// The permission bits and the time of the last modification.
+  FileStatus CopyAttributesTo(OxFile& target) const;
   /// The smaller of `wanted` and the file's length; the system is asked only when `wanted` lies beyond
   /// the length last seen. 0 on a failure.
   std::uint64_t ClampToLength(std::uint64_t wanted) const;
@@ -84,11 +94,17 @@ class OxFile {
   std::uint64_t GetLastKnownLength() const { return length_; }
 
  private:
-  FileStatus OpenRegular(unsigned flags);
+  static bool ExistsAt(const char* path);
+  FileStatus OpenExisting(unsigned flags);
+  FileStatus OpenNew(unsigned flags);
+  void Adopt(int fd);
   FileStatus RefreshLength() const;
-  void NoteWritten(std::uint64_t end);
+  FileStatus WritePieces(std::uint64_t position, std::span<const Posix::Piece> pieces,
+                         std::size_t& written);
+  FileStatus WriteSome(std::uint64_t position, std::span<const Posix::Piece> pieces,
+                       std::size_t& written);
 
-  OxString path_;
+  std::string path_;
   int fd_ = -1;
   bool writable_ = false;
   bool created_ = false;

@@ -33,26 +33,32 @@ class RecordIndex {
   OxBuffer Encode() const;
   void Clear();
 
-  /// The slot that a new name gets.
+  /// The slot that a new name gets. Slots stay valid until the next Insert().
   std::size_t EndSlot() const { return entries_.size(); }
   bool IsVacant(std::size_t slot) const { return slot < entries_.size() && vacant_[slot]; }
 
+  /// `name` must be acceptable UTF-8.
   std::optional<Found> Find(std::string_view name, std::string_view names);
+  /// Finds the name that lies at an offset of the name table, if it can match anything.
+  std::optional<Found> FindNameAt(std::uint32_t offset, std::string_view names);
   /// Fills a vacant slot, else moves the entries from `slot` on up by one.
   void Insert(std::size_t slot, const FlatFile::IndexEntry& entry, std::string_view names);
   void Remove(std::size_t slot, std::string_view names);
-  /// Moves the entries together, so that no slot is vacant.
-  void Compact();
 
  private:
+  void CloseVacantSlots();
   void MakeTable(std::string_view names);
   void AddToTable(std::size_t slot, std::string_view names);
   void RemoveFromTable(std::size_t slot, std::string_view names);
-  std::optional<Found> FindLiterally(std::string_view name, std::string_view names);
+  std::optional<Found> FindLiterally(std::string_view name, std::string_view names) const;
 
   std::vector<FlatFile::IndexEntry> entries_;
   std::vector<bool> vacant_;
   std::size_t vacantCount_ = 0;
+  // In a damaged archive an entry's name may lie beyond the name table or run to its very end. Names that
+  // are added then change it.
+  bool someNameIsOpen_ = false;
+  std::size_t tableMadeFor_ = 0;  // Bytes of the name table then.
   // From the hash of a name to the slots that may have it; nothing while it is not needed.
   std::optional<std::unordered_multimap<std::size_t, std::uint32_t>> table_;
 };

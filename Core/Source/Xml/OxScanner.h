@@ -121,7 +121,8 @@ class OxScanner {
   bool MatchBytes(const char* bytes, std::size_t count);
   void Enter(const Hux::SmartPtr<Segment>& segment);
   static bool Read(Place& place, std::uint32_t& c);
-  void StepOver(std::uint32_t c, std::size_t bytes);
+  // Moves over the current character and gives its bytes.
+  std::size_t StepOver();
 
   std::uint32_t depth_ = 0;
   Hux::SmartPtr<Segment> segment_;

@@ -22,9 +22,10 @@ class OxXMLAttrNode : public OxXMLNode {
   /// stays as it is. The five predefined names resolve without a document.
   OxString GetValue() const override;
   OxString GetAsString(int indent) const override;
+  /// The copy has the whole text in one child.
+  Hux::SmartPtr<OxXMLNode> CloneSelf() const override;
   /// Text nodes only.
   bool AllowChild(const Hux::SmartPtr<OxXMLNode>& node) const override;
-  Hux::SmartPtr<OxXMLNode> CloneSelf() const override;
 
   /// SetValue() without the call of AttributeChanged().
   virtual void SetValueQuiet(const OxString& value);
@@ -37,10 +38,12 @@ class OxXMLAttrNode : public OxXMLNode {
   OxXMLAttrNode(const OxXMLName& name, OxString value);
 
  private:
-  ChildLinks* Children() override;
+  ChildLinks* Children() override { return children_.get(); }
+  ChildLinks* MakeChildren() override;
   const OxString& ValueText() const override { return text_; }
   OxString& EditValueText() override { return text_; }
   OxString JoinedText() const;
+  void ReplaceText(const OxString& value);
 
   OxXMLName name_;
   // The one text that an attribute almost always has becomes a node only when someone asks for children;

@@ -24,6 +24,8 @@ class OxXMLNamedNodeMap {
   OxXMLNamedNodeMap(const OxXMLNamedNodeMap& other);
   OxXMLNamedNodeMap& operator=(const OxXMLNamedNodeMap& other);
   ~OxXMLNamedNodeMap();
+  static void* operator new(std::size_t size);
+  static void operator delete(void* memory, std::size_t size);
 
   std::size_t Length() const { return large_ ? large_->tree.size() : small_.size(); }
   /// Null when `index` is out of range.

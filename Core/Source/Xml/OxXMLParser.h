@@ -63,48 +63,89 @@ class OxXMLParser {
   OxString NormalizeEntityValue(const OxString& value, int line, bool internalSubset);
 
  private:
-  using Parent = const Hux::SmartPtr<OxXMLNode>&;
-  using DocType = const Hux::SmartPtr<OxXMLDocTypeNode>&;
-
-  // ---- Failures (OxXMLParser.cpp)
-  [[noreturn]] void Fail(OxXMLError::Error kind, const OxString& text = OxString()) const;
-  [[noreturn]] void FailSyntax(const OxString& text) const;
-  [[noreturn]] void FailIllegalCharacter(std::uint32_t codePoint) const;
-
   // ---- Document and elements (OxXMLParser.cpp)
+  OxXMLError ParseCatching();
   void ParseDocument();
   void ParseTopLevelItem();
-  void ParseElement(Parent parent);
-  void OpenElement();
-  void ParseAttribute(OxXMLElementNode& element);
+  void ParseElement(std::uint32_t line);
+  void ParseStartTag(std::uint32_t line);
   void ParseContentItem();
   void ParseMarkup();
-  void CloseElement(Parent parent);
+  void ParseEndTag();
   void CheckEndTag(std::string_view name) const;
   bool MatchCommentOpener();
-  std::string_view ExpectTagName();
+  OxXMLNode& CurrentParent() const;
+  void Append(const Hux::SmartPtr<OxXMLNode>& node, std::uint32_t line);
 
-  // ---- What elements hold (OxXMLParserContent.cpp)
-  void ParseText(Parent parent);
-  void CollectLenientText();
-  void CollectStrictText();
+  // ---- Attributes (OxXMLParserAttributes.cpp)
+  void ParseAttribute(OxXMLElementNode& element);
+  OxString GetAttribute();
+  OxString GetQuotedValue(char quote);
+  void CollectQuotedValue(char quote, unsigned quoteClass, std::uint32_t depth);
+  OxString GetUnquotedValue();
+  void ExpectEquals();
+
+  // ---- Text, CDATA sections, comments, instructions (OxXMLParserContent.cpp)
+  void ParseText();
+  void CollectText();
   void CollectReference();
-  bool CollectEntity(std::string_view name);
-  void AppendText(Parent parent, std::string_view text, std::uint32_t line);
-  void ParseCDATA(Parent parent);
-  void ParseComment(Parent parent);
-  std::string_view CollectUntil(std::string_view terminator, unsigned firstByte, bool comment);
-  void ParsePI(Parent parent);
+  bool ExpandEntity(std::string_view name, std::uint32_t depth);
+  void Collect(std::string_view text);
+  void ParseCDATA(std::uint32_t line);
+  void ParseComment(std::uint32_t line);
+  void CollectLegal(unsigned stops);
+  void ParsePI(std::uint32_t line);
   void ParsePseudoAttributes(bool declaration);
+  void ParsePseudoAttribute(bool declaration);
 
-  // ---- Attribute values (OxXMLParserAttributes.cpp)
-  struct AttributeValue;
-  OxString GetAttribute(OxString* plain = nullptr);
+  // ---- Document type declaration (OxXMLParserDocType.cpp)
+  using DocType = OxXMLDocTypeNode&;
+  void ParseDOCTYPE(std::uint32_t line);
+  void ParseExternalID(DocType docType);
+  void ParseInternalSubset(DocType docType);
+  void ParseEntities(DocType docType);
+  void ParseEntityRef(DocType docType);
+  void SkipPast(const char* terminator, unsigned stops);
+  void ParseSubsetMarkup(DocType docType);
+  void ParseEntityDecl(DocType docType, bool internalSubset);
+  void ParseExternalEntity();
 
-  void ParseDOCTYPE(Parent parent);
+  // ---- Declarations of which nothing is kept (OxXMLParserDeclarations.cpp)
+  void ParseElementDecl();
+  void ParseContentModel();
+  void ParseChoiceOrSequence();
+  bool ParseContentParticle();
+  bool ParseSeparator(char& separator);
+  bool MatchOccurrence();
+  void ParseAttListDecl();
+  void ParseAttributeType();
+  void ParseAttributeDefault();
+  std::size_t ParseNameChoices();
+  void ParseNameTokenChoices();
+  void ParseNotationDecl();
+
+  // ---- Tokens and expectations (OxXMLParserTokens.cpp)
+  [[noreturn]] void Fail(OxXMLError::Error kind, const OxString& text = OxString()) const;
+  [[noreturn]] void FailSyntax(const OxString& text) const;
+  [[noreturn]] void FailGot(const char* expected) const;
+  void GetToken();
+  bool MatchLiteral(OxString& text);
+  OxString ExpectLiteral(const char* otherwise);
+  OxString ExpectPubID(const char* otherwise);
+  OxString ExpectName(const char* description);
+  void ExpectWhitespace(const char* after);
+  void ExpectEndOfDeclaration();
 
   Hux::SmartPtr<OxXMLDoc> doc_;
   Token token_;
   std::int32_t strict_ = 1;
   OxXMLScanner scanner_;
+
+  std::vector<Hux::SmartPtr<OxXMLElementNode>> open_;  // The elements whose end tags are still to come.
+  XMLNameCache names_;
+  XMLExpansionBudget budget_{0};
+  XMLExpansion expansion_{scanner_, budget_};
+  std::string text_;           // What is being collected.
+  bool spacePending_ = false;  // White space was met that becomes one space if text follows or it ends.
+  std::string spill_;          // A name that lies in two segments.
 };

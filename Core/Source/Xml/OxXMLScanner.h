@@ -39,6 +39,8 @@ class OxXMLScanner : public OxScanner {
     if (*at_ == 0 && !NextSegment()) return 0;
     return *at_;
   }
+  /// Whether the position is at this byte; false at the end of a segment.
+  bool AtByte(char byte) const { return *at_ == byte; }
   /// Takes an ASCII character other than a line feed if it is the next one.
   bool MatchByte(char byte) {
     if (PeekByte() != byte) return false;
@@ -75,6 +77,7 @@ class OxXMLScanner : public OxScanner {
   bool TakeCharRef(std::uint32_t& codePoint);
 
  private:
+  std::string_view TakeNameRun();
   std::string_view TakeNameCharacters(std::string& spill);
   std::string_view TakeReference(char opener, std::string& spill);
 };

@@ -65,7 +65,7 @@ constexpr bool IsPubIDChar(std::uint32_t c) {
 }
 
 /// What a byte of UTF-8 text can mean to the loops that scan whole runs, one look-up per byte.
-enum ByteClass : std::uint16_t {
+enum ByteClass : std::uint32_t {
   kNameStartByte = 1 << 0,
   kNameByte = 1 << 1,  ///< Of ASCII name characters; U+00B7 is the one that is longer.
   kSpaceByte = 1 << 2,
@@ -82,10 +82,11 @@ enum ByteClass : std::uint16_t {
   kSuspectByte = 1 << 13,  ///< May begin a character that IsChar() refuses.
   kSlashByte = 1 << 14,
   kGreaterByte = 1 << 15,
+  kPercentByte = 1 << 16,
 };
 
-constexpr std::uint16_t ClassifyByte(std::uint32_t byte) {
-  unsigned classes = 0;
+constexpr std::uint32_t ClassifyByte(std::uint32_t byte) {
+  std::uint32_t classes = 0;
   const auto set = [&classes](bool holds, ByteClass which) {
     if (holds) classes |= which;
   };
@@ -105,15 +106,16 @@ constexpr std::uint16_t ClassifyByte(std::uint32_t byte) {
   set(byte == '?', kQuestionByte);
   set(byte == '/', kSlashByte);
   set(byte == '>', kGreaterByte);
+  set(byte == '%', kPercentByte);
   // Controls; surrogates and U+FFFE, U+FFFF; above U+10FFFF; forms longer than a character needs.
   set(ascii && !IsChar(byte), kSuspectByte);
   set(byte == 0xED || byte == 0xEF || byte >= 0xF4, kSuspectByte);
   set(byte == 0xC0 || byte == 0xE0 || byte == 0xF0, kSuspectByte);
-  return static_cast<std::uint16_t>(classes);
+  return classes;
 }
 
-inline constexpr std::array<std::uint16_t, 256> kByteClasses = [] {
-  std::array<std::uint16_t, 256> classes{};
+inline constexpr std::array<std::uint32_t, 256> kByteClasses = [] {
+  std::array<std::uint32_t, 256> classes{};
   for (std::uint32_t byte = 0; byte < classes.size(); ++byte) classes[byte] = ClassifyByte(byte);
   return classes;
 }();

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Foundation/OxString.h"
+#include "Xml/OxScanner.h"
 
 /// How much text the entities of one text may grow into. A ratio above a threshold: honest documents stay
 /// far below both, and what an attack gets is linear in what it sends.
@@ -24,20 +25,28 @@ class XMLExpansionBudget {
   std::uint64_t used_ = 0;
 };
 
-/// The entities whose replacement text is being read, each known by the address of that text.
-class XMLOpenEntities {
+/// Reads entities in place: puts their replacement text in front of a scanner, unless that would not end.
+class XMLExpansion {
  public:
-  bool Contains(const OxString* text) const { return open_.contains(text); }
-  /// `depth` is the scanner's depth inside the replacement text.
-  void Enter(const OxString* text, std::uint32_t depth);
-  /// Forgets the entities that lie deeper than `depth`.
-  void LeaveDownTo(std::uint32_t depth);
+  XMLExpansion(OxScanner& scanner, XMLExpansionBudget& budget) : scanner_(scanner), budget_(budget) {}
+
+  /// Pushes the text of an entity whose reference has just been taken, `depth` deep in pushed text. False,
+  /// and nothing done, when the reference stands inside that very text or when the budget is used up.
+  /// `text` stays where it is for as long as the input lasts.
+  bool Push(const OxString& text, std::uint32_t depth);
+  /// For a new input.
+  void Reset() { LeaveDownTo(0); }
 
  private:
-  struct Entry {
+  struct Open {
     const OxString* text;
-    std::uint32_t depth;
+    std::uint32_t depth;  // Of the scanner inside the text.
   };
-  std::vector<Entry> stack_;
-  std::unordered_set<const OxString*> open_;
+
+  void LeaveDownTo(std::uint32_t depth);
+
+  OxScanner& scanner_;
+  XMLExpansionBudget& budget_;
+  std::vector<Open> open_;  // The entities whose text is being read, the innermost last.
+  std::unordered_set<const OxString*> openTexts_;
 };

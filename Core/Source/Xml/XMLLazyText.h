@@ -7,6 +7,10 @@
 /// A text that is hardly ever there: eight bytes until it is set.
 class XMLLazyText {
  public:
+  XMLLazyText() = default;
+  XMLLazyText(const XMLLazyText&) = delete;
+  XMLLazyText& operator=(const XMLLazyText& other);
+
   const OxString& Get() const;
   OxString& Edit();
 

@@ -1,0 +1,191 @@
+#include "Storage/FileTree.h"
+
+#include <utility>
+#include <vector>
+
+#include "Posix/FileOps.h"
+#include "Posix/Paths.h"
+#include "Storage/FileCopier.h"
+#include "Storage/OxFile.h"
+#include "Storage/RepeatInterrupted.h"
+
+namespace FileTree {
+
+namespace {
+
+using Posix::FileInfo;
+using Posix::FileKind;
+using Posix::Files;
+using Posix::FolderEntry;
+
+bool GetStatus(const std::string& path, FileInfo& info) {
+  return RepeatInterrupted([&] { return Files().Status(path.c_str(), info); }) >= 0;
+}
+
+bool GetLinkStatus(const std::string& path, FileInfo& info) {
+  return RepeatInterrupted([&] { return Files().LinkStatus(path.c_str(), info); }) >= 0;
+}
+
+bool RemoveFile(const std::string& path) {
+  return RepeatInterrupted([&] { return Files().RemoveFile(path.c_str()); }) >= 0;
+}
+
+bool ListFolder(const std::string& path, std::vector<FolderEntry>& entries) {
+  entries.clear();
+  return RepeatInterrupted([&] { return Files().ListFolder(path.c_str(), entries); }) >= 0;
+}
+
+std::string ParentOf(const std::string& path) {
+  const std::size_t separator = path.find_last_of('/');
+  if (separator == std::string::npos) return {};
+  return path.substr(0, separator == 0 ? 1 : separator);
+}
+
+// The files in the folders go first, then the folders, the deepest first.
+bool RemoveFolder(const std::string& path) {
+  std::vector<std::string> folders{path};
+  std::vector<FolderEntry> entries;
+  for (std::size_t i = 0; i < folders.size(); ++i) {
+    if (!ListFolder(folders[i], entries)) return false;
+    for (const FolderEntry& entry : entries) {
+      std::string child = folders[i] + '/' + entry.name;
+      if (entry.kind == FileKind::kFolder) {
+        folders.push_back(std::move(child));
+      } else if (!RemoveFile(child)) {
+        return false;
+      }
+    }
+  }
+  for (; !folders.empty(); folders.pop_back()) {
+    const char* folder = folders.back().c_str();
+    if (RepeatInterrupted([&] { return Files().RemoveFolder(folder); }) < 0) return false;
+  }
+  return true;
+}
+
+bool CopyLink(const std::string& source, const std::string& target) {
+  std::string destination;
+  return RepeatInterrupted([&] { return Files().ReadLink(source.c_str(), destination); }) >= 0 &&
+         RepeatInterrupted([&] { return Files().MakeLink(destination, target.c_str()); }) >= 0;
+}
+
+bool CopyContent(OxFile& from, OxFile& to, FileCopier& copier) {
+  const std::uint64_t length = from.GetLastKnownLength();
+  return copier.Copy({from, 0}, {to, 0}, length).copied == length;
+}
+
+bool CopyFile(const std::string& source, const std::string& target, FileCopier& copier) {
+  OxFile from(OxFile::NativePath{source});
+  OxFile to(OxFile::NativePath{target});
+  if (from.Open(OxFile::kRead) != kStatusOk) return false;
+  if (to.Open(OxFile::kWrite | OxFile::kCreate) != kStatusOk || !to.WasCreated()) return false;
+  const bool copied = CopyContent(from, to, copier);
+  from.CopyAttributesTo(to);  // As far as the file system keeps them.
+  const bool complete = to.Close() == kStatusOk && copied;
+  if (!complete) RemoveFile(target);
+  return complete;
+}
+
+// As far as the file system keeps them and the folders can be opened.
+void CopyFolderAttributes(const std::string& source, const std::string& target) {
+  const auto open = [](const std::string& path) {
+    return RepeatInterrupted([&] { return Files().Open(path.c_str(), Posix::kOpenToRead); });
+  };
+  const int from = open(source);
+  const int to = open(target);
+  if (from >= 0 && to >= 0) RepeatInterrupted([&] { return Files().CopyAttributes(from, to); });
+  if (from >= 0) Files().Close(from);
+  if (to >= 0) Files().Close(to);
+}
+
+// A folder that is copied, and where it goes.
+struct FolderPair {
+  std::string source;
+  std::string target;
+};
+
+bool CopyEntry(const FolderPair& pair, FileKind kind, FileCopier& copier) {
+  if (kind == FileKind::kRegular) return CopyFile(pair.source, pair.target, copier);
+  return kind == FileKind::kLink && CopyLink(pair.source, pair.target);
+}
+
+bool MakeFolder(const std::string& path) {
+  return RepeatInterrupted(
+             [&] { return Files().MakeFolder(path.c_str(), Posix::kFolderPermissions); }) >= 0;
+}
+
+// Copies what is in one folder, but for the folders in it: these are made and appended to `folders`.
+bool CopyEntries(std::size_t index, std::vector<FolderPair>& folders, FileCopier& copier) {
+  std::vector<FolderEntry> entries;
+  if (!ListFolder(folders[index].source, entries)) return false;
+  for (const FolderEntry& entry : entries) {
+    FolderPair child{folders[index].source + '/' + entry.name, folders[index].target + '/' + entry.name};
+    if (entry.kind != FileKind::kFolder) {
+      if (!CopyEntry(child, entry.kind, copier)) return false;
+    } else {
+      if (!MakeFolder(child.target)) return false;
+      folders.push_back(std::move(child));
+    }
+  }
+  return true;
+}
+
+// Attributes come last and from the deepest folder up: a folder may forbid what goes into it, and what
+// goes into it changes its time.
+bool CopyFolder(const std::string& source, const std::string& target) {
+  if (!MakeFolder(target)) return false;
+  FileCopier copier;
+  std::vector<FolderPair> folders{{source, target}};
+  for (std::size_t i = 0; i < folders.size(); ++i) {
+    if (CopyEntries(i, folders, copier)) continue;
+    RemoveFolder(target);
+    return false;
+  }
+  for (; !folders.empty(); folders.pop_back()) {
+    CopyFolderAttributes(folders.back().source, folders.back().target);
+  }
+  return true;
+}
+
+}  // namespace
+
+bool ObjectExists(const std::string& path) {
+  FileInfo info;
+  return GetLinkStatus(path, info);
+}
+
+bool AreSameObject(const std::string& a, const std::string& b) {
+  FileInfo first;
+  FileInfo second;
+  if (GetLinkStatus(a, first) && GetLinkStatus(b, second) && first.IsSameObject(second)) return true;
+  return GetStatus(a, first) && GetStatus(b, second) && first.IsSameObject(second);
+}
+
+bool LiesInside(const std::string& path, const std::string& folder) {
+  FileInfo outer;
+  if (!GetLinkStatus(folder, outer) || outer.kind != FileKind::kFolder) return false;
+  const std::string parent = ParentOf(path);
+  std::string above = Posix::ResolvePath(parent.empty() ? "." : parent);
+  for (;;) {
+    FileInfo info;
+    if (GetStatus(above, info) && info.IsSameObject(outer)) return true;
+    if (above.size() <= 1) return false;
+    above = ParentOf(above);
+  }
+}
+
+bool Remove(const std::string& path) {
+  FileInfo info;
+  if (!GetLinkStatus(path, info)) return false;
+  return info.kind == FileKind::kFolder ? RemoveFolder(path) : RemoveFile(path);
+}
+
+bool Copy(const std::string& source, const std::string& target) {
+  FileInfo info;
+  if (!GetLinkStatus(source, info) || ObjectExists(target)) return false;
+  if (info.kind == FileKind::kFolder) return CopyFolder(source, target);
+  FileCopier copier;
+  return CopyEntry({source, target}, info.kind, copier);
+}
+
+}  // namespace FileTree

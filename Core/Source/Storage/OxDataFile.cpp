@@ -1,0 +1,343 @@
+#include "Storage/OxDataFile.h"
+
+#include <exception>
+
+using FlatFile::FileHeader;
+using FlatFile::kFileHeaderSize;
+using FlatFile::kNoPosition;
+using FlatFile::kRecordHeaderSize;
+using FlatFile::RecordHeader;
+
+// ---- Lifetime
+
+OxDataFile::OxDataFile(std::uint32_t typeCode, const OxString& path)
+    : typeCode_(typeCode), path_(path) {}
+
+OxDataFile::~OxDataFile() {
+  try {
+    Close();
+  } catch (...) {
+    // A destructor has nobody to tell; the archive is closed all the same.
+  }
+}
+
+bool OxDataFile::Open(short mode) {
+  bool opened = false;
+  try {
+    Close();
+    opened = OpenArchive(mode);
+  } catch (...) {
+    opened = false;
+  }
+  if (opened) return true;
+  const bool made = file_.File() != nullptr && file_.File()->WasCreated();
+  Reset();
+  if (made) OxFile(path_).Delete();
+  return false;
+}
+
+bool OxDataFile::OpenArchive(short mode) {
+  mode_ = mode;
+  const bool create = (mode & kOpenCreate) != 0;
+  if (mode == kOpenMapped) {
+    if (!file_.OpenMapped(path_)) return false;
+  } else {
+    const unsigned long permission = ((mode & kOpenRead) != 0 ? OxFile::kRead : 0UL) |
+                                     ((mode & kOpenWrite) != 0 ? OxFile::kWrite : 0UL) |
+                                     (create ? OxFile::kCreate : 0UL);
+    if (file_.OpenFile(path_, permission) != kStatusOk) return false;
+  }
+  if (!(create ? BeginNewArchive() : CheckHeader())) return false;
+  open_ = true;
+  loaded_ = true;
+  LoadIndexAndNames();
+  return true;
+}
+
+// Statuses are ignored, and so is a position outside a mapping: an archive without a readable index or
+// without names can still be walked.
+void OxDataFile::LoadIndexAndNames() {
+  try {
+    ReadIndex();
+  } catch (const EndOfFile&) {
+    index_.Clear();
+  }
+  try {
+    ReadNameTable();
+  } catch (const EndOfFile&) {
+    names_ = OxBinaryData();
+  }
+}
+
+bool OxDataFile::BeginNewArchive() {
+  header_ = FileHeader();
+  header_.typeCode = typeCode_;
+  header_.flags = (mode_ & kOpenProtected) != 0 ? FlatFile::kProtected : 0;
+  return file_.SetEOF(0) == kStatusOk && file_.WriteAt(0, FlatFile::Encode(header_)) == kStatusOk &&
+         file_.SetPosition(0) == kStatusOk;
+}
+
+bool OxDataFile::CheckHeader() {
+  return ReadFileHeader(header_, false) == kStatusOk && header_.typeCode == typeCode_ &&
+         header_.reserved == 0;
+}
+
+FileStatus OxDataFile::ReadIndex() {
+  index_.Clear();
+  if (header_.indexPos == kNoPosition) return kStatusOk;
+  OxBuffer payload;
+  const FileStatus status = ReadPayloadOf(header_.indexPos, payload);
+  index_.Load(std::as_bytes(std::span(payload.view())));
+  return status;
+}
+
+// Deliberate: after a read that ended early the position stays at the end of the file.
+FileStatus OxDataFile::ReadNameTable() {
+  if (header_.nameTablePos == kNoPosition) return kStatusOk;
+  OxBuffer payload;
+  const FileStatus status = ReadPayloadOf(header_.nameTablePos, payload);
+  names_.Adopt(std::move(payload));
+  if (status == kStatusEndOfFile) file_.GoToEOF();
+  return status;
+}
+
+void OxDataFile::Close() {
+  if (!open_) return;
+  const bool writes = file_.File() != nullptr && loaded_ && (mode_ & kOpenWrite) != 0;
+  std::exception_ptr failure;
+  if (writes) {
+    try {
+      WriteIndex();
+      WriteNameTable();
+    } catch (...) {
+      failure = std::current_exception();
+    }
+  }
+  const FileStatus status = Reset();
+  if (failure) std::rethrow_exception(failure);
+  if (writes && status != kStatusOk) throw FileError(status);
+}
+
+// Closes the file, with what was put off written, and goes back to the closed state.
+FileStatus OxDataFile::Reset() {
+  const FileStatus status = file_.Close();
+  open_ = false;
+  mode_ = kOpenRead;
+  loaded_ = false;
+  names_ = OxBinaryData();
+  index_.Clear();
+  return status;
+}
+
+void OxDataFile::Delete() {
+  file_.PutOff().Forget();
+  Reset();
+  OxFile(path_).Delete();
+}
+
+bool OxDataFile::IsProtected() const {
+  return open_ && (header_.flags & FlatFile::kProtected) != 0;
+}
+
+// ---- Records by name
+
+bool OxDataFile::GetRecord(const OxString& name, OxBuffer& out) {
+  const std::uint64_t block = FindRecord(name);
+  if (block == kNoPosition) return false;
+  ReadPayloadOf(block, out);
+  if (IsProtected()) scramble(kScrambleSeed, out.data(), out.data(), out.length());
+  return true;
+}
+
+bool OxDataFile::DeleteRecord(const OxString& name) {
+  if (FindRecord(name) == kNoPosition) return false;
+  DeleteCurrent();
+  return true;
+}
+
+std::uint64_t OxDataFile::FindRecord(const OxString& name) {
+  const auto found = index_.Find(name.view(), names_.view());
+  if (!found) return kNoPosition;
+  SetPosition(found->position);
+  return found->position;
+}
+
+const char* OxDataFile::GetMappedRecordPtr(const OxString& name, unsigned long& length) {
+  if (file_.Mapping() == nullptr) throw AccessDenied();
+  length = 0;
+  const std::uint64_t block = FindRecord(name);
+  return block == kNoPosition ? nullptr : MappedPayload(block, length);
+}
+
+const char* OxDataFile::MappedPayload(std::uint64_t block, unsigned long& length) {
+  length = 0;
+  const OxMappedFile* mapping = file_.Mapping();
+  if (mapping == nullptr) throw AccessDenied();
+  RecordHeader header;
+  if (ReadHeaderAt(block, header) != kStatusOk) return nullptr;
+  const std::uint64_t start = block + kRecordHeaderSize;
+  if (header.dataLength > mapping->GetSize() - start) return nullptr;
+  length = header.dataLength;
+  return mapping->GetAddress() + start;
+}
+
+// ---- Positions and raw access
+
+std::uint64_t OxDataFile::GetPosition() const {
+  if (!file_.IsOpen()) throw FileNotOpen();
+  return file_.GetPosition();
+}
+
+FileStatus OxDataFile::SetPosition(std::uint64_t position) {
+  const FileStatus status = file_.SetPosition(position);
+  if (status == kStatusEndOfFile && file_.Mapping() != nullptr) throw EndOfFile();
+  return status;
+}
+
+FileStatus OxDataFile::GoToEOF() {
+  return file_.File() == nullptr ? kStatusNotOpen : file_.GoToEOF();
+}
+
+FileStatus OxDataFile::SetEOF(std::uint64_t length) {
+  return file_.SetEOF(length);
+}
+
+FileStatus OxDataFile::Beginning() {
+  const std::uint64_t head = header_.usedList.head;
+  return SetPosition(head == kNoPosition ? kFileHeaderSize : head);
+}
+
+FileStatus OxDataFile::Skip() {
+  RecordHeader header;
+  const FileStatus status = ReadRecordHeader(header, true);
+  return status == kStatusOk ? SetPosition(GetPosition() + header.blockSize) : status;
+}
+
+FileStatus OxDataFile::ReadBytes(unsigned long count, void* buffer) {
+  if (!file_.IsOpen()) return kStatusNotOpen;
+  std::size_t got = 0;
+  const std::uint64_t position = file_.GetPosition();
+  const FileStatus status = file_.ReadAt(position, {static_cast<std::byte*>(buffer), count}, got);
+  if (got > 0) file_.SetPosition(position + got);
+  return status;
+}
+
+FileStatus OxDataFile::WriteBytes(unsigned long count, const void* buffer) {
+  if ((mode_ & kOpenWrite) == 0) throw ReadOnly();
+  return file_.Write({static_cast<const std::byte*>(buffer), count});
+}
+
+FileStatus OxDataFile::ReadFileHeader(FileHeader& header, bool restore) {
+  if (!file_.IsOpen()) return kStatusNotOpen;
+  const std::uint64_t position = restore ? GetPosition() : kFileHeaderSize;
+  std::array<std::byte, kFileHeaderSize> bytes;
+  SetPosition(0);
+  const FileStatus status = ReadBytes(bytes.size(), bytes.data());
+  if (status == kStatusOk) header = FlatFile::DecodeFileHeader(bytes);
+  if (restore) SetPosition(position);
+  return status;
+}
+
+FileStatus OxDataFile::WriteFileHeader() {
+  if ((mode_ & kOpenWrite) == 0) throw ReadOnly();
+  file_.PutOff().PutOffFileHeader(header_);
+  return kStatusOk;
+}
+
+FileStatus OxDataFile::ReadRecordHeader(RecordHeader& header, bool restore) {
+  if (!file_.IsOpen()) return kStatusNotOpen;
+  const std::uint64_t position = file_.GetPosition();
+  const FileStatus status = ReadHeaderAt(position, header);
+  if (!restore) file_.SetPosition(file_.ClampToLength(position + kRecordHeaderSize));
+  return status;
+}
+
+FileStatus OxDataFile::WriteRecordHeader(const RecordHeader& header) {
+  const auto bytes = FlatFile::Encode(header);
+  return WriteBytes(bytes.size(), bytes.data());
+}
+
+FileStatus OxDataFile::ReadCurrent(OxBuffer& out) {
+  if (!file_.IsOpen()) return kStatusNotOpen;
+  return ReadPayloadOf(file_.GetPosition(), out);
+}
+
+const char* OxDataFile::GetName(unsigned long nameOffset) {
+  const auto offset = static_cast<std::uint32_t>(nameOffset);
+  const auto name = offset == nameOffset ? NameAt(names_.view(), offset) : std::nullopt;
+  if (!name) return nullptr;
+  names_.MoveTo(nameOffset);
+  if (nameOffset + name->size() < names_.length()) return name->data();
+  // The table ends without a zero byte, which is taken to follow it.
+  unterminatedName_ = *name;
+  return unterminatedName_.c_str();
+}
+
+// ---- Blocks
+
+FileStatus OxDataFile::ReadHeaderAt(std::uint64_t block, RecordHeader& header) {
+  std::span<const std::byte> bytes;
+  const FileStatus status = file_.ViewAt(block, kRecordHeaderSize, bytes);
+  if (status == kStatusOk) header = FlatFile::DecodeRecordHeader(bytes.first<kRecordHeaderSize>());
+  if (file_.Mapping() != nullptr && block > file_.Mapping()->GetSize()) throw EndOfFile();
+  return status;
+}
+
+FileStatus OxDataFile::WriteHeaderAt(std::uint64_t block, const RecordHeader& header) {
+  return file_.WriteAt(block, FlatFile::Encode(header));
+}
+
+// Empties `out` when there is no header; otherwise reads the payload as far as the file has it.
+FileStatus OxDataFile::ReadPayloadOf(std::uint64_t block, OxBuffer& out) {
+  out.Clear();
+  RecordHeader header;
+  const FileStatus status = ReadHeaderAt(block, header);
+  if (status != kStatusOk) return status;
+  const std::uint64_t start = block + kRecordHeaderSize;
+  const std::uint64_t end = file_.ClampToLength(start + header.dataLength);
+  if (end <= start) return header.dataLength == 0 ? kStatusOk : kStatusEndOfFile;
+  out.SetLength(end - start);
+  std::size_t got = 0;
+  const FileStatus readStatus =
+      file_.ReadAt(start, std::as_writable_bytes(std::span(out.data(), out.length())), got);
+  out.SetLength(got);
+  if (readStatus != kStatusOk) return readStatus;
+  return got < header.dataLength ? kStatusEndOfFile : kStatusOk;
+}
+
+// ---- Upkeep
+
+void OxDataFile::BuildIndex() {
+  index_.Clear();
+  const LinkTrail::NextOf nextOf = LinkReader();
+  LinkTrail trail(header_.usedList.head);
+  RecordHeader header;
+  for (std::uint64_t block = header_.usedList.head; block != kNoPosition; block = header.next) {
+    if (ReadHeaderAt(block, header) != kStatusOk) return;
+    const auto found = index_.FindNameAt(header.nameOffset, names_.view());
+    index_.Insert(found ? found->slot : index_.EndSlot(), {header.nameOffset, 0, block}, names_.view());
+    if (header.next != kNoPosition && !trail.StepTo(header.next, nextOf)) return;
+  }
+}
+
+void OxDataFile::Clear() {
+  if (!open_) Open(kOpenWrite);
+  if (open_ && (mode_ & kOpenWrite) != 0) throw ReadOnly();
+  header_.recordCount = 0;
+  header_.freeCount = 0;
+  header_.usedList = {};
+  header_.freeList = {};
+  header_.nameTablePos = kNoPosition;
+  header_.flags = 0;
+  WriteFileHeader();
+}
+
+// ---- Iteration
+
+OxDataFile::Iterator OxDataFile::Begin() {
+  return Iterator(this);
+}
+
+OxDataFile::Iterator OxDataFile::End() {
+  return Iterator(this, kNoPosition);
+}

@@ -1,0 +1,40 @@
+#include "Storage/OxDataFile.h"
+
+using FlatFile::kNoPosition;
+
+OxDataFile::Iterator::Iterator(OxDataFile* file) : Iterator(file, file->header_.usedList.head) {}
+
+OxDataFile::Iterator::Iterator(OxDataFile* file, std::uint64_t position)
+    : file_(file), position_(position), trail_(position) {
+  LoadRecord();
+}
+
+const OxDataFile::Record& OxDataFile::Iterator::operator*() const {
+  if (position_ == kNoPosition) throw InvalidState();
+  return record_;
+}
+
+OxDataFile::Iterator& OxDataFile::Iterator::operator++() {
+  if (position_ == kNoPosition) throw InvalidState();
+  position_ = record_.header_.next;
+  if (position_ != kNoPosition && !trail_.StepTo(position_, file_->LinkReader())) {
+    position_ = kNoPosition;
+  }
+  LoadRecord();
+  return *this;
+}
+
+OxDataFile::Iterator OxDataFile::Iterator::operator++(int) {
+  Iterator before = *this;
+  ++*this;
+  return before;
+}
+
+void OxDataFile::Iterator::LoadRecord() {
+  if (position_ == kNoPosition) return;
+  try {
+    record_.Load(file_, position_);
+  } catch (...) {
+    position_ = kNoPosition;
+  }
+}

@@ -1,0 +1,76 @@
+#include <algorithm>
+
+#include "Storage/OxDataFile.h"
+
+using FlatFile::kNoPosition;
+using FlatFile::kRecordHeaderSize;
+using FlatFile::RecordHeader;
+
+OxDataFile::Record::Record(OxDataFile* file, std::uint64_t position) {
+  Load(file, position);
+}
+
+// The name's storage serves record after record.
+void OxDataFile::Record::Load(OxDataFile* file, std::uint64_t position) {
+  if (file == nullptr || file->ReadHeaderAt(position, header_) != kStatusOk) throw EndOfFile();
+  const auto name = NameAt(file->names_.view(), header_.nameOffset);
+  name_.set(name ? name->data() : nullptr, name ? name->size() : 0);
+  file_ = file;
+  position_ = position;
+}
+
+FileStatus OxDataFile::Record::GetData(OxBuffer& out) const {
+  if (file_ == nullptr) return kStatusNotOpen;
+  const FileStatus status = file_->ReadPayloadOf(position_, out);
+  if (file_->IsProtected()) scramble(kScrambleSeed, out.data(), out.data(), out.length());
+  return status;
+}
+
+CopyResult OxDataFile::Record::CopyDataTo(OxFile& target) const {
+  if (file_ == nullptr) return {.readStatus = kStatusNotOpen};
+  if (!target.IsOpen()) return {.writeStatus = kStatusNotOpen};
+  RecordHeader header;
+  const FileStatus status = file_->ReadHeaderAt(position_, header);
+  if (status != kStatusOk) return {.readStatus = status};
+  std::optional<ScrambleStream> stream;
+  if (file_->IsProtected()) stream.emplace();
+  ScrambleStream* scrambler = stream ? &*stream : nullptr;
+  ArchiveFile& archive = file_->file_;
+  if (archive.File() == nullptr || header.dataLength <= ReadWindow::kLargest) {
+    return CopyByViews(header.dataLength, target, scrambler);
+  }
+  const FileStatus settled = archive.Settle();
+  if (settled != kStatusOk) return {.readStatus = settled};
+  const std::uint64_t start = target.GetPosition();
+  const CopyResult result = file_->copier_.Copy({*archive.File(), position_ + kRecordHeaderSize},
+                                                {target, start}, header.dataLength, scrambler);
+  target.SetPosition(start + result.copied);
+  return result;
+}
+
+// Writes the payload straight from where it lies in memory, piece by piece.
+CopyResult OxDataFile::Record::CopyByViews(std::uint32_t length, OxFile& target,
+                                           ScrambleStream* scrambler) const {
+  static_assert(ReadWindow::kLargest <= FileCopier::kBufferSize);
+  CopyResult result;
+  while (result.copied < length && result.readStatus == kStatusOk) {
+    const std::uint64_t from = position_ + kRecordHeaderSize + result.copied;
+    const auto wanted = std::min<std::uint64_t>(length - result.copied, ReadWindow::kLargest);
+    std::span<const std::byte> bytes;
+    result.readStatus = file_->file_.ViewAt(from, wanted, bytes);
+    if (scrambler != nullptr) {
+      const std::span<std::byte> buffer = file_->copier_.Buffer().first(bytes.size());
+      scrambler->Process(bytes.data(), buffer.data(), buffer.size());
+      bytes = buffer;
+    }
+    result.writeStatus = target.Write(bytes.data(), bytes.size());
+    if (result.writeStatus != kStatusOk) return result;
+    result.copied += bytes.size();
+  }
+  return result;
+}
+
+const char* OxDataFile::Record::GetMappedRecordPtr(unsigned long& length) const {
+  if (file_ == nullptr) throw AccessDenied();
+  return file_->MappedPayload(position_, length);
+}

@@ -1,0 +1,325 @@
+#include <cstddef>
+
+#include "Foundation/Narrow.h"
+#include "Storage/OxDataFile.h"
+
+using FlatFile::kNoName;
+using FlatFile::kNoPosition;
+using FlatFile::kRecordHeaderSize;
+using FlatFile::LinkedList;
+using FlatFile::RecordHeader;
+
+/// What is to be stored: bytes in memory or, when there are none, those of a file from its beginning.
+struct OxDataFile::Payload {
+  std::uint64_t length = 0;
+  const void* bytes = nullptr;
+  OxFile* source = nullptr;
+  FileStatus* sourceStatus = nullptr;
+};
+
+/// Where a record goes, and how.
+struct OxDataFile::Placement {
+  enum How { kInPlace, kReused, kAppended };
+
+  DataType type = kDataRecord;
+  std::uint32_t needed = 0;  // Bytes of header and payload.
+  How how = kAppended;
+  std::uint64_t block = kNoPosition;    // What lists and index record.
+  std::uint64_t writeAt = kNoPosition;  // Where the header goes; elsewhere only in a reused block.
+  std::size_t slot = 0;                 // Of the index.
+  RecordHeader header;
+};
+
+// ---- Records by name
+
+void OxDataFile::AddRecord(const OxString& name, unsigned long length, const char* data) {
+  CheckWritable(name, length);
+  if (IsProtected()) {
+    const OxBuffer scrambled = WobScrambleData(data, length, true);
+    WriteData(name, {.length = length, .bytes = scrambled.data()}, kDataRecord);
+  } else {
+    WriteData(name, {.length = length, .bytes = data}, kDataRecord);
+  }
+}
+
+void OxDataFile::AddRecord(const OxString& name, const OxBuffer& data) {
+  AddRecord(name, data.length(), data.data());
+}
+
+FileStatus OxDataFile::AddRecordFromFile(const OxString& name, OxFile& source) {
+  if (!source.IsOpen()) return kStatusNotOpen;
+  const std::uint64_t length = source.GetLastKnownLength();
+  CheckWritable(name, length);
+  FileStatus status = kStatusOk;
+  if (length > FileCopier::kBufferSize) {
+    WriteData(name, {.length = length, .source = &source, .sourceStatus = &status}, kDataRecord);
+    return status;
+  }
+  const std::span<std::byte> buffer = copier_.Buffer();
+  std::size_t got = 0;
+  status = source.ReadAt(0, buffer.first(length), got);
+  if (IsProtected()) scramble(kScrambleSeed, buffer.data(), buffer.data(), got);
+  WriteData(name, {.length = got, .bytes = buffer.data()}, kDataRecord);
+  return status;
+}
+
+// ---- The one writer of blocks
+
+void OxDataFile::CheckWritable(const OxString& name, std::uint64_t length) const {
+  if (!open_) throw FileNotOpen();
+  if ((mode_ & kOpenWrite) == 0) throw AccessDenied();
+  const std::uint64_t nameEnd = std::uint64_t{names_.length()} + name.size() + 1;
+  const bool tooLong = length > 0xFFFFFFFF - kRecordHeaderSize || nameEnd > 0xFFFFFFFF;
+  if (tooLong) throw FileError(kStatusInputOutput);
+}
+
+void OxDataFile::WriteData(const OxString& name, const Payload& payload, DataType type) {
+  CheckWritable(name, payload.length);
+  Placement place;
+  place.type = type;
+  place.needed = static_cast<std::uint32_t>(payload.length + kRecordHeaderSize);
+  if (!FindPlace(name, place)) return;
+  place.header.flags = FlatFile::kInUse;
+  place.header.dataLength = static_cast<std::uint32_t>(payload.length);
+  try {
+    PrepareBlock(name, place);
+    WriteBlock(payload, place);
+    Publish(place);
+  } catch (...) {
+    Undo(place);
+    throw;
+  }
+  file_.SetPosition(place.writeAt + kRecordHeaderSize + place.header.dataLength);
+}
+
+// False when the free list cannot be read, which ends the operation without a word.
+bool OxDataFile::FindPlace(const OxString& name, Placement& place) {
+  std::uint64_t existing = place.type == kDataIndex ? header_.indexPos : header_.nameTablePos;
+  place.slot = index_.EndSlot();
+  if (place.type == kDataRecord) {
+    const auto found = index_.Find(name.view(), names_.view());
+    existing = found ? found->position : kNoPosition;
+    if (found) place.slot = found->slot;
+  }
+  if (existing != kNoPosition && RewriteOrDelete(existing, place)) return true;
+  const FileStatus status = TakeFreeBlock(place);
+  if (status != kStatusEndOfFile) return status == kStatusOk;
+  file_.GoToEOF();
+  place.block = place.writeAt = file_.GetPosition();
+  place.header = RecordHeader();
+  place.header.blockSize = place.needed;
+  return true;
+}
+
+// True when the existing block has room; otherwise it has gone to the free list.
+bool OxDataFile::RewriteOrDelete(std::uint64_t block, Placement& place) {
+  const FileStatus status = ReadHeaderAt(block, place.header);
+  if (status == kStatusEndOfFile) return false;
+  if (status != kStatusOk) throw FileError(status);
+  if (place.needed <= place.header.blockSize) {
+    place.how = Placement::kInPlace;
+    place.block = place.writeAt = block;
+    return true;
+  }
+  if (place.type != kDataRecord) {
+    // These blocks are in no list. Links of a last block make the deletion leave the used list as it is.
+    place.header.prev = header_.usedList.tail;
+    place.header.next = kNoPosition;
+    WriteHeaderAt(block, place.header);
+  }
+  const std::optional<std::size_t> removed = DeleteBlock(block);
+  // The record keeps its number among the entries. In a damaged archive the block may have carried the
+  // name of another entry, and then the numbers behind that one have changed.
+  if (removed && *removed < place.slot && place.type == kDataRecord) ++place.slot;
+  return false;
+}
+
+// The first free block that is large enough; kStatusEndOfFile when there is none.
+FileStatus OxDataFile::TakeFreeBlock(Placement& place) {
+  const LinkTrail::NextOf nextOf = LinkReader();
+  LinkTrail trail(header_.freeList.head);
+  for (std::uint64_t block = header_.freeList.head; block != kNoPosition;) {
+    const FileStatus status = ReadHeaderAt(block, place.header);
+    if (status != kStatusOk) return status;
+    if (place.needed <= place.header.blockSize) {
+      UnlinkBlock(place.header, header_.freeList);
+      --header_.freeCount;
+      WriteHeaderAt(block, place.header);
+      WriteFileHeader();
+      place.how = Placement::kReused;
+      place.block = block;
+      // Deliberate: the record goes behind the header that was just written back, not over it.
+      place.writeAt = block + kRecordHeaderSize;
+      return kStatusOk;
+    }
+    if (place.header.next != kNoPosition && !trail.StepTo(place.header.next, nextOf)) break;
+    block = place.header.next;
+  }
+  return kStatusEndOfFile;
+}
+
+void OxDataFile::PrepareBlock(const OxString& name, Placement& place) {
+  if (place.how == Placement::kInPlace) return;
+  if (place.type == kDataIndex) {
+    header_.indexPos = place.block;
+    place.header.nameOffset = kNoName;
+  } else if (place.type == kDataNameTable) {
+    header_.nameTablePos = place.block;
+    place.header.nameOffset = FlatFile::kNameTableName;
+  } else {
+    const FileStatus status = LinkBlock(place.block, place.header, header_.usedList);
+    // A list whose end lies outside the file is damaged already; the record can still be found by name.
+    if (status != kStatusOk && status != kStatusEndOfFile) throw FileError(status);
+    place.header.nameOffset = names_.length();
+    names_.AddNullTerminatedString(name);
+  }
+}
+
+// Header and payload reach the file in one system call, unless the payload comes from a file. An appended
+// record is written with the link that it will have when another one is appended behind it.
+void OxDataFile::WriteBlock(const Payload& payload, Placement& place) {
+  FileStatus status = kStatusOk;
+  const bool appended = place.type == kDataRecord && place.how == Placement::kAppended;
+  if (payload.source != nullptr) {
+    status = StreamPayload(payload, place);
+  } else {
+    RecordHeader header = place.header;
+    if (appended) header.next = place.block + header.blockSize;
+    const auto bytes = FlatFile::Encode(header);
+    const Posix::Piece pieces[] = {
+        bytes, {static_cast<const std::byte*>(payload.bytes), payload.bytes ? payload.length : 0}};
+    status = file_.WriteAt(place.writeAt, pieces);
+    if (appended && status == kStatusOk) file_.PutOff().PutOffListEnd(place.block, header.next);
+  }
+  if (status != kStatusOk) throw FileError(status);
+}
+
+// When the source ends early, the header is written once more and tells what was really copied.
+FileStatus OxDataFile::StreamPayload(const Payload& payload, Placement& place) {
+  FileStatus status = WriteHeaderAt(place.writeAt, place.header);
+  if (status != kStatusOk) return status;
+  std::optional<ScrambleStream> scrambler;
+  if (IsProtected()) scrambler.emplace();
+  const CopyResult result =
+      copier_.Copy({*payload.source, 0}, {*file_.File(), place.writeAt + kRecordHeaderSize},
+                   payload.length, scrambler ? &*scrambler : nullptr);
+  *payload.sourceStatus = result.readStatus;
+  if (result.writeStatus != kStatusOk) return result.writeStatus;
+  if (result.copied == payload.length) return kStatusOk;
+  place.header.dataLength = static_cast<std::uint32_t>(result.copied);
+  if (place.how == Placement::kAppended) {
+    place.header.blockSize = place.header.dataLength + kRecordHeaderSize;
+  }
+  return WriteHeaderAt(place.writeAt, place.header);
+}
+
+void OxDataFile::Publish(const Placement& place) {
+  const bool added = place.type == kDataRecord && place.how != Placement::kInPlace;
+  if (added) ++header_.recordCount;
+  WriteFileHeader();
+  if (added) index_.Insert(place.slot, {place.header.nameOffset, 0, place.block}, names_.view());
+}
+
+// The failure that led here is on its way to the caller; another one could not be told beside it.
+void OxDataFile::Undo(Placement& place) {
+  if (place.how == Placement::kInPlace) return;
+  if (place.type == kDataRecord) UnlinkBlock(place.header, header_.usedList);
+  if (place.how == Placement::kAppended) file_.SetEOF(place.block);
+}
+
+// ---- Deleting
+
+void OxDataFile::DeleteCurrent() {
+  if (file_.IsOpen()) DeleteBlock(file_.GetPosition());
+}
+
+// Returns the slot of the index entry that was removed. A block that is not in use is left alone.
+std::optional<std::size_t> OxDataFile::DeleteBlock(std::uint64_t block) {
+  RecordHeader header;
+  if (ReadHeaderAt(block, header) != kStatusOk) return std::nullopt;
+  if ((header.flags & FlatFile::kInUse) == 0) return std::nullopt;
+  const std::optional<std::size_t> removed = RemoveFromIndex(header.nameOffset);
+  UnlinkBlock(header, header_.usedList);
+  header.flags &= ~FlatFile::kInUse;
+  header.nameOffset = kNoName;
+  header.dataLength = 0;
+  LinkBlock(block, header, header_.freeList);
+  --header_.recordCount;
+  ++header_.freeCount;
+  if (WriteHeaderAt(block, header) == kStatusOk) WriteFileHeader();
+  return removed;
+}
+
+std::optional<std::size_t> OxDataFile::RemoveFromIndex(std::uint32_t nameOffset) {
+  const auto found = index_.FindNameAt(nameOffset, names_.view());
+  if (!found) return std::nullopt;
+  index_.Remove(found->slot, names_.view());
+  return found->slot;
+}
+
+void OxDataFile::WriteIndex() {
+  const OxBuffer payload = index_.Encode();
+  WriteData("index", {.length = payload.length(), .bytes = payload.data()}, kDataIndex);
+}
+
+void OxDataFile::WriteNameTable() {
+  const std::string_view names = names_.view();
+  WriteData("nametable", {.length = names.size(), .bytes = names.data()}, kDataNameTable);
+}
+
+// ---- Lists
+
+LinkTrail::NextOf OxDataFile::LinkReader() {
+  return [this](std::uint64_t block) {
+    RecordHeader header;
+    try {
+      return ReadHeaderAt(block, header) == kStatusOk ? header.next : kNoPosition;
+    } catch (const EndOfFile&) {
+      return kNoPosition;
+    }
+  };
+}
+
+FileStatus OxDataFile::SetNext(std::uint64_t block, std::uint64_t next) {
+  RecordHeader header;
+  const FileStatus status = ReadHeaderAt(block, header);
+  if (status != kStatusOk) return status;
+  header.next = next;
+  return WriteHeaderAt(block, header);
+}
+
+FileStatus OxDataFile::SetPrev(std::uint64_t block, std::uint64_t prev) {
+  RecordHeader header;
+  const FileStatus status = ReadHeaderAt(block, header);
+  if (status != kStatusOk) return status;
+  header.prev = prev;
+  return WriteHeaderAt(block, header);
+}
+
+FileStatus OxDataFile::LinkBlock(std::uint64_t block, RecordHeader& header, LinkedList& list) {
+  header.prev = list.tail;
+  header.next = kNoPosition;
+  FileStatus status = kStatusOk;
+  if (list.head == kNoPosition) {
+    list.head = block;
+  } else if (!file_.PutOff().LinksTo(list.tail, block)) {
+    status = SetNext(list.tail, block);
+  }
+  list.tail = block;
+  return status;
+}
+
+void OxDataFile::UnlinkBlock(RecordHeader& header, LinkedList& list) {
+  if (header.prev == kNoPosition) {
+    list.head = header.next;
+  } else {
+    SetNext(header.prev, header.next);
+  }
+  if (header.next == kNoPosition) {
+    list.tail = header.prev;
+  } else {
+    SetPrev(header.next, header.prev);
+  }
+  header.next = kNoPosition;
+  header.prev = kNoPosition;
+}

@@ -1,0 +1,214 @@
+#include "Storage/OxFile.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include "Storage/RepeatInterrupted.h"
+
+namespace {
+
+constexpr std::uint64_t kLastPosition = std::numeric_limits<std::int64_t>::max();
+
+// Takes what was written off the front of the pieces.
+void Advance(std::vector<Posix::Piece>& pieces, std::size_t written) {
+  auto piece = pieces.begin();
+  while (piece != pieces.end() && written >= piece->size()) {
+    written -= piece->size();
+    ++piece;
+  }
+  pieces.erase(pieces.begin(), piece);
+  if (!pieces.empty()) pieces.front() = pieces.front().subspan(written);
+}
+
+std::size_t TotalSize(std::span<const Posix::Piece> pieces) {
+  std::size_t total = 0;
+  for (const Posix::Piece piece : pieces) total += piece.size();
+  return total;
+}
+
+}  // namespace
+
+FileStatus OxFile::Open(unsigned long permission) {
+  Close();
+  if ((permission & (kRead | kWrite)) == 0) return kStatusNoPermission;
+  const unsigned flags = ((permission & kRead) != 0 ? Posix::kOpenToRead : 0U) |
+                         ((permission & kWrite) != 0 ? Posix::kOpenToWrite : 0U);
+  FileStatus status = OpenExisting(flags);
+  if (status == kStatusFileNotFound && (permission & kCreate) != 0) status = OpenNew(flags);
+  writable_ = status == kStatusOk && (permission & kWrite) != 0;
+  return status;
+}
+
+FileStatus OxFile::OpenExisting(unsigned flags) {
+  const int fd = RepeatInterrupted([&] { return Posix::Files().Open(path_.c_str(), flags); });
+  if (fd < 0) return StatusOfResult(fd);
+  Adopt(fd);
+  Posix::FileInfo info;
+  const int result = RepeatInterrupted([&] { return Posix::Files().OpenStatus(fd, info); });
+  length_ = info.size;
+  if (result >= 0 && info.kind == Posix::FileKind::kRegular) return kStatusOk;
+  Close();
+  return result < 0 ? StatusOfResult(result) : kStatusNotAFile;
+}
+
+// What has just been made is an empty regular file, which need not be asked for.
+FileStatus OxFile::OpenNew(unsigned flags) {
+  const int fd =
+      RepeatInterrupted([&] { return Posix::Files().Open(path_.c_str(), flags | Posix::kOpenNew); });
+  if (fd < 0) return StatusOfResult(fd);
+  Adopt(fd);
+  created_ = true;
+  return kStatusOk;
+}
+
+void OxFile::Adopt(int fd) {
+  fd_ = fd;
+  created_ = false;
+  position_ = 0;
+  length_ = 0;
+}
+
+FileStatus OxFile::Close() {
+  if (!IsOpen()) return kStatusOk;
+  return StatusOfResult(Posix::Files().Close(std::exchange(fd_, -1)));
+}
+
+FileStatus OxFile::Read(void* buffer, unsigned long count, unsigned long* actual) {
+  std::size_t got = 0;
+  const FileStatus status = ReadAt(position_, {static_cast<std::byte*>(buffer), count}, got);
+  position_ += got;
+  if (actual != nullptr) *actual = got;
+  return status;
+}
+
+FileStatus OxFile::Write(const void* buffer, unsigned long count) {
+  if (count == 0) return kStatusOk;
+  const Posix::Piece piece(static_cast<const std::byte*>(buffer), count);
+  std::size_t written = 0;
+  const FileStatus status = WritePieces(position_, {&piece, 1}, written);
+  position_ += written;
+  return status;
+}
+
+FileStatus OxFile::SetPosition(std::uint64_t position) {
+  if (!IsOpen()) return kStatusNotOpen;
+  if (position > length_) {
+    const FileStatus status = RefreshLength();
+    if (status != kStatusOk) return status;
+  }
+  position_ = std::min(position, length_);
+  return position_ == position ? kStatusOk : kStatusEndOfFile;
+}
+
+FileStatus OxFile::GoToEOF() {
+  if (!IsOpen()) return kStatusNotOpen;
+  const FileStatus status = writable_ ? kStatusOk : RefreshLength();
+  if (status == kStatusOk) position_ = length_;
+  return status;
+}
+
+FileStatus OxFile::SetEOF(std::uint64_t length) {
+  if (!IsOpen()) return kStatusNotOpen;
+  const int result = RepeatInterrupted([&] { return Posix::Files().SetLength(fd_, length); });
+  if (result >= 0) length_ = length;
+  return StatusOfResult(result);
+}
+
+std::uint64_t OxFile::GetPosition() const {
+  if (!IsOpen()) throw FileNotOpen();
+  return position_;
+}
+
+std::uint64_t OxFile::GetLength() const {
+  if (!IsOpen()) throw FileNotOpen();
+  const FileStatus status = writable_ ? kStatusOk : RefreshLength();
+  if (status != kStatusOk) throw FileError(status);
+  return length_;
+}
+
+FileStatus OxFile::RefreshLength() const {
+  Posix::FileInfo info;
+  const int result = RepeatInterrupted([&] { return Posix::Files().OpenStatus(fd_, info); });
+  if (result >= 0) length_ = info.size;
+  return StatusOfResult(result);
+}
+
+FileStatus OxFile::Delete() {
+  Close();
+  return StatusOfResult(RepeatInterrupted([&] { return Posix::Files().RemoveFile(path_.c_str()); }));
+}
+
+bool OxFile::ExistsAt(const char* path) {
+  Posix::FileInfo info;
+  return RepeatInterrupted([&] { return Posix::Files().Status(path, info); }) >= 0;
+}
+
+FileStatus OxFile::ReadAt(std::uint64_t position, std::span<std::byte> out, std::size_t& actual) const {
+  actual = 0;
+  if (!IsOpen()) return kStatusNotOpen;
+  while (actual < out.size()) {
+    const std::uint64_t at = position + actual;
+    if (at < position || at > kLastPosition) return kStatusEndOfFile;
+    const std::int64_t got =
+        RepeatInterrupted([&] { return Posix::Files().ReadAt(fd_, out.subspan(actual), at); });
+    if (got < 0) return StatusOfResult(got);
+    if (got == 0) return kStatusEndOfFile;
+    actual += static_cast<std::size_t>(got);
+  }
+  return kStatusOk;
+}
+
+FileStatus OxFile::WriteAt(std::uint64_t position, std::span<const Posix::Piece> pieces) {
+  std::size_t written = 0;
+  return WritePieces(position, pieces, written);
+}
+
+FileStatus OxFile::WritePieces(std::uint64_t position, std::span<const Posix::Piece> pieces,
+                               std::size_t& written) {
+  written = 0;
+  if (!IsOpen()) return kStatusNotOpen;
+  const std::size_t total = TotalSize(pieces);
+  if (total == 0) return kStatusOk;
+  FileStatus status = WriteSome(position, pieces, written);
+  if (status != kStatusOk || written == total) return status;
+  std::vector<Posix::Piece> rest(pieces.begin(), pieces.end());
+  for (std::size_t last = written; written < total && status == kStatusOk;) {
+    Advance(rest, last);
+    status = WriteSome(position + written, rest, last);
+    written += last;
+  }
+  return status;
+}
+
+// One system call. A call that writes nothing would be repeated for ever, so it counts as a failure.
+FileStatus OxFile::WriteSome(std::uint64_t position, std::span<const Posix::Piece> pieces,
+                             std::size_t& written) {
+  const std::int64_t result =
+      RepeatInterrupted([&] { return Posix::Files().WriteAt(fd_, pieces, position); });
+  written = result > 0 ? static_cast<std::size_t>(result) : 0;
+  length_ = std::max(length_, position + written);
+  return result == 0 ? kStatusInputOutput : StatusOfResult(result);
+}
+
+std::int64_t OxFile::CopyInKernel(std::uint64_t position, OxFile& target, std::uint64_t targetPosition,
+                                  std::size_t count) const {
+  const std::int64_t copied = RepeatInterrupted(
+      [&] { return Posix::Files().CopyRange(fd_, position, target.fd_, targetPosition, count); });
+  if (copied > 0) {
+    target.length_ = std::max(target.length_, targetPosition + static_cast<std::uint64_t>(copied));
+  }
+  return copied;
+}
+
+FileStatus OxFile::CopyAttributesTo(OxFile& target) const {
+  return StatusOfResult(
+      RepeatInterrupted([&] { return Posix::Files().CopyAttributes(fd_, target.fd_); }));
+}
+
+std::uint64_t OxFile::ClampToLength(std::uint64_t wanted) const {
+  if (!IsOpen()) return 0;
+  if (wanted > length_ && RefreshLength() != kStatusOk) return 0;
+  return std::min(wanted, length_);
+}

@@ -1,0 +1,262 @@
+#include "Storage/OxFileUtils.h"
+
+#include <cerrno>
+#include <string>
+
+#include "Foundation/StringWalk.h"
+#include "Posix/Paths.h"
+#include "Posix/Users.h"
+#include "Storage/FileTree.h"
+#include "Storage/OxFile.h"
+#include "Storage/OxPathMatcher.h"
+#include "Storage/RepeatInterrupted.h"
+#include "Utilities/TextDecoding.h"
+
+namespace {
+
+using Posix::FileInfo;
+using Posix::FileKind;
+using Posix::Files;
+
+constexpr unsigned kPrivateFolder = 0700;
+constexpr std::size_t kRandomBytesInName = 8;
+
+std::string Bytes(const OxPath& path) {
+  return std::string(path.native_string().view());
+}
+
+// Runs `operation`; its failure value stands for whatever the layers below throw.
+template <typename Operation, typename Result>
+Result Guarded(Result onFailure, Operation operation) {
+  try {
+    return operation();
+  } catch (...) {
+    return onFailure;
+  }
+}
+
+bool GetStatus(const OxPath& path, FileInfo& info) {
+  const char* bytes = path.native_string().c_str();
+  return RepeatInterrupted([&] { return Files().Status(bytes, info); }) >= 0;
+}
+
+bool MakeFolder(const OxPath& path, unsigned permissions) {
+  const char* bytes = path.native_string().c_str();
+  return RepeatInterrupted([&] { return Files().MakeFolder(bytes, permissions); }) >= 0;
+}
+
+// Makes the folder and, first, those above it that do not exist; only the last result counts.
+bool MakeFolders(const OxPath& path, unsigned permissions) {
+  if (OxFileUtils::IsDirectory(path)) return true;
+  std::vector<OxPath> missing{path};
+  for (OxPath parent = path.branch_path();
+       !parent.native_string().empty() && !OxFileUtils::Exists(parent); parent = parent.branch_path()) {
+    missing.push_back(parent);
+  }
+  bool made = false;
+  for (; !missing.empty(); missing.pop_back()) made = MakeFolder(missing.back(), permissions);
+  return made;
+}
+
+// The bytes of the character that `text` begins with; 0 when it begins with none.
+std::size_t CharacterBytes(std::string_view text) {
+  std::size_t characters = 0;
+  const std::size_t length = GetUTF8SequenceLength(static_cast<unsigned char>(text.front()));
+  const bool whole = length > 0 && length <= text.size();
+  return whole && StringWalk::Validate(text.substr(0, length), characters) ? length : 0;
+}
+
+// A name that can be shown, with "?" for each byte that is no UTF-8.
+OxString Shown(std::string_view name) {
+  std::string shown;
+  while (!name.empty()) {
+    const std::size_t length = CharacterBytes(name);
+    shown += length > 0 ? name.substr(0, length) : std::string_view("?");
+    name.remove_prefix(length > 0 ? length : 1);
+  }
+  return OxString(shown);
+}
+
+OxFolderEntry MakeEntry(const Posix::FolderEntry& native) {
+  std::size_t characters = 0;
+  const bool named = StringWalk::Validate(native.name, characters);
+  return {named ? OxString(native.name) : Shown(native.name), native.kind, named};
+}
+
+}  // namespace
+
+// ---- Tests
+
+bool OxFileUtils::Exists(const OxPath& path) {
+  FileInfo info;
+  return GetStatus(path, info);
+}
+
+bool OxFileUtils::IsDirectory(const OxPath& path) {
+  FileInfo info;
+  return GetStatus(path, info) && info.kind == FileKind::kFolder;
+}
+
+bool OxFileUtils::IsFile(const OxPath& path) {
+  FileInfo info;
+  return GetStatus(path, info) && info.kind != FileKind::kFolder;
+}
+
+bool OxFileUtils::GetAttributes(const OxPath& path, unsigned long& attributes) {
+  FileInfo info;
+  const bool examined = GetStatus(path, info);
+  attributes = examined && info.kind == FileKind::kFolder ? 1 : 0;
+  return examined;
+}
+
+bool OxFileUtils::GetLastModified(const OxPath& path, long& seconds) {
+  FileInfo info;
+  seconds = GetStatus(path, info) ? info.modified : 0;
+  return true;
+}
+
+// ---- Folders and files
+
+bool OxFileUtils::CreateDirectory(const OxPath& path) {
+  return Guarded(false, [&] { return MakeFolders(path, Posix::kFolderPermissions); });
+}
+
+bool OxFileUtils::DeleteDirectory(const OxPath& path) {
+  return Guarded(false, [&] { return FileTree::Remove(Bytes(path)); });
+}
+
+bool OxFileUtils::DeleteFile(const OxPath& path) {
+  const char* bytes = path.native_string().c_str();
+  FileInfo info;
+  const int examined = RepeatInterrupted([&] { return Files().LinkStatus(bytes, info); });
+  if (examined < 0) return examined == -ENOENT || examined == -ENOTDIR;
+  if (info.kind == FileKind::kFolder) return false;
+  return RepeatInterrupted([&] { return Files().RemoveFile(bytes); }) >= 0;
+}
+
+bool OxFileUtils::DeletePath(const OxPath& path) {
+  return DeleteDirectory(path);
+}
+
+OxString OxFileUtils::GetUniqueName(const OxPath& folder, const OxString& name) {
+  return Guarded(OxString(), [&] {
+    const OxPath leaf(OxPath(name).leaf());
+    const OxString base = leaf.basename();
+    const OxString extension = leaf.extension();
+    OxString candidate = name;
+    for (int n = 1; FileTree::ObjectExists(Bytes(folder / OxPath(candidate))); ++n) {
+      if (extension.empty()) {
+        candidate.format("%s %d ", base.c_str(), n);
+      } else {
+        candidate.format("%s %d.%s", base.c_str(), n, extension.c_str());
+      }
+    }
+    return candidate;
+  });
+}
+
+// ---- Listing
+
+long OxFileUtils::ListFolder(const OxPath& folder, const OxString& pattern,
+                             std::vector<OxFolderEntry>& out) {
+  out.clear();
+  return Guarded(-1L, [&]() -> long {
+    std::vector<Posix::FolderEntry> entries;
+    const char* bytes = folder.native_string().c_str();
+    const int listed = RepeatInterrupted([&] { return Files().ListFolder(bytes, entries); });
+    if (listed < 0) return IsDirectory(folder) ? -1 : 0;
+    for (const Posix::FolderEntry& entry : entries) {
+      if (OxPathMatcher(entry.name.c_str(), pattern.c_str())) out.push_back(MakeEntry(entry));
+    }
+    return std::ssize(out);
+  });
+}
+
+long OxFileUtils::GetFolderContents(const OxPath& folder, const OxString& pattern,
+                                    std::vector<OxPath>& out) {
+  out.clear();
+  return Guarded(-1L, [&]() -> long {
+    std::vector<OxFolderEntry> entries;
+    const long listed = ListFolder(folder, pattern, entries);
+    if (listed < 0) return listed;
+    for (const OxFolderEntry& entry : entries) {
+      if (entry.isNamed) out.push_back(folder / OxPath(entry.name));
+    }
+    return std::ssize(out);
+  });
+}
+
+bool OxFileUtils::LocateFirstFileMatching(const OxPath& folder, const OxString& pattern, OxPath& out) {
+  return Guarded(false, [&] {
+    std::vector<OxFolderEntry> entries;
+    ListFolder(folder, pattern, entries);
+    const OxString* first = nullptr;
+    for (const OxFolderEntry& entry : entries) {
+      const OxString& name = entry.name;
+      if (!entry.isNamed || name.view().starts_with('.')) continue;
+      if (first == nullptr || name.compare(*first, OxString::kCaseInsensitive) < 0) first = &name;
+    }
+    if (first != nullptr) out = folder / OxPath(*first);
+    return first != nullptr;
+  });
+}
+
+// ---- Whole text files
+
+bool OxFileUtils::ReadTextFile(const OxPath& path, unsigned int& encoding, OxString& out) {
+  return Guarded(false, [&] {
+    OxBuffer bytes;
+    if (!WobPathLooksValid(path.native_string())) return false;
+    if (!bytes.LoadFromFile(path.native_string().c_str())) return false;
+    out = WobHandleCharacterEncodings(bytes, encoding);
+    bytes.SecureClear();  // It may have been a pass phrase.
+    return true;
+  });
+}
+
+bool OxFileUtils::WriteTextFile(const OxPath& path, const OxString& text, WriteMode mode) {
+  return Guarded(false, [&] {
+    if (!WobPathLooksValid(path.native_string())) return false;
+    OxFile file(path.native_string());
+    if (file.Open(OxFile::kWrite | OxFile::kCreate) != kStatusOk) return false;
+    const FileStatus ready = mode == kAppend ? file.GoToEOF() : file.SetEOF(0);
+    const FileStatus written = ready == kStatusOk ? file.Write(text.c_str(), text.size()) : ready;
+    return file.Close() == kStatusOk && written == kStatusOk;
+  });
+}
+
+// ---- Places
+
+OxPath OxFileUtils::GetCurrentDirectory() {
+  return Guarded(OxPath(), [] {
+    std::string folder;
+    if (RepeatInterrupted([&] { return Files().CurrentFolder(folder); }) < 0) return OxPath();
+    return OxPath(OxString(folder));
+  });
+}
+
+bool OxFileUtils::SetCurrentDirectory(const OxPath& path) {
+  const char* bytes = path.native_string().c_str();
+  return RepeatInterrupted([&] { return Files().ChangeFolder(bytes); }) >= 0;
+}
+
+OxPath OxFileUtils::GetNewTempFilePath() {
+  return Guarded(OxPath(), [] {
+    std::string path;
+    do {
+      path = Posix::TemporaryFolder() + '/' + Posix::RandomHexDigits(kRandomBytesInName);
+    } while (FileTree::ObjectExists(path));
+    return OxPath(OxString(path));
+  });
+}
+
+bool OxFileUtils::GetStandardDirectoryPath(DirID id, OxPath& out) {
+  return Guarded(false, [&] {
+    const auto home = Posix::HomeOfEffectiveUser();
+    if (id != kApplicationSupport || !home) return false;
+    const OxPath folder(OxString(*home + "/.local/share"));
+    if (!MakeFolders(folder, kPrivateFolder)) return false;
+    out = folder;
+    return true;
+  });
+}

@@ -1,0 +1,44 @@
+#include "Storage/ReadWindow.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::size_t kSmallest = 4096;
+
+// Reading so many bytes more costs about as much as another system call.
+constexpr std::size_t kBytesPerCall = 4096;
+
+}  // namespace
+
+FileStatus ReadWindow::View(const OxFile& file, std::uint64_t position, std::size_t count,
+                            std::span<const std::byte>& bytes) {
+  FileStatus status = kStatusOk;
+  if (Holds(position, count)) {
+    ++hits_;
+  } else {
+    status = Fill(file, position, count);
+  }
+  const std::size_t offset = position - start_;
+  bytes = {bytes_.get() + offset, std::min(count, size_ - offset)};
+  return status;
+}
+
+bool ReadWindow::Holds(std::uint64_t position, std::size_t count) const {
+  return position >= start_ && position - start_ <= size_ && count <= size_ - (position - start_);
+}
+
+FileStatus ReadWindow::Fill(const OxFile& file, std::uint64_t position, std::size_t count) {
+  const bool paidOff = size_ > 0 && hits_ * kBytesPerCall >= size_;
+  stretch_ = paidOff ? std::min(2 * stretch_, kLargest) : std::max(stretch_ / 2, kSmallest);
+  const std::size_t wanted = std::max(count, stretch_);
+  if (wanted > capacity_) {
+    size_ = 0;
+    bytes_ = std::make_unique_for_overwrite<std::byte[]>(wanted);
+    capacity_ = wanted;
+  }
+  start_ = position;
+  hits_ = 0;
+  const FileStatus status = file.ReadAt(position, {bytes_.get(), wanted}, size_);
+  return size_ >= count ? kStatusOk : status;
+}

@@ -1,0 +1,179 @@
+#include <string>
+
+#include "Posix/FileOps.h"
+#include "Posix/Paths.h"
+#include "Storage/FileTree.h"
+#include "Storage/OxFile.h"
+#include "Storage/OxFileUtils.h"
+#include "Storage/RepeatInterrupted.h"
+
+namespace {
+
+std::string Bytes(const OxString& path) {
+  return std::string(path.view());
+}
+
+// `destination`, or its entry of the source's name when it is a folder.
+OxPath TargetOf(const OxString& source, const OxString& destination) {
+  const OxPath path(destination);
+  return OxFileUtils::IsDirectory(path) ? path / OxPath(OxPath(source).leaf()) : path;
+}
+
+// The first of "base 1.ext", "base 2.ext" ... below `destination` that does not exist.
+OxPath FreeTarget(const OxString& source, const OxString& destination) {
+  const OxPath leaf(OxPath(source).leaf());
+  const OxString base = leaf.basename();
+  const OxString extension = leaf.extension();
+  for (int n = 1;; ++n) {
+    OxString name;
+    name.format("%s %d", base.c_str(), n);
+    if (!extension.empty()) name += OxString(".") + extension;
+    OxPath candidate = OxPath(destination) / OxPath(name);
+    if (!FileTree::ObjectExists(Bytes(candidate.native_string()))) return candidate;
+  }
+}
+
+bool CopyAcross(const std::string& source, const std::string& target) {
+  return !FileTree::LiesInside(target, source) && FileTree::Copy(source, target) &&
+         FileTree::Remove(source);
+}
+
+bool MoveTo(const std::string& source, const std::string& target) {
+  const int moved = RepeatInterrupted(
+      [&] { return Posix::Files().RenameWithoutReplacing(source.c_str(), target.c_str()); });
+  return moved == -EXDEV ? CopyAcross(source, target) : moved >= 0;
+}
+
+bool Copy(const OxString& source, const OxString& destination) {
+  const std::string from = Bytes(source);
+  const OxPath path = TargetOf(source, destination);
+  const std::string target = Bytes(path.native_string());
+  if (!FileTree::ObjectExists(from) || FileTree::AreSameObject(from, target)) return false;
+  if (FileTree::LiesInside(target, from)) return false;
+  return OxFileUtils::DeleteFile(path) && FileTree::Copy(from, target);
+}
+
+bool Move(const OxString& source, const OxString& destination, OxFileConflictMode mode) {
+  const std::string from = Bytes(source);
+  OxPath target = TargetOf(source, destination);
+  const std::string wanted = Bytes(target.native_string());
+  if (FileTree::AreSameObject(from, wanted)) return true;
+  if (FileTree::ObjectExists(from) && FileTree::ObjectExists(wanted)) {
+    if (mode == kConflictReplace) OxFileUtils::DeleteFile(target);
+    if (mode == kConflictRename) target = FreeTarget(source, destination);
+  }
+  return MoveTo(from, Bytes(target.native_string()));
+}
+
+}  // namespace
+
+bool WobPathLooksValid(const OxString&) {
+  return true;
+}
+
+bool WobIsReadableFile(const OxString& path) {
+  try {
+    OxBuffer bytes;
+    return !path.empty() && bytes.LoadFromFile(path.c_str());
+  } catch (...) {
+    return false;
+  }
+}
+
+bool WobReadBinaryFile(const OxString& path, OxBuffer& out) {
+  try {
+    OxFile file(path);
+    if (!WobPathLooksValid(path) || file.Open(OxFile::kRead) != kStatusOk) return false;
+    out.SetLength(file.GetLastKnownLength());
+    unsigned long got = 0;
+    file.Read(out.data(), out.length(), &got);
+    out.SetLength(got);
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
+bool WobWriteBinaryFile(const OxString& path, const void* data, unsigned long length) {
+  try {
+    if (!WobPathLooksValid(path)) return false;
+    OxFile file(path);
+    file.Open(OxFile::kWrite | OxFile::kCreate);
+    file.Write(data, length);
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
+bool WobWriteBinaryFile(const OxString& path, const OxBuffer& data) {
+  return WobWriteBinaryFile(path, data.data(), data.length());
+}
+
+bool WobReadTextFile(const OxString& path, unsigned int& encoding, OxString& out) {
+  return OxFileUtils::ReadTextFile(path, encoding, out);
+}
+
+bool WobReadFile(const OxString& path, unsigned int& encoding, OxString& out) {
+  return OxFileUtils::ReadTextFile(path, encoding, out);
+}
+
+bool WobWriteTextFile(const OxString& path, const OxString& text) {
+  return OxFileUtils::WriteTextFile(path, text, OxFileUtils::kTruncate);
+}
+
+bool WobCopyFile(const OxString& source, const OxString& destination) {
+  try {
+    return Copy(source, destination);
+  } catch (...) {
+    return false;
+  }
+}
+
+bool WobMoveFile(const OxString& source, const OxString& destination, OxFileConflictMode mode) {
+  try {
+    return Move(source, destination, mode);
+  } catch (...) {
+    return false;
+  }
+}
+
+bool WobCreateDirectory(const OxString& path) {
+  return OxFileUtils::CreateDirectory(path);
+}
+
+bool WobDeleteDirectory(const OxString& path) {
+  return OxFileUtils::DeleteDirectory(path);
+}
+
+bool WobDeleteFile(const OxString& path) {
+  return OxFileUtils::DeleteFile(path);
+}
+
+OxString WobGetCurrentDirectory() {
+  return OxFileUtils::GetCurrentDirectory().native_string();
+}
+
+bool WobSetCurrentDirectory(const OxString& path) {
+  return OxFileUtils::SetCurrentDirectory(path);
+}
+
+OxString WobGetNewTempFilePath() {
+  return OxFileUtils::GetNewTempFilePath().native_string();
+}
+
+OxString WobGetMD5ForFile(const OxString& path) {
+  return OxFileUtils::GetMD5ForFile(path);
+}
+
+OxString WobResolvePath(const OxString& path) {
+  return WobAbsolutePath(path);
+}
+
+OxString WobAbsolutePath(const OxString& path) {
+  try {
+    return path.empty() ? OxString() : OxString(Posix::ResolvePath(Bytes(path)));
+  } catch (...) {
+    return {};
+  }
+}

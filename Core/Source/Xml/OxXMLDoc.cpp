@@ -1,0 +1,173 @@
+#include "Xml/OxXMLDoc.h"
+
+#include <utility>
+
+#include "Xml/OxXMLNamedNodeMap.h"
+#include "Xml/XMLTree.h"
+#include "Xml/XMLWriter.h"
+
+using NodePtr = Hux::SmartPtr<OxXMLNode>;
+
+OxXMLDoc::OxXMLDoc() {
+  document_ = this;
+}
+
+Hux::SmartPtr<OxXMLDoc> OxXMLDoc::Make() {
+  return Hux::SmartPtr<OxXMLDoc>::Adopt(new OxXMLDoc());
+}
+
+OxXMLDoc::~OxXMLDoc() {
+  dying_ = true;
+  // A root element that was taken out of the tree is held here alone, or outlives its document.
+  if (root_ && root_->parent_ == nullptr) root_->MoveTo(nullptr);
+  if (docType_ && docType_->parent_ == nullptr) docType_->MoveTo(nullptr);
+  root_ = nullptr;
+  docType_ = nullptr;
+  ReleaseChildren(children_);
+  attributes_.reset();
+  document_ = nullptr;
+}
+
+const OxString& OxXMLDoc::GetName() const {
+  static const OxString kName("#document");
+  return kName;
+}
+
+OxString OxXMLDoc::GetAsString(int indent) const {
+  return XMLWriter::Write(*this, indent);
+}
+
+// ---- Children
+
+bool OxXMLDoc::IsDocumentCorrect(const NodePtr& node) const {
+  return node && node->document_ == this;
+}
+
+bool OxXMLDoc::AllowChild(const NodePtr& node) const {
+  if (!node) return false;
+  switch (node->GetNodeType()) {
+    case kPINode:
+    case kCommentNode:
+    case kDocTypeNode:
+      return true;
+    case kElementNode:
+      return !root_;
+    default:
+      return false;
+  }
+}
+
+void OxXMLDoc::ChildAdded(const NodePtr& node) {
+  OxXMLNode::ChildAdded(node);
+  if (node->GetNodeType() == kElementNode && !root_) root_ = node;
+  if (node->GetNodeType() == kDocTypeNode) docType_ = node;
+}
+
+void OxXMLDoc::ChildRemoved(const NodePtr& node) {
+  OxXMLNode::ChildRemoved(node);
+  if (docType_.get() == node.get()) docType_ = nullptr;
+}
+
+NodePtr OxXMLDoc::CloneSelf() const {
+  const Hux::SmartPtr<OxXMLDoc> copy = Make();
+  copy->value_ = value_;
+  copy->CopyFrom(*this);
+  return copy;
+}
+
+Hux::SmartPtr<OxXMLElementNode> OxXMLDoc::GetRoot() const {
+  const OxXMLNode* child = children_.first.get();
+  while (child != nullptr && child->GetNodeType() != kElementNode) child = XMLTree::Next(*child);
+  return NodePtr(Hux::make_ref(const_cast<OxXMLNode*>(child)));
+}
+
+// ---- Making nodes
+
+void OxXMLDoc::Own(OxXMLNode& node) {
+  node.MoveTo(this);
+}
+
+Hux::SmartPtr<OxXMLElementNode> OxXMLDoc::CreateElementNode(const OxXMLName& name) {
+  Hux::SmartPtr<OxXMLElementNode> node = OxXMLElementNode::Make(name);
+  node->document_ = this;
+  return node;
+}
+
+Hux::SmartPtr<OxXMLAttrNode> OxXMLDoc::CreateAttrNode(const OxXMLName& name, OxString value) {
+  Hux::SmartPtr<OxXMLAttrNode> node = OxXMLAttrNode::Make(name, std::move(value));
+  node->document_ = this;
+  return node;
+}
+
+Hux::SmartPtr<OxXMLTextNode> OxXMLDoc::CreateTextNode(OxString text) {
+  Hux::SmartPtr<OxXMLTextNode> node = OxXMLTextNode::Make(std::move(text));
+  node->document_ = this;
+  return node;
+}
+
+Hux::SmartPtr<OxXMLCDATANode> OxXMLDoc::CreateCDATANode(OxString text) {
+  Hux::SmartPtr<OxXMLCDATANode> node = OxXMLCDATANode::Make(std::move(text));
+  node->document_ = this;
+  return node;
+}
+
+Hux::SmartPtr<OxXMLCommentNode> OxXMLDoc::CreateCommentNode(OxString text) {
+  Hux::SmartPtr<OxXMLCommentNode> node = OxXMLCommentNode::Make(std::move(text));
+  node->document_ = this;
+  return node;
+}
+
+Hux::SmartPtr<OxXMLPINode> OxXMLDoc::CreatePINode(const OxXMLName& target, OxString data) {
+  Hux::SmartPtr<OxXMLPINode> node = OxXMLPINode::Make(target, std::move(data));
+  node->document_ = this;
+  return node;
+}
+
+Hux::SmartPtr<OxXMLDocTypeNode> OxXMLDoc::CreateDocTypeNode(const OxXMLName& name) {
+  Hux::SmartPtr<OxXMLDocTypeNode> node = OxXMLDocTypeNode::Make(name);
+  node->document_ = this;
+  return node;
+}
+
+// ---- Attributes and entities
+
+void OxXMLDoc::AddAttribute(const OxString& name, const OxString& value) {
+  SetAttributeQuiet(name, value);
+}
+
+bool OxXMLDoc::GetAttributeValue(const OxString& name, OxString& out) const {
+  return GetAttribute(name, out);
+}
+
+bool OxXMLDoc::GetEntityReplacementText(const OxString& name, OxString& out) const {
+  if (docType_) return docType_->GetEntity(name, out);
+  const std::string_view predefined = OxXMLDocTypeNode::PredefinedEntity(name.view());
+  out = OxString(predefined);
+  return !predefined.empty();
+}
+
+// ---- Whole trees
+
+std::int32_t OxXMLDoc::ImportNode(const NodePtr& node, bool deep, NodePtr& out) {
+  const NodePtr source = node;
+  out = nullptr;
+  if (!source) return kOxXMLNotSupported;
+  if (source->GetNodeType() == kDocumentNode || source->GetNodeType() == kDocTypeNode) {
+    return kOxXMLNotSupported;
+  }
+  out = source->Clone(deep);
+  out->MoveTo(this);
+  return kOxXMLSuccess;
+}
+
+void OxXMLDoc::Index() {
+  if (!indexDirty_) return;
+  std::uint32_t number = 0;
+  for (OxXMLNode* node = this; node != nullptr; node = XMLTree::NextBelow(*node, *this)) {
+    XMLTree::SetIndex(*node, ++number);
+    if (const OxXMLNamedNodeMap* attributes = XMLTree::Attributes(*node)) {
+      attributes->ForEach([&](const NodePtr& attribute) { XMLTree::SetIndex(*attribute, ++number); });
+    }
+  }
+  indexDirty_ = false;
+}

@@ -1,0 +1,193 @@
+#include "Xml/OxXMLNamedNodeMap.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Foundation/StringWalk.h"
+#include "Xml/OxXMLDoc.h"
+#include "Xml/XMLNodePool.h"
+
+using NodePtr = Hux::SmartPtr<OxXMLNode>;
+
+namespace {
+
+// More attributes than this go into a tree: shifting a vector's end would cost too much.
+constexpr std::size_t kMostInVector = 32;
+// The first growth makes room for as many: few elements have more.
+constexpr std::size_t kUsualCount = 4;
+
+// A byte's rank in UTF-16 order, which puts U+E000 to U+FFFF behind what takes four bytes.
+int Rank(char byte) {
+  constexpr int kFirstOfLast = 0xEE;
+  constexpr int kFirstOfFour = 0xF0;
+  const int value = static_cast<unsigned char>(byte);
+  return value >= kFirstOfLast && value < kFirstOfFour ? value + 0x100 : value;
+}
+
+}  // namespace
+
+// The order of OxString::compare(), except that it puts every text somewhere, also what cannot become
+// UTF-16.
+bool OxXMLNamedNodeMap::NameLess::operator()(std::string_view a, std::string_view b) const {
+  const std::size_t common = std::min(a.size(), b.size());
+  const auto [differsA, differsB] =
+      std::mismatch(a.begin(), a.begin() + static_cast<long>(common), b.begin());
+  if (differsA == a.begin() + static_cast<long>(common)) return a.size() < b.size();
+  return Rank(*differsA) < Rank(*differsB);
+}
+
+void* OxXMLNamedNodeMap::operator new(std::size_t size) {
+  return XMLNodePool::Allocate(size);
+}
+
+void OxXMLNamedNodeMap::operator delete(void* memory, std::size_t size) {
+  XMLNodePool::Free(memory, size);
+}
+
+OxXMLNamedNodeMap::OxXMLNamedNodeMap(const OxXMLNamedNodeMap& other) {
+  *this = other;
+}
+
+OxXMLNamedNodeMap& OxXMLNamedNodeMap::operator=(const OxXMLNamedNodeMap& other) {
+  if (this == &other) return *this;
+  Clear();
+  other.ForEach(
+      [this](const NodePtr& node) { SetNamedItem(owner_ != nullptr ? node->CloneSelf() : node); });
+  return *this;
+}
+
+OxXMLNamedNodeMap::~OxXMLNamedNodeMap() {
+  Clear();
+}
+
+void OxXMLNamedNodeMap::Clear() {
+  ForEach([this](const NodePtr& node) { LetGo(*node); });
+  small_.clear();
+  large_.reset();
+}
+
+// ---- Belonging
+
+void OxXMLNamedNodeMap::TakeOver(OxXMLNode& node) {
+  if (owner_ == nullptr) return;
+  node.parent_ = owner_;
+  if (node.document_ != owner_->document_) node.MoveTo(owner_->document_);
+}
+
+void OxXMLNamedNodeMap::LetGo(OxXMLNode& node) const {
+  if (owner_ == nullptr) return;
+  node.parent_ = nullptr;
+  if (owner_->document_ != nullptr && owner_->document_->dying_) node.MoveTo(nullptr);
+}
+
+// ---- Finding
+
+OxXMLNamedNodeMap::Small::const_iterator OxXMLNamedNodeMap::LowerBound(std::string_view name) const {
+  return std::find_if_not(small_.begin(), small_.end(), [name](const NodePtr& node) {
+    return NameLess()(node->GetName().view(), name);
+  });
+}
+
+OxXMLNode* OxXMLNamedNodeMap::Find(std::string_view name) const {
+  if (large_ != nullptr) {
+    const auto found = large_->tree.find(name);
+    return found == large_->tree.end() ? nullptr : found->second.get();
+  }
+  for (const NodePtr& node : small_) {
+    if (node->GetName().view() == name) return node.get();
+  }
+  return nullptr;
+}
+
+NodePtr OxXMLNamedNodeMap::GetNamedItem(const OxString& name) const {
+  return Hux::make_ref(Find(name.view()));
+}
+
+NodePtr OxXMLNamedNodeMap::Item(std::size_t index) const {
+  if (index >= Length()) return nullptr;
+  if (large_ == nullptr) return small_[index];
+  Large& large = *large_;
+  if (large.cursorIndex > index || large.cursorIndex == 0) {
+    large.cursor = large.tree.begin();
+    large.cursorIndex = 0;
+  }
+  for (; large.cursorIndex < index; ++large.cursorIndex) ++large.cursor;
+  return large.cursor->second;
+}
+
+// ---- Changing
+
+bool OxXMLNamedNodeMap::SetNamedItem(const NodePtr& node) {
+  if (!node || node->GetNodeType() != OxXMLNode::kAttributeNode) return false;
+  if (Find(node->GetName().view()) == node.get()) return true;
+  if (owner_ != nullptr && node->parent_ != nullptr) node->parent_->GetAttributes().RemoveItem(node);
+  if (large_ == nullptr && small_.size() == kMostInVector) BecomeLarge();
+  if (large_ == nullptr) {
+    InsertSmall(node);
+  } else {
+    InsertLarge(node);
+  }
+  TakeOver(*node);
+  Changed();
+  return true;
+}
+
+void OxXMLNamedNodeMap::InsertSmall(const NodePtr& node) {
+  if (small_.empty()) small_.reserve(kUsualCount);
+  const std::string_view name = node->GetName().view();
+  const auto place = small_.begin() + (LowerBound(name) - small_.cbegin());
+  if (place == small_.end() || (*place)->GetName().view() != name) {
+    small_.insert(place, node);
+  } else {
+    LetGo(**place);
+    *place = node;
+  }
+}
+
+void OxXMLNamedNodeMap::InsertLarge(const NodePtr& node) {
+  const std::string_view name = node->GetName().view();
+  const auto found = large_->tree.find(name);
+  if (found != large_->tree.end()) {
+    LetGo(*found->second);
+    large_->tree.erase(found);
+  }
+  large_->tree.emplace(name, node);
+}
+
+void OxXMLNamedNodeMap::BecomeLarge() {
+  auto large = std::make_unique<Large>();
+  for (const NodePtr& node : small_)
+    large->tree.emplace_hint(large->tree.end(), node->GetName().view(), node);
+  small_ = Small();
+  large_ = std::move(large);
+}
+
+void OxXMLNamedNodeMap::Changed() const {
+  if (large_ != nullptr) large_->cursorIndex = 0;
+  if (owner_ != nullptr) owner_->MarkIndexDirty();
+}
+
+NodePtr OxXMLNamedNodeMap::RemoveNamedItem(const OxString& name) {
+  const NodePtr node = GetNamedItem(name);
+  if (!node) return node;
+  if (large_ != nullptr) {
+    large_->tree.erase(node->GetName().view());
+  } else {
+    small_.erase(LowerBound(node->GetName().view()));
+  }
+  LetGo(*node);
+  Changed();
+  return node;
+}
+
+bool OxXMLNamedNodeMap::RemoveItem(const NodePtr& node) {
+  if (!node || Find(node->GetName().view()) != node.get()) return false;
+  RemoveNamedItem(node->GetName());
+  return true;
+}
+
+OxXMLNamedNodeMap OxXMLNamedNodeMap::Clone() const {
+  OxXMLNamedNodeMap clone;
+  ForEach([&clone](const NodePtr& node) { clone.SetNamedItem(node->CloneSelf()); });
+  return clone;
+}

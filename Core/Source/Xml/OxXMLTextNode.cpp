@@ -1,0 +1,34 @@
+#include "Xml/OxXMLTextNode.h"
+
+#include <utility>
+
+Hux::SmartPtr<OxXMLTextNode> OxXMLTextNode::Make(OxString text) {
+  return Hux::SmartPtr<OxXMLTextNode>::Adopt(new OxXMLTextNode(std::move(text)));
+}
+
+const OxString& OxXMLTextNode::GetName() const {
+  static const OxString kName("#text");
+  return kName;
+}
+
+Hux::SmartPtr<OxXMLNode> OxXMLTextNode::CloneSelf() const {
+  const Hux::SmartPtr<OxXMLTextNode> copy = Make(data());
+  copy->CopyFrom(*this);
+  return copy;
+}
+
+OxString OxXMLTextNode::GetAsString(int) const {
+  return Escape(data(), false);
+}
+
+Hux::SmartPtr<OxXMLTextNode> OxXMLTextNode::SplitText(OxString::Index offset) {
+  if (offset < 0 || offset > GetLength()) throw OxXMLDOMException(kOxXMLIndexSize);
+  const Hux::SmartPtr<OxXMLTextNode> tail = Make(data().substr(offset, -1));
+  tail->JoinDocumentOf(*this);
+  SetValue(data().substr(0, offset));
+  const Hux::SmartPtr<OxXMLNode> parent = GetParent();
+  const Hux::SmartPtr<OxXMLNode> next = GetNextSibling();
+  if (parent && next) parent->InsertChildBefore(tail, next);
+  if (parent && !next) parent->AppendChild(tail);
+  return tail;
+}
