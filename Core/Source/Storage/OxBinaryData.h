@@ -17,7 +17,7 @@ class OxBinaryData : private OxBuffer {
   class OutOfData {};
 
   /// Byte order of an integer; any other value means kLittleEndian.
-  enum WhichEnd { kBigEndian = 1, kLittleEndian = 2 };
+  enum WhichEnd : int { kBigEndian = 1, kLittleEndian = 2 };
 
   OxBinaryData() = default;
   explicit OxBinaryData(const OxBuffer& bytes);

@@ -96,6 +96,8 @@ class OxDataFile {
   /// False, and `out` untouched, if there is no such record. `out` gets the bytes that are there, which
   /// are fewer than the record says if the file ends inside.
   bool GetRecord(const OxString& name, OxBuffer& out);
+  /// False if there is no such record. Throws ReadOnly unless opened for writing, FileError when the
+  /// lists could not be written.
   bool DeleteRecord(const OxString& name);
   /// The position of the record's block, to which the current position goes too; kNoPosition, and the
   /// position stays, if there is no such record.
@@ -175,7 +177,7 @@ class OxDataFile {
   FileStatus SetNext(std::uint64_t block, std::uint64_t next);
   FileStatus SetPrev(std::uint64_t block, std::uint64_t prev);
   FileStatus LinkBlock(std::uint64_t block, FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
-  void UnlinkBlock(FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
+  FileStatus UnlinkBlock(FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
 
   // Writing and deleting records.
   void WriteData(const OxString& name, const Payload& payload, DataType type);
@@ -185,6 +187,7 @@ class OxDataFile {
   FileStatus TakeFreeBlock(Placement& place);
   void PrepareBlock(const OxString& name, Placement& place);
   void WriteBlock(const Payload& payload, Placement& place);
+  FileStatus WriteFromMemory(const Payload& payload, const Placement& place);
   FileStatus StreamPayload(const Payload& payload, Placement& place);
   void Publish(const Placement& place);
   void Undo(Placement& place);

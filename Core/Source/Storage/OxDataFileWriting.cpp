@@ -28,7 +28,23 @@ struct OxDataFile::Placement {
   std::uint64_t writeAt = kNoPosition;  // Where the header goes; elsewhere only in a reused block.
   std::size_t slot = 0;                 // Of the index.
   RecordHeader header;
+
+  bool IsNewTail() const { return type == kDataRecord && how == kAppended; }
+  RecordHeader HeaderOnDisk() const {
+    RecordHeader onDisk = header;
+    if (IsNewTail()) onDisk.next = block + header.blockSize;
+    return onDisk;
+  }
 };
+
+namespace {
+
+// A link that leads out of the file is damage that was there before, and stays.
+void ThrowIfFailed(FileStatus status) {
+  if (status != kStatusOk && status != kStatusEndOfFile) throw OxDataFile::FileError(status);
+}
+
+}  // namespace
 
 // ---- Records by name
 
@@ -125,7 +141,7 @@ bool OxDataFile::RewriteOrDelete(std::uint64_t block, Placement& place) {
     // These blocks are in no list. Links of a last block make the deletion leave the used list as it is.
     place.header.prev = header_.usedList.tail;
     place.header.next = kNoPosition;
-    WriteHeaderAt(block, place.header);
+    ThrowIfFailed(WriteHeaderAt(block, place.header));
   }
   const std::optional<std::size_t> removed = DeleteBlock(block);
   // The record keeps its number among the entries. In a damaged archive the block may have carried the
@@ -136,15 +152,17 @@ bool OxDataFile::RewriteOrDelete(std::uint64_t block, Placement& place) {
 
 // The first free block that is large enough; kStatusEndOfFile when there is none.
 FileStatus OxDataFile::TakeFreeBlock(Placement& place) {
+  if (header_.freeList.head == kNoPosition) return kStatusEndOfFile;
+  ThrowIfFailed(file_.Settle());
   const LinkTrail::NextOf nextOf = LinkReader();
   LinkTrail trail(header_.freeList.head);
   for (std::uint64_t block = header_.freeList.head; block != kNoPosition;) {
     const FileStatus status = ReadHeaderAt(block, place.header);
     if (status != kStatusOk) return status;
     if (place.needed <= place.header.blockSize) {
-      UnlinkBlock(place.header, header_.freeList);
+      ThrowIfFailed(UnlinkBlock(place.header, header_.freeList));
       --header_.freeCount;
-      WriteHeaderAt(block, place.header);
+      ThrowIfFailed(WriteHeaderAt(block, place.header));
       WriteFileHeader();
       place.how = Placement::kReused;
       place.block = block;
@@ -167,9 +185,7 @@ void OxDataFile::PrepareBlock(const OxString& name, Placement& place) {
     header_.nameTablePos = place.block;
     place.header.nameOffset = FlatFile::kNameTableName;
   } else {
-    const FileStatus status = LinkBlock(place.block, place.header, header_.usedList);
-    // A list whose end lies outside the file is damaged already; the record can still be found by name.
-    if (status != kStatusOk && status != kStatusEndOfFile) throw FileError(status);
+    ThrowIfFailed(LinkBlock(place.block, place.header, header_.usedList));
     place.header.nameOffset = names_.length();
     names_.AddNullTerminatedString(name);
   }
@@ -178,25 +194,21 @@ void OxDataFile::PrepareBlock(const OxString& name, Placement& place) {
 // Header and payload reach the file in one system call, unless the payload comes from a file. An appended
 // record is written with the link that it will have when another one is appended behind it.
 void OxDataFile::WriteBlock(const Payload& payload, Placement& place) {
-  FileStatus status = kStatusOk;
-  const bool appended = place.type == kDataRecord && place.how == Placement::kAppended;
-  if (payload.source != nullptr) {
-    status = StreamPayload(payload, place);
-  } else {
-    RecordHeader header = place.header;
-    if (appended) header.next = place.block + header.blockSize;
-    const auto bytes = FlatFile::Encode(header);
-    const Posix::Piece pieces[] = {
-        bytes, {static_cast<const std::byte*>(payload.bytes), payload.bytes ? payload.length : 0}};
-    status = file_.WriteAt(place.writeAt, pieces);
-    if (appended && status == kStatusOk) file_.PutOff().PutOffListEnd(place.block, header.next);
-  }
+  const FileStatus status =
+      payload.source != nullptr ? StreamPayload(payload, place) : WriteFromMemory(payload, place);
   if (status != kStatusOk) throw FileError(status);
+  if (place.IsNewTail()) file_.PutOff().PutOffListEnd(place.block, place.HeaderOnDisk().next);
+}
+
+FileStatus OxDataFile::WriteFromMemory(const Payload& payload, const Placement& place) {
+  const auto header = FlatFile::Encode(place.HeaderOnDisk());
+  const Posix::Piece pieces[] = {header, {static_cast<const std::byte*>(payload.bytes), payload.length}};
+  return file_.WriteAt(place.writeAt, pieces);
 }
 
 // When the source ends early, the header is written once more and tells what was really copied.
 FileStatus OxDataFile::StreamPayload(const Payload& payload, Placement& place) {
-  FileStatus status = WriteHeaderAt(place.writeAt, place.header);
+  const FileStatus status = WriteHeaderAt(place.writeAt, place.HeaderOnDisk());
   if (status != kStatusOk) return status;
   std::optional<ScrambleStream> scrambler;
   if (IsProtected()) scrambler.emplace();
@@ -210,7 +222,7 @@ FileStatus OxDataFile::StreamPayload(const Payload& payload, Placement& place) {
   if (place.how == Placement::kAppended) {
     place.header.blockSize = place.header.dataLength + kRecordHeaderSize;
   }
-  return WriteHeaderAt(place.writeAt, place.header);
+  return WriteHeaderAt(place.writeAt, place.HeaderOnDisk());
 }
 
 void OxDataFile::Publish(const Placement& place) {
@@ -223,8 +235,13 @@ void OxDataFile::Publish(const Placement& place) {
 // The failure that led here is on its way to the caller; another one could not be told beside it.
 void OxDataFile::Undo(Placement& place) {
   if (place.how == Placement::kInPlace) return;
-  if (place.type == kDataRecord) UnlinkBlock(place.header, header_.usedList);
-  if (place.how == Placement::kAppended) file_.SetEOF(place.block);
+  const bool appended = place.how == Placement::kAppended;
+  if (place.type == kDataRecord) {
+    const std::uint64_t prev = place.header.prev;
+    if (appended && prev != kNoPosition) file_.PutOff().PutOffListEnd(prev, place.block);
+    UnlinkBlock(place.header, header_.usedList);
+  }
+  if (appended) file_.SetEOF(place.block);
 }
 
 // ---- Deleting
@@ -233,20 +250,25 @@ void OxDataFile::DeleteCurrent() {
   if (file_.IsOpen()) DeleteBlock(file_.GetPosition());
 }
 
-// Returns the slot of the index entry that was removed. A block that is not in use is left alone.
+// Returns the slot of the index entry that was removed. A block that is not in use is left alone. What
+// fails on the way is told when all is done.
 std::optional<std::size_t> OxDataFile::DeleteBlock(std::uint64_t block) {
+  ThrowIfFailed(file_.Settle());
   RecordHeader header;
   if (ReadHeaderAt(block, header) != kStatusOk) return std::nullopt;
   if ((header.flags & FlatFile::kInUse) == 0) return std::nullopt;
+  if ((mode_ & kOpenWrite) == 0) throw ReadOnly();
   const std::optional<std::size_t> removed = RemoveFromIndex(header.nameOffset);
-  UnlinkBlock(header, header_.usedList);
+  const FileStatus unlinked = UnlinkBlock(header, header_.usedList);
   header.flags &= ~FlatFile::kInUse;
   header.nameOffset = kNoName;
   header.dataLength = 0;
-  LinkBlock(block, header, header_.freeList);
+  const FileStatus linked = LinkBlock(block, header, header_.freeList);
   --header_.recordCount;
   ++header_.freeCount;
-  if (WriteHeaderAt(block, header) == kStatusOk) WriteFileHeader();
+  const FileStatus written = WriteHeaderAt(block, header);
+  if (written == kStatusOk) WriteFileHeader();
+  for (const FileStatus status : {unlinked, linked, written}) ThrowIfFailed(status);
   return removed;
 }
 
@@ -302,24 +324,28 @@ FileStatus OxDataFile::LinkBlock(std::uint64_t block, RecordHeader& header, Link
   FileStatus status = kStatusOk;
   if (list.head == kNoPosition) {
     list.head = block;
-  } else if (!file_.PutOff().LinksTo(list.tail, block)) {
+  } else if (!file_.PutOff().TakeLink(list.tail, block)) {
     status = SetNext(list.tail, block);
   }
   list.tail = block;
   return status;
 }
 
-void OxDataFile::UnlinkBlock(RecordHeader& header, LinkedList& list) {
+// Both neighbours are tried; the first failure is the result.
+FileStatus OxDataFile::UnlinkBlock(RecordHeader& header, LinkedList& list) {
+  FileStatus before = kStatusOk;
+  FileStatus behind = kStatusOk;
   if (header.prev == kNoPosition) {
     list.head = header.next;
   } else {
-    SetNext(header.prev, header.next);
+    before = SetNext(header.prev, header.next);
   }
   if (header.next == kNoPosition) {
     list.tail = header.prev;
   } else {
-    SetPrev(header.next, header.prev);
+    behind = SetPrev(header.next, header.prev);
   }
   header.next = kNoPosition;
   header.prev = kNoPosition;
+  return before != kStatusOk ? before : behind;
 }

@@ -72,7 +72,8 @@ void OxFile::Adopt(int fd) {
 
 FileStatus OxFile::Close() {
   if (!IsOpen()) return kStatusOk;
-  return StatusOfResult(Posix::Files().Close(std::exchange(fd_, -1)));
+  const int result = Posix::Files().Close(std::exchange(fd_, -1));
+  return result == -EINTR ? kStatusOk : StatusOfResult(result);
 }
 
 FileStatus OxFile::Read(void* buffer, unsigned long count, unsigned long* actual) {

@@ -8,7 +8,7 @@
 #include "Posix/FileOps.h"
 
 /// What WobMoveFile() does when the target exists.
-enum OxFileConflictMode {
+enum OxFileConflictMode : int {
   kConflictFail = 0,     ///< The move fails.
   kConflictReplace = 1,  ///< The target, if it is no folder, is deleted first.
   kConflictRename = 2,   ///< The first free name of the form "base 1.ext", "base 2.ext" ... is taken.
@@ -28,8 +28,8 @@ struct OxFolderEntry {
 /// The free functions below do the same for paths given as text.
 class OxFileUtils {
  public:
-  enum WriteMode { kTruncate = 0, kAppend = 1 };
-  enum DirID { kApplicationSupport = 0 };
+  enum WriteMode : int { kTruncate = 0, kAppend = 1 };
+  enum DirID : int { kApplicationSupport = 0 };
 
   // Tests. An empty path is always false.
 

@@ -12,6 +12,12 @@ FileStatus Write(OxFile& file, std::uint64_t position, std::span<const std::byte
 
 }  // namespace
 
+bool PutOffWrites::TakeLink(std::uint64_t block, std::uint64_t position) {
+  const bool linked = listEnd_ && listEnd_->block == block && listEnd_->written == position;
+  if (linked) listEnd_.reset();
+  return linked;
+}
+
 void PutOffWrites::Forget() {
   header_.reset();
   listEnd_.reset();

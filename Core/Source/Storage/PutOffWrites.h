@@ -21,10 +21,8 @@ class PutOffWrites {
   void PutOffFileHeader(const FlatFile::FileHeader& header) { header_ = header; }
   /// `block` is the last of the used list, but on disk its `next` is `written`.
   void PutOffListEnd(std::uint64_t block, std::uint64_t written) { listEnd_ = ListEnd{block, written}; }
-  /// Whether the `next` of `block` on disk already is `position`.
-  bool LinksTo(std::uint64_t block, std::uint64_t position) const {
-    return listEnd_ && listEnd_->block == block && listEnd_->written == position;
-  }
+  /// Whether the `next` of `block` on disk already is `position`; then it is meant now and owed no more.
+  bool TakeLink(std::uint64_t block, std::uint64_t position);
   void Forget();
 
   /// What could not be written is kept, for another try.
