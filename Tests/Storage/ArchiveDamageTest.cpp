@@ -128,7 +128,7 @@ bool WriteArchive(const TemporaryFolder& folder, bool edited) {
 TEST(ArchiveFaults, AFailureIsToldAndAnInterruptionDoesNoHarm) {
   const TemporaryFolder folder;
   for (const char* name : {"small", "last"}) folder.Write(name, "small file");
-  folder.Write("large", std::string(600000, 'L'));
+  folder.Write("large", std::string(300000, 'L'));
   int told = 0;
   for (const bool edited : {false, true}) {
     ASSERT_TRUE(WriteArchive(folder, edited));
