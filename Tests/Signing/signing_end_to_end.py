@@ -1,0 +1,120 @@
+"""Signs and verifies through two builds of the program, with the openssl command line as the judge.
+
+usage: signing_end_to_end.py PROGRAM SHIPPED_PROGRAM TRUST_READER FIXTURES
+PROGRAM trusts FIXTURES/trust, SHIPPED_PROGRAM the shipped roots; TRUST_READER is what configuring runs.
+"""
+import pathlib
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+
+PROGRAM, SHIPPED, READER = sys.argv[1:4]
+FIXTURES = pathlib.Path(sys.argv[4])
+CONTENT = b"The content of a file.\n" * 1000
+VERIFIED = "File signature is present and verified. Signer: '%s' Trusted: %d\n"
+UNKNOWN = "Signature is valid, however certificate authenticity could not be verified. Signer: '%s'\n"
+UNVERIFIED = "Signature not verified! File integrity uncertain. Signer: '%s'\n"
+NO_KEY = (1, "Error: Unable to read or extract private key.\n")
+temporary = tempfile.TemporaryDirectory()
+folder = pathlib.Path(temporary.name)
+file = folder / "file"
+
+
+def run(program, *arguments, reads=b""):
+    done = subprocess.run([program, *map(str, arguments)], input=reads, capture_output=True, timeout=60)
+    return done.returncode, (done.stdout + done.stderr).decode()
+
+
+def openssl(*arguments, reads=b""):
+    return subprocess.run(["openssl", *map(str, arguments)], input=reads, capture_output=True, check=True).stdout
+
+
+def sign(certificate, key, *options, reads=b""):
+    file.write_bytes(CONTENT)
+    return run(PROGRAM, "-sign", "-cert", FIXTURES / certificate, "-key", FIXTURES / key, *options, file, reads=reads)
+
+
+def expect(what, got, wanted):
+    if got != wanted:
+        sys.exit(f"{what}: got {got!r}, wanted {wanted!r}")
+
+
+# Whom the program vouches for; what it signs, openssl verifies.
+for name, key, line in [
+    ("valid", "signer", VERIFIED % ("Valid Signer", 0)),
+    ("implicit", "signer", VERIFIED % ("Implicit Signer", 1)),
+    ("expired", "signer", VERIFIED % ("Expired Signer", 0)),
+    ("critical", "signer", VERIFIED % ("Critical Signer", 0)),
+    ("nameless", "signer", VERIFIED % ("", 0)),
+    ("utf16", "signer", VERIFIED % ("", 0)),
+    ("future", "signer", UNKNOWN % "Future Signer"),
+    ("foreign", "signer", UNKNOWN % "Foreign Signer"),
+    ("self-signed", "signer", UNKNOWN % "Self-signed Signer"),
+    ("rsa1024", "rsa1024", UNKNOWN % "Signer of 1024 bits"),
+    ("rsa4096", "rsa4096", UNKNOWN % "Signer of 4096 bits"),
+    ("latin1", "signer", ""),
+]:
+    pem = (FIXTURES / f"{name}.pem").read_bytes()
+    expect(name, sign(f"{name}.pem", f"{key}.key"), (0, ""))
+    expect(name, run(PROGRAM, "-verify", file), (0, line))
+    signed = file.read_bytes()
+    end = len(signed) - 12 - len(pem)
+    size = end - len(CONTENT) - 8
+    expect(name, signed[: len(CONTENT) + 8], CONTENT + b"ngis" + struct.pack("<I", size))
+    expect(name, signed[end:], struct.pack("<I", len(pem)) + pem + struct.pack("<I", 20 + size + len(pem)) + b"ngis")
+    (folder / "key").write_bytes(openssl("x509", "-pubkey", "-noout", reads=pem))
+    (folder / "signature").write_bytes(openssl("base64", "-d", "-A", reads=signed[len(CONTENT) + 8 : end]))
+    openssl("dgst", "-sha1", "-verify", folder / "key", "-signature", folder / "signature", reads=CONTENT + pem)
+
+# What openssl signs, the program verifies; a signer whose key nobody has is named and not believed.
+for program, name, line in [
+    (PROGRAM, "valid", VERIFIED % ("Valid Signer", 0)),
+    (SHIPPED, "valid", UNKNOWN % "Valid Signer"),
+    (SHIPPED, "issued-by-root-2", UNVERIFIED % "Autodesk, Inc"),
+]:
+    pem = (FIXTURES / f"{name}.pem").read_bytes()
+    text = openssl("dgst", "-sha1", "-sign", FIXTURES / "signer.key", reads=CONTENT + pem)
+    text = openssl("base64", "-A", reads=text)
+    block = b"ngis" + struct.pack("<I", len(text)) + text + struct.pack("<I", len(pem)) + pem
+    file.write_bytes(CONTENT + block + struct.pack("<I", len(block) + 8) + b"ngis")
+    expect(name, run(program, "-verify", file), (0, line))
+
+# Keys, pass phrases and where they come from. Standard input is never read.
+for key, options, result in [
+    ("traditional", [], (0, "")),
+    ("traditional-encrypted", ["-p", "open sesame"], (0, "")),
+    ("pkcs8-encrypted", ["-p", "open sesame"], (0, "")),
+    ("pkcs8-encrypted", ["-p", "open sesam"], NO_KEY),
+    ("pkcs8-encrypted", [], NO_KEY),
+    ("traditional-encrypted", ["-p", ""], NO_KEY),
+    ("pkcs8-encrypted", [b" \topen sesame\r\n"], (0, "")),
+    ("traditional-encrypted", ["open sesame".encode("utf-16")], (0, "")),
+    ("signer", ["-verify"], (0, "")),
+    ("ec", [], NO_KEY),
+    ("pss", [], NO_KEY),
+    ("rsa1024", [], (1, "Error: Private key and certificate public key do not match.\n")),
+]:
+    if options and isinstance(options[0], bytes):
+        (folder / "phrase").write_bytes(options[0])
+        options = ["-pf", folder / "phrase"]
+    expect((key, options), sign("valid.pem", f"{key}.key", *options, reads=b"open sesame\n"), result)
+    expect((key, options), file.read_bytes() == CONTENT, result != (0, ""))
+
+# Broken trust folders stop the configuring.
+listed = (FIXTURES / "trust" / "fingerprints.txt").read_text()
+valid = (FIXTURES / "valid.pem").read_text()
+for name, text, problem in [
+    ("fingerprints.txt", listed.replace("A", "B", 1), "has the SHA-1 fingerprint"),
+    ("fingerprints.txt", listed.splitlines()[0], "root-intermediate.pem is neither listed"),
+    ("root-authority.pem", valid, "has the SHA-1 fingerprint"),
+    ("implicit-2.pem", "nothing", "holds no PEM certificate"),
+    ("implicit-2.pem", None, "exactly three"),
+    ("implicit-4.pem", valid, "exactly three"),
+]:
+    trust = shutil.copytree(FIXTURES / "trust", folder / "trust")
+    (trust / name).unlink() if text is None else (trust / name).write_text(text)
+    status, said = run(READER, trust, folder / "tables")
+    expect((name, said), (status, problem in said), (1, True))
+    shutil.rmtree(trust)
