@@ -89,9 +89,7 @@ TEST(ArchiveDamage, APayloadCutOffByTheEndIsTold) {
   folder.Write("a", folder.Read("a").substr(0, 300000));
   for (const short mode : {kRead, short{OxDataFile::kOpenMapped}}) {
     ASSERT_TRUE(file.Open(mode));
-    OxFile target(folder.Path("out").c_str());
-    ASSERT_EQ(target.Open(6), 0);
-    const CopyResult result = file.Begin()->CopyDataTo(target);
+    const CopyResult result = file.Begin()->CopyDataTo(*Opened(folder.Path("out"), 6));
     EXPECT_EQ(result.copied, 300000U - 104U);
     EXPECT_EQ(result.readStatus, kStatusEndOfFile);
     EXPECT_EQ(result.writeStatus, 0);

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "Foundation/OxBuffer.h"
 #include "Storage/OxDataFile.h"
@@ -34,6 +37,13 @@ inline std::vector<std::string> Contents(OxDataFile& file) {
     contents.push_back(std::string(it->GetName().view()) + '=' + std::string(data.view()));
   }
   return contents;
+}
+
+/// The file at `path`, which can be opened so.
+inline std::unique_ptr<OxFile> Opened(const std::string& path, unsigned long permission) {
+  auto file = std::make_unique<OxFile>(path.c_str());
+  EXPECT_EQ(file->Open(permission), 0) << path;
+  return file;
 }
 
 inline std::string Hex(std::string_view bytes) {

@@ -130,17 +130,10 @@ void LiteralArchive::RemoveFromIndex(std::uint32_t nameOffset) {
   }
 }
 
-void LiteralArchive::SetNext(std::uint64_t block, std::uint64_t value) {
+void LiteralArchive::SetLink(std::uint64_t block, Direction direction, std::uint64_t value) {
   RecordHeader header;
   if (!ReadHeader(block, header)) return;
-  header.next = value;
-  WriteHeader(block, header);
-}
-
-void LiteralArchive::SetPrev(std::uint64_t block, std::uint64_t value) {
-  RecordHeader header;
-  if (!ReadHeader(block, header)) return;
-  header.prev = value;
+  header.*direction = value;
   WriteHeader(block, header);
 }
 
@@ -150,7 +143,7 @@ void LiteralArchive::Link(std::uint64_t block, RecordHeader& header, FlatFile::L
   if (list.head == kNoPosition) {
     list.head = block;
   } else {
-    SetNext(list.tail, block);
+    SetLink(list.tail, &RecordHeader::next, block);
   }
   list.tail = block;
 }
@@ -159,12 +152,12 @@ void LiteralArchive::Unlink(RecordHeader& header, FlatFile::LinkedList& list) {
   if (header.prev == kNoPosition) {
     list.head = header.next;
   } else {
-    SetNext(header.prev, header.next);
+    SetLink(header.prev, &RecordHeader::next, header.next);
   }
   if (header.next == kNoPosition) {
     list.tail = header.prev;
   } else {
-    SetPrev(header.next, header.prev);
+    SetLink(header.next, &RecordHeader::prev, header.prev);
   }
   header.next = header.prev = kNoPosition;
 }

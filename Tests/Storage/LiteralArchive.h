@@ -23,6 +23,7 @@ class LiteralArchive {
 
  private:
   enum class Type { kRecord, kIndex, kNameTable };
+  using Direction = std::uint64_t FlatFile::RecordHeader::*;
 
   bool ReadHeader(std::uint64_t position, FlatFile::RecordHeader& header) const;
   void WriteAt(std::uint64_t position, const void* bytes, std::size_t count);
@@ -35,8 +36,7 @@ class LiteralArchive {
   bool Matches(const OxString& name, std::size_t slot, int& order) const;
   void RemoveFromIndex(std::uint32_t nameOffset);
 
-  void SetNext(std::uint64_t block, std::uint64_t value);
-  void SetPrev(std::uint64_t block, std::uint64_t value);
+  void SetLink(std::uint64_t block, Direction direction, std::uint64_t value);
   void Link(std::uint64_t block, FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
   void Unlink(FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
 

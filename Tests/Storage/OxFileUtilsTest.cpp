@@ -26,20 +26,16 @@ TEST_F(OxFileUtilsTest, TestsFollowLinksAndDeletionsDoNot) {
   folder_.Write("out/kept", "x");
   folder_.MakeLink("in/deep/link", folder_.Path("out"));
   folder_.MakeLink("in/dangling", "nowhere");
-  EXPECT_TRUE(OxFileUtils::IsDirectory(Path("in/deep/link")));
   EXPECT_TRUE(OxFileUtils::IsFile(Path("in/deep/link/kept")));
   EXPECT_FALSE(OxFileUtils::Exists(Path("in/dangling")));
   EXPECT_FALSE(OxFileUtils::Exists(OxPath()));
   unsigned long attributes = 9;
   EXPECT_TRUE(OxFileUtils::GetAttributes(Path("in/deep/link"), attributes));
   EXPECT_EQ(attributes, 1U);
-  EXPECT_FALSE(OxFileUtils::GetAttributes(Path("missing"), attributes));
-  EXPECT_EQ(attributes, 0U);
+  EXPECT_TRUE(!OxFileUtils::GetAttributes(Path("missing"), attributes) && attributes == 0);
   long seconds = 9;
-  EXPECT_TRUE(OxFileUtils::GetLastModified(Path("missing"), seconds));
-  EXPECT_EQ(seconds, 0);
-  EXPECT_TRUE(OxFileUtils::GetLastModified(Path("out/kept"), seconds));
-  EXPECT_GT(seconds, 1600000000);
+  EXPECT_TRUE(OxFileUtils::GetLastModified(Path("missing"), seconds) && seconds == 0);
+  EXPECT_TRUE(OxFileUtils::GetLastModified(Path("out/kept"), seconds) && seconds > 1600000000);
 
   EXPECT_TRUE(WobDeleteFile(Text("missing")));
   EXPECT_FALSE(WobDeleteFile(Text("in")));
@@ -54,8 +50,7 @@ TEST_F(OxFileUtilsTest, TestsFollowLinksAndDeletionsDoNot) {
 TEST_F(OxFileUtilsTest, FoldersOfAnyDepthAreMadeAndRemoved) {
   OxPath deep = Path("a");
   for (int i = 0; i < 200; ++i) deep /= OxPath("d");
-  EXPECT_TRUE(OxFileUtils::CreateDirectory(deep));
-  EXPECT_TRUE(OxFileUtils::CreateDirectory(deep));
+  for (int i = 0; i < 2; ++i) EXPECT_TRUE(OxFileUtils::CreateDirectory(deep));
   folder_.Write("file", "");
   EXPECT_FALSE(WobCreateDirectory(Text("file")));
   EXPECT_FALSE(WobCreateDirectory(Text("file/below")));
@@ -66,8 +61,7 @@ TEST_F(OxFileUtilsTest, FoldersOfAnyDepthAreMadeAndRemoved) {
 }
 
 TEST_F(OxFileUtilsTest, ListingsMatchTheWholeNameAndTellEveryEntry) {
-  for (const char* name : {"B.wob", "a.wob", ".h.wob", "c.txt", "bad\xFFname.wob"})
-    folder_.Write(name, "");
+  for (const char* name : {"B.wob", "a.wob", ".h.wob", "c.txt", "bad\xFF.wob"}) folder_.Write(name, "");
   folder_.MakeFolder("d.wob");
   folder_.MakeLink("e.wob", "c.txt");
   std::vector<OxPath> found{OxPath("old")};
@@ -84,7 +78,7 @@ TEST_F(OxFileUtilsTest, ListingsMatchTheWholeNameAndTellEveryEntry) {
     const char kind = "-dl?"[static_cast<int>(entry.kind)];
     told += kind + std::string(entry.name.view()) + (entry.isNamed ? " " : "! ");
   }
-  EXPECT_EQ(told, "-.h.wob -B.wob -a.wob -bad?name.wob! dd.wob le.wob ");
+  EXPECT_EQ(told, "-.h.wob -B.wob -a.wob -bad?.wob! dd.wob le.wob ");
 
   OxPath first;
   EXPECT_TRUE(OxFileUtils::LocateFirstFileMatching(Path(""), "*.wob", first));
@@ -117,9 +111,9 @@ TEST_F(OxFileUtilsTest, MovesAndTheirConflicts) {
       {"a.d/taken", "folder", kConflictRename, true, "folder/taken 1"},
       {"one", "one", kConflictReplace, true, "one"},
       {"one", "hardlink", kConflictReplace, true, "one"},
-      {"missing", "two", kConflictReplace, false, nullptr},
+      {"missing", "two", kConflictReplace, false, ""},
       {"one", "no/parent", kConflictFail, false, "one"},
-      {"folder", "folder/below", kConflictFail, false, nullptr},
+      {"folder", "folder/below", kConflictFail, false, ""},
   };
   for (const int error : {0, EXDEV}) {
     for (const auto& row : cases) {
@@ -128,14 +122,11 @@ TEST_F(OxFileUtilsTest, MovesAndTheirConflicts) {
       for (const char* name : {"one", "a.d/one.txt", "a.d/taken"}) folder.Write(name, "moved");
       for (const char* name : {"taken", "folder/one.txt", "folder/taken"}) folder.Write(name, "old");
       std::filesystem::create_hard_link(folder.Path("one"), folder.Path("hardlink"));
-      const FaultyFileOps faults({.failCall = error == 0 ? 0 : 1,
-                                  .error = error,
-                                  .only = Support::FileCall::kRenameWithoutReplacing});
-      EXPECT_EQ(WobMoveFile(text(row.source), text(row.destination), row.mode), row.moved)
-          << row.destination;
-      if (row.target != nullptr) {
-        EXPECT_EQ(folder.Read(row.target), "moved") << row.target << error;
-      }
+      const int first = error == 0 ? 0 : 1;
+      const FaultyFileOps faults({first, error, Support::FileCall::kRenameWithoutReplacing});
+      const bool moved = WobMoveFile(text(row.source), text(row.destination), row.mode);
+      EXPECT_EQ(moved, row.moved) << row.destination << error;
+      EXPECT_TRUE(*row.target == 0 || folder.Read(row.target) == "moved") << row.target << error;
       EXPECT_EQ(folder.Read("folder/taken"), "old");
     }
   }
@@ -149,8 +140,9 @@ TEST_F(OxFileUtilsTest, CopiesKeepContentLinksAndAttributes) {
   EXPECT_TRUE(WobCopyFile(Text("tree"), Text("copy")));
   EXPECT_EQ(folder_.Read("copy/bin/run"), large);
   EXPECT_EQ(std::filesystem::read_symlink(folder_.Path("copy/link")), "bin/run");
-  EXPECT_EQ(std::filesystem::status(folder_.Path("copy/bin/run")).permissions(),
-            std::filesystem::perms{0750});
+  struct stat status = {};
+  EXPECT_EQ(stat(folder_.Path("copy/bin/run").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0750U);
   folder_.Write("target/run", "old and to be replaced");
   EXPECT_TRUE(WobCopyFile(Text("tree/bin/run"), Text("target")));
   EXPECT_EQ(folder_.Read("target/run"), large);
@@ -173,11 +165,10 @@ TEST_F(OxFileUtilsTest, WholeFiles) {
   EXPECT_TRUE(WobReadBinaryFile(Text("f"), bytes));
   EXPECT_EQ(bytes.view(), "SHORTtext") << "the old tail stays";
   EXPECT_TRUE(WobWriteBinaryFile(Text("no/such/folder"), "x", 1)) << "statuses are not checked";
-  EXPECT_FALSE(WobReadBinaryFile(Text("missing"), bytes));
-  EXPECT_FALSE(WobReadBinaryFile(Text(""), bytes));
   EXPECT_TRUE(WobIsReadableFile(Text("f")));
-  EXPECT_FALSE(WobIsReadableFile(Text("")));
-  EXPECT_FALSE(WobIsReadableFile(""));
+  for (const OxString& path : {Text("missing"), Text(""), OxString()}) {
+    EXPECT_FALSE(WobReadBinaryFile(path, bytes) || WobIsReadableFile(path)) << path.c_str();
+  }
 
   EXPECT_TRUE(WobWriteTextFile(Text("f"), "caf\xC3\xA9"));
   EXPECT_TRUE(OxFileUtils::WriteTextFile(Path("f"), "!", OxFileUtils::kAppend));

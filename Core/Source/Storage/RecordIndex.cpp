@@ -66,14 +66,15 @@ void RecordIndex::Clear() {
 std::optional<RecordIndex::Found> RecordIndex::Find(std::string_view name, std::string_view names) {
   if (!table_ || (someNameIsOpen_ && names.size() != tableMadeFor_)) MakeTable(names);
   std::optional<Found> found;
-  const auto [first, last] = table_->equal_range(HashNoCase(name));
-  for (auto it = first; it != last; ++it) {
-    const IndexEntry& entry = entries_[it->second];
-    if (CompareNoCase(name, *NameAt(names, entry.nameOffset)) != 0) continue;
-    if (found) return FindLiterally(name, names);
-    found = Found{entry.position, it->second};
-  }
-  return found;
+  bool several = false;
+  table_->ForEach(HashNoCase(name), [&](std::uint32_t slot) {
+    const IndexEntry& entry = entries_[slot];
+    if (CompareNoCase(name, *NameAt(names, entry.nameOffset)) != 0) return true;
+    several = found.has_value();
+    found = Found{entry.position, slot};
+    return !several;
+  });
+  return several ? FindLiterally(name, names) : found;
 }
 
 std::optional<RecordIndex::Found> RecordIndex::FindNameAt(std::uint32_t offset, std::string_view names) {
@@ -144,8 +145,7 @@ void RecordIndex::CloseVacantSlots() {
 }
 
 void RecordIndex::MakeTable(std::string_view names) {
-  table_.emplace();
-  table_->reserve(entries_.size());
+  table_.emplace(entries_.size());
   someNameIsOpen_ = false;
   tableMadeFor_ = names.size();
   for (std::size_t slot = 0; slot < entries_.size(); ++slot) {
@@ -156,13 +156,10 @@ void RecordIndex::MakeTable(std::string_view names) {
 void RecordIndex::AddToTable(std::size_t slot, std::string_view names) {
   if (IsOpenName(entries_[slot].nameOffset, names)) someNameIsOpen_ = true;
   const auto name = MatchableName(entries_[slot].nameOffset, names);
-  if (name) table_->emplace(HashNoCase(*name), NarrowLength(slot));
+  if (name) table_->Add(HashNoCase(*name), NarrowLength(slot));
 }
 
 void RecordIndex::RemoveFromTable(std::size_t slot, std::string_view names) {
   const auto name = MatchableName(entries_[slot].nameOffset, names);
-  if (!name) return;
-  const auto [first, last] = table_->equal_range(HashNoCase(*name));
-  const auto it = std::find_if(first, last, [slot](const auto& pair) { return pair.second == slot; });
-  if (it != last) table_->erase(it);
+  if (name) table_->Remove(HashNoCase(*name), NarrowLength(slot));
 }

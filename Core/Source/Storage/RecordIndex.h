@@ -5,11 +5,11 @@
 #include <optional>
 #include <span>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "Foundation/OxBuffer.h"
 #include "Storage/FlatFileFormat.h"
+#include "Storage/SlotTable.h"
 
 /// The index of an archive: which name lies at which position, in the order in which the names came.
 ///   Names:  without regard to letter case; held by the archive's name table, whose bytes every
@@ -58,9 +58,8 @@ class RecordIndex {
   // In a damaged archive an entry's name may lie beyond the name table or run to its very end. Names that
   // are added then change it.
   bool someNameIsOpen_ = false;
-  std::size_t tableMadeFor_ = 0;  // Bytes of the name table then.
-  // From the hash of a name to the slots that may have it; nothing while it is not needed.
-  std::optional<std::unordered_multimap<std::size_t, std::uint32_t>> table_;
+  std::size_t tableMadeFor_ = 0;    // Bytes of the name table then.
+  std::optional<SlotTable> table_;  // By the hashes of the names; nothing while it is not needed.
 };
 
 /// The name at `offset` of a name table's bytes, as far as the next zero byte or the table's end; nothing

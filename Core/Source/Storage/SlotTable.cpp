@@ -1,0 +1,41 @@
+#include "Storage/SlotTable.h"
+
+#include <algorithm>
+#include <bit>
+
+SlotTable::SlotTable(std::size_t expected) {
+  Resize(expected);
+}
+
+void SlotTable::Add(std::size_t hash, std::uint32_t slot) {
+  if (3 * (filled_ + 1) > 2 * cells_.size()) Resize(2 * slots_ + 1);
+  Put({Kept(hash), slot});
+}
+
+void SlotTable::Remove(std::size_t hash, std::uint32_t slot) {
+  std::size_t at = Kept(hash) & Mask();
+  while (cells_[at].slot != kEmpty && cells_[at].slot != slot) at = (at + 1) & Mask();
+  if (cells_[at].slot == kEmpty) return;
+  cells_[at].slot = kRemoved;
+  --slots_;
+}
+
+void SlotTable::Put(Cell cell) {
+  std::size_t at = cell.hash & Mask();
+  while (cells_[at].slot != kEmpty) at = (at + 1) & Mask();
+  cells_[at] = cell;
+  ++filled_;
+  ++slots_;
+}
+
+// Makes a table for so many slots out of the present one, without the removed ones.
+void SlotTable::Resize(std::size_t slots) {
+  constexpr std::size_t kFewest = 16;
+  std::vector<Cell> old(std::bit_ceil(std::max(kFewest, slots + slots / 2 + 1)));
+  old.swap(cells_);
+  filled_ = 0;
+  slots_ = 0;
+  for (const Cell& cell : old) {
+    if (cell.slot != kEmpty && cell.slot != kRemoved) Put(cell);
+  }
+}
