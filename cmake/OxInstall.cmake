@@ -16,7 +16,11 @@ install(FILES Packaging/completions/_Converter
 install(FILES README.md TYPE DOC COMPONENT tool)
 install(DIRECTORY Docs TYPE DOC COMPONENT tool)
 
-install(TARGETS ${OX_LIBRARIES} ox_trust EXPORT ConverterTargets ARCHIVE COMPONENT library)
+# Programs that verify link the tables too; as objects they could not be installed.
+add_library(ox_builtin_trust STATIC $<TARGET_OBJECTS:ox_trust>)
+set_target_properties(ox_builtin_trust PROPERTIES LINKER_LANGUAGE CXX)
+
+install(TARGETS ${OX_LIBRARIES} ox_builtin_trust EXPORT ConverterTargets ARCHIVE COMPONENT library)
 install(DIRECTORY Core/Source/ Converter/Source/Utilities DESTINATION "${OX_HEADERS_FOLDER}" COMPONENT library
   FILES_MATCHING PATTERN "*.h")
 install(EXPORT ConverterTargets NAMESPACE Converter:: DESTINATION "${OX_PACKAGE_FOLDER}" COMPONENT library)
