@@ -36,7 +36,7 @@ bool RecordExtraction::Extract(const OxDataFile::Record& record) {
   }
   OxFile target(file.native_string());
   // Deliberate: a file that cannot be opened is passed over in silence.
-  if (target.Open(OxFile::kWrite | OxFile::kCreate) != kStatusOk) return true;
+  if (target.Open(OxFile::kWrite | OxFile::kCreate | OxFile::kExpectNew) != kStatusOk) return true;
   if (WriteRecord(record, target)) return true;
   Console::Error("Error: could not write to file '%s'\n", file.native_string().c_str());
   return false;

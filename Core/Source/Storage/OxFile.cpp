@@ -35,8 +35,11 @@ FileStatus OxFile::Open(unsigned long permission) {
   if ((permission & (kRead | kWrite)) == 0) return kStatusNoPermission;
   const unsigned flags = ((permission & kRead) != 0 ? Posix::kOpenToRead : 0U) |
                          ((permission & kWrite) != 0 ? Posix::kOpenToWrite : 0U);
-  FileStatus status = OpenExisting(flags);
-  if (status == kStatusFileNotFound && (permission & kCreate) != 0) status = OpenNew(flags);
+  const bool mayCreate = (permission & kCreate) != 0;
+  const bool newFirst = mayCreate && (permission & kExpectNew) != 0;
+  FileStatus status = newFirst ? OpenNew(flags) : kStatusDuplicateName;
+  if (status == kStatusDuplicateName) status = OpenExisting(flags);
+  if (status == kStatusFileNotFound && mayCreate && !newFirst) status = OpenNew(flags);
   writable_ = status == kStatusOk && (permission & kWrite) != 0;
   return status;
 }

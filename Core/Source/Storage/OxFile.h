@@ -28,8 +28,9 @@ class OxFile {
     FileStatus status;
   };
 
-  /// Bits of the permission that Open() takes.
-  enum Permission : unsigned long { kRead = 1, kWrite = 2, kCreate = 4 };
+  /// Bits of the permission that Open() takes. kExpectNew changes nothing but the cost: beside kCreate it
+  /// saves a system call where the file is missing, and costs one where it exists.
+  enum Permission : unsigned long { kRead = 1, kWrite = 2, kCreate = 4, kExpectNew = 8 };
 
   /// A path as the file system has it, which need not be UTF-8.
   struct NativePath {
