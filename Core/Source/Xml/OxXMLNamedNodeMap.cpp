@@ -1,9 +1,9 @@
 #include "Xml/OxXMLNamedNodeMap.h"
 
 #include <algorithm>
-#include <cstring>
+#include <iterator>
+#include <utility>
 
-#include "Foundation/StringWalk.h"
 #include "Xml/OxXMLDoc.h"
 #include "Xml/XMLNodePool.h"
 
@@ -106,21 +106,31 @@ NodePtr OxXMLNamedNodeMap::GetNamedItem(const OxString& name) const {
 NodePtr OxXMLNamedNodeMap::Item(std::size_t index) const {
   if (index >= Length()) return nullptr;
   if (large_ == nullptr) return small_[index];
-  Large& large = *large_;
-  if (large.cursorIndex > index || large.cursorIndex == 0) {
-    large.cursor = large.tree.begin();
-    large.cursorIndex = 0;
+  return large_->Seek(index)->second;
+}
+
+// Steps to the place from the nearest of the front, the end and where it was last.
+OxXMLNamedNodeMap::Tree::const_iterator OxXMLNamedNodeMap::Large::Seek(std::size_t index) {
+  const std::size_t fromCursor = index > cursorIndex ? index - cursorIndex : cursorIndex - index;
+  if (!cursorValid || std::min(index, tree.size() - index) < fromCursor) {
+    const bool front = index <= tree.size() / 2;
+    cursor = front ? tree.begin() : tree.end();
+    cursorIndex = front ? 0 : tree.size();
+    cursorValid = true;
   }
-  for (; large.cursorIndex < index; ++large.cursorIndex) ++large.cursor;
-  return large.cursor->second;
+  for (; cursorIndex < index; ++cursorIndex) ++cursor;
+  for (; cursorIndex > index; --cursorIndex) --cursor;
+  return cursor;
 }
 
 // ---- Changing
 
 bool OxXMLNamedNodeMap::SetNamedItem(const NodePtr& node) {
   if (!node || node->GetNodeType() != OxXMLNode::kAttributeNode) return false;
-  if (Find(node->GetName().view()) == node.get()) return true;
-  if (owner_ != nullptr && node->parent_ != nullptr) node->parent_->GetAttributes().RemoveItem(node);
+  if (owner_ != nullptr && node->parent_ != nullptr) {
+    if (node->parent_ == owner_) return true;
+    node->parent_->GetAttributes().RemoveItem(node);
+  }
   if (large_ == nullptr && small_.size() == kMostInVector) BecomeLarge();
   if (large_ == nullptr) {
     InsertSmall(node);
@@ -144,14 +154,16 @@ void OxXMLNamedNodeMap::InsertSmall(const NodePtr& node) {
   }
 }
 
+// One search, which is what an insertion among very many costs.
 void OxXMLNamedNodeMap::InsertLarge(const NodePtr& node) {
-  const std::string_view name = node->GetName().view();
-  const auto found = large_->tree.find(name);
-  if (found != large_->tree.end()) {
-    LetGo(*found->second);
-    large_->tree.erase(found);
-  }
-  large_->tree.emplace(name, node);
+  const auto [place, inserted] = large_->tree.try_emplace(node->GetName().view(), node);
+  if (inserted) return;
+  LetGo(*place->second);
+  const auto after = std::next(place);
+  auto entry = large_->tree.extract(place);
+  entry.key() = node->GetName().view();
+  entry.mapped() = node;
+  large_->tree.insert(after, std::move(entry));
 }
 
 void OxXMLNamedNodeMap::BecomeLarge() {
@@ -163,7 +175,7 @@ void OxXMLNamedNodeMap::BecomeLarge() {
 }
 
 void OxXMLNamedNodeMap::Changed() const {
-  if (large_ != nullptr) large_->cursorIndex = 0;
+  if (large_ != nullptr) large_->cursorValid = false;
   if (owner_ != nullptr) owner_->MarkIndexDirty();
 }
 

@@ -67,6 +67,9 @@ class OxXMLNamedNodeMap {
     // Where Item() was last time, so that going through it in order needs no search.
     Tree::const_iterator cursor;
     std::size_t cursorIndex = 0;
+    bool cursorValid = false;
+
+    Tree::const_iterator Seek(std::size_t index);
   };
 
   explicit OxXMLNamedNodeMap(OxXMLNode* owner) : owner_(owner) {}

@@ -1,0 +1,140 @@
+#include <new>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "Xml/OxXMLNamedNodeMap.h"
+#include "Xml/OxXMLNodeList.h"
+#include "Xml/XmlSupport.h"
+
+// Hostile shapes at the size where a recursion, a quadratic loop or unbounded growth would end the run.
+
+namespace {
+
+using Support::Outcome;
+using Support::ParseDoc;
+
+constexpr std::size_t kMany = 1000000;
+
+std::string Repeat(const std::string& text, std::size_t count) {
+  std::string all;
+  all.reserve(text.size() * count);
+  for (std::size_t i = 0; i < count; ++i) all += text;
+  return all;
+}
+
+// Every operation that walks a whole tree.
+void WalkEverything(const Hux::SmartPtr<OxXMLDoc>& doc, std::size_t elements) {
+  doc->Index();
+  OxXMLNodeList list;
+  doc->GetElementsByTagName("*", list);
+  EXPECT_EQ(list.Length(), elements);
+  EXPECT_FALSE(doc->GetElementByID("nobody"));
+  doc->GetRoot()->Normalize();
+  const OxString written = doc->GetAsString(-1);
+  const auto copy = doc->Clone(true);
+  EXPECT_EQ(copy->GetAsString(-1).size(), written.size());
+  Hux::SmartPtr<OxXMLNode> imported;
+  EXPECT_EQ(OxXMLDoc::Make()->ImportNode(doc->GetRoot(), true, imported), 0);
+}
+
+TEST(XMLBudget, AMillionLevels) {
+  const std::string text = Repeat("<a>", kMany) + Repeat("</a>", kMany);
+  const auto doc = ParseDoc(text);
+  WalkEverything(doc, kMany);
+  EXPECT_THROW(doc->GetAsString(0), std::bad_alloc);  // 2 TB of indentation.
+  EXPECT_EQ(Outcome(Repeat("<a>", kMany), false), "Unexpected EOF at line 1");
+}
+
+TEST(XMLBudget, AMillionSiblings) {
+  WalkEverything(ParseDoc("<r>" + Repeat("<a/>x", kMany) + "</r>"), kMany + 1);
+  const auto doc = ParseDoc("<r>" + Repeat("x<!---->", kMany) + "</r>");
+  const auto root = doc->GetRoot();
+  for (auto child = root->GetFirstChild(); child;) {
+    const auto next = child->GetNextSibling();
+    if (child->GetNodeType() == OxXMLNode::kCommentNode) root->RemoveChild(child);
+    child = next;
+  }
+  root->Normalize();
+  EXPECT_EQ(root->GetFirstChild()->GetValue().size(), kMany);
+  EXPECT_TRUE(root->GetFirstChild() == root->GetLastChild());
+}
+
+TEST(XMLBudget, AMillionAttributes) {
+  std::string text = "<a";
+  for (std::size_t i = kMany; i > 0; --i) text += " a" + std::to_string(i * 7919 % kMany) + "='1'";
+  const auto doc = ParseDoc(text + " a5='2'/>");
+  const OxXMLNamedNodeMap& attributes = doc->GetRoot()->GetAttributes();
+  ASSERT_EQ(attributes.Length(), kMany);
+  for (std::size_t i = 1; i < kMany; ++i) {
+    ASSERT_TRUE(attributes.Item(i - 1)->GetName() < attributes.Item(i)->GetName());
+  }
+  EXPECT_EQ(doc->GetRoot()->GetAttribute("a5"), OxString("2"));
+  WalkEverything(doc, 1);
+}
+
+TEST(XMLBudget, LongTokens) {
+  const std::string run(std::size_t{100} << 20, 'x');
+  EXPECT_EQ(ParseDoc("<a>" + run + "</a>")->GetRoot()->GetFirstChild()->GetValue().size(), run.size());
+  const std::string part = run.substr(0, kMany);
+  const std::string amps(kMany, '&');
+  for (const std::string& text :
+       {"<a>" + Repeat("& ]] -", kMany) + "</a>", "<a b='" + amps + "'/>",
+        "<a>" + Repeat("&a", kMany) + "</a>", "<!--" + Repeat("-a--", kMany) + "-->",
+        "<a><![CDATA[" + Repeat("]]", kMany) + "]]></a>", "<?p " + Repeat("??", kMany) + "?>",
+        "<" + part + " " + part + "='" + part + "'></" + part + ">",
+        "<!DOCTYPE a [" + Repeat("% <! & ;", kMany) + "]>", "<a>" + Repeat("\n", kMany) + "</a>",
+        "<!DOCTYPE a [<!ELEMENT b " + Repeat("(", kMany) + "c" + Repeat(")", kMany) + ">]>"}) {
+    ParseDoc(text);
+  }
+}
+
+// A chain of entities e0, e1, ... each `copies` references to the one before, the first with `text`.
+std::string Chain(int levels, int copies, const std::string& text, const std::string& sign) {
+  const bool parameter = sign == "&#37;";
+  const std::string kind = parameter ? "<!ENTITY % e" : "<!ENTITY e";
+  std::string declarations = kind + "0 '" + text + "'>";
+  for (int i = 1; i <= levels; ++i) {
+    declarations += kind + std::to_string(i) + " '" +
+                    Repeat(sign + "e" + std::to_string(i - 1) + ";", static_cast<std::size_t>(copies)) +
+                    "'>";
+  }
+  return declarations;
+}
+
+TEST(XMLBudget, ExponentialEntitiesEndAsTheReferencesTheyAre) {
+  const std::string bomb = "<!DOCTYPE r [" + Chain(40, 10, "0123456789", "&") + "]>";
+  const auto text = ParseDoc(bomb + "<r>&e40;</r>")->GetRoot()->GetFirstChild()->GetValue();
+  EXPECT_LT(text.size(), XMLExpansionBudget::kThreshold * 2);
+  EXPECT_GT(text.size(), XMLExpansionBudget::kThreshold / 2);
+  EXPECT_TRUE(text.ends_with("&e39;"));
+  // One budget for all values, and an honest reference still works below it.
+  const auto attributes = ParseDoc(bomb + "<r a='&e3;' b='&e40;' c='&e40;' d='&e40;'/>")->GetRoot();
+  EXPECT_EQ(attributes->GetAttribute("a").size(), 10000U);
+  EXPECT_EQ(attributes->GetAttribute("d"), OxString("&e40;"));
+
+  ParseDoc("<!DOCTYPE r [" + Chain(40, 10, "<!ENTITY x \"y\">", "&#37;") + "%e40;]><r/>");
+  ParseDoc("<!DOCTYPE r [" + Chain(40, 10, "", "&") + "]><r>&e40;</r>");
+}
+
+TEST(XMLBudget, LongChainsOfEntities) {
+  constexpr int kLinks = 200000;
+  const std::string chain = "<!DOCTYPE r [" + Chain(kLinks, 1, "&e200000;x", "&") + "]>";
+  const auto doc = ParseDoc(chain + "<r>&e200000;</r>");
+  EXPECT_EQ(doc->GetRoot()->GetFirstChild()->GetValue(), OxString("&e200000;x"));
+  EXPECT_EQ(Outcome(chain + "<r>&e200000;<", true),
+            "Syntax Error (Expected element tag name) on line 1.");
+}
+
+TEST(XMLBudget, HonestEntitiesMayGrowWithTheDocument) {
+  const std::string big(std::size_t{1} << 20, 'x');
+  const std::string text = "<!DOCTYPE r [<!ENTITY e '" + big + "'>]><r>" + Repeat("&e;", 16) + "</r>";
+  EXPECT_EQ(ParseDoc(text)->GetRoot()->GetFirstChild()->GetValue().size(), big.size() * 16);
+  // Values without quotes are stored as written and grow only when they are read.
+  const std::string unquoted =
+      "<!DOCTYPE r [<!ENTITY e '" + big + "'>]><r a=" + Repeat("&e;", 1000) + " />";
+  const OxString value = ParseDoc(unquoted)->GetRoot()->GetAttribute("a");
+  EXPECT_EQ(value.size(), 16 * big.size() + std::size_t{984} * 3);
+}
+
+}  // namespace
