@@ -42,6 +42,13 @@ constexpr ValueOption kValueOptions[] = {
 
 }  // namespace
 
+// Functions that have returned leave copies in their frames: the cryptographic library one 5 KiB down, and
+// others registers that were saved with parts of the pass phrase in them.
+void RunOptions::ForgetPassPhrase() {
+  passPhrase.secure_clear();
+  SecureZeroUnusedStack();
+}
+
 void ParseArguments(std::span<char*> arguments, RunOptions& options) {
   char nothing[] = "";
   for (std::size_t i = 0; i < arguments.size(); ++i) {

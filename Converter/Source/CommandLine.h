@@ -11,7 +11,10 @@ struct RunOptions {
   RunOptions() = default;
   RunOptions(const RunOptions&) = delete;
   RunOptions& operator=(const RunOptions&) = delete;
-  ~RunOptions() { passPhrase.secure_clear(); }
+  ~RunOptions() { ForgetPassPhrase(); }
+
+  /// Wipes the pass phrase and what its users have left of it on the stack below the caller.
+  void ForgetPassPhrase();
 
   OxPath input;
   OxPath output;

@@ -60,7 +60,7 @@ Hux::SmartPtr<OxCertificate> PrepareSigning(RunOptions& options) {
   Hux::SmartPtr<OxCertificate> certificate = ReadCertificateFromFile(options.certificate, OxString());
   if (!certificate) return nullptr;
   CryptoPtr<rsa_st> key = ReadPrivateKey(options.privateKey, options.passPhrase);
-  options.passPhrase.secure_clear();
+  options.ForgetPassPhrase();
   if (!key) {
     Console::Error("Error: Unable to read or extract private key.\n");
     return nullptr;
@@ -152,7 +152,7 @@ ExitStatus Run(std::span<char*> arguments) {
   }
   Hux::SmartPtr<OxCertificate> certificate;
   if (options.sign && !(certificate = PrepareSigning(options))) return kExitFailure;
-  options.passPhrase.secure_clear();
+  options.ForgetPassPhrase();
   return RunJobs(options, certificate);
 }
 

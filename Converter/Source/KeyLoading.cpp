@@ -7,30 +7,17 @@
 
 #include "Console.h"
 #include "Foundation/OxBuffer.h"
-#include "Foundation/SecureZeroMemory.h"
 #include "Storage/OxFileUtils.h"
 
 namespace {
 
-constexpr std::size_t kUsedStack =
-    16 * 1024;  // Bytes; the library's deepest copy lay at a third of this.
-
-// The library wipes its copies of a pass phrase except those in the frames that it has left on the stack.
-[[gnu::noinline]] void WipeFramesBelow() {
-  unsigned char frames[kUsedStack];
-  SecureZeroMemory(frames, sizeof frames);
-}
-
-// The bytes of a key file. On every way out they are wiped, and what reading the key left behind.
+// The bytes of a key file, wiped on every way out.
 struct KeyFile {
   OxBuffer bytes;
   KeyFile() = default;
   KeyFile(const KeyFile&) = delete;
   KeyFile& operator=(const KeyFile&) = delete;
-  ~KeyFile() {
-    bytes.SecureClear();
-    WipeFramesBelow();
-  }
+  ~KeyFile() { bytes.SecureClear(); }
 };
 
 // Stands in for the library's own callback, which would ask at the terminal when there is no pass phrase.

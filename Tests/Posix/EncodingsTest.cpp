@@ -173,4 +173,12 @@ TEST(Encodings, NamesOpenOnlyWhatTheyName) {
   }
 }
 
+TEST(Encodings, RoomIsMadeOnceForTheWidestText) {
+  std::string bytes;
+  for (int i = 0; i < 100; ++i) bytes += "\0\1\xF6\0"s;
+  std::string storage;
+  EXPECT_EQ(Posix::DecodeNamed("UTF-32BE", bytes, storage).value_or(kInvalid).size(), 400U);
+  EXPECT_LT(storage.capacity(), 500U);
+}
+
 }  // namespace

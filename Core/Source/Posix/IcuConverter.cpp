@@ -28,10 +28,12 @@ class Scratch {
   std::array<Unit, 4096> units_;
 };
 
-// What `bytes` become at most: three bytes for each smallest character. Only what lies outside the basic
-// plane takes four, and in the encoding it takes twice the smallest.
+// What `bytes` become at most: four bytes for each smallest character, or three where that is a UTF-16
+// unit, as what takes four bytes takes two units.
 std::size_t MostUtf8Bytes(const UConverter* converter, std::size_t bytes) {
-  return 3 * (bytes / static_cast<std::size_t>(ucnv_getMinCharSize(converter)) + 1);
+  const auto smallest = static_cast<std::size_t>(ucnv_getMinCharSize(converter));
+  const std::size_t most = smallest == 2 ? 3 : 4;
+  return most * (bytes / smallest + 1);
 }
 
 /// The conversion of one text to UTF-8, piece after piece.

@@ -10,8 +10,7 @@ void IgnoreWriteSignals();
 
 /// Takes a half-made file away when the user interrupts: on SIGINT, SIGTERM or SIGHUP the file is
 /// removed and the process ends by that signal.
-///   Shape:  made -> the caller opens its file -> Arm() -> destroyed. Between construction and
-///   Arm() the
+///   Shape:  made -> the caller opens its file -> Arm() -> destroyed. Between construction and Arm() the
 ///           signals are held back, so that a file that could not be opened is never removed and
 ///           one that was is never left.
 ///   Ignored signals (nohup, background jobs) stay ignored.

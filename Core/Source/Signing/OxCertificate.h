@@ -8,8 +8,7 @@
 
 /// One X.509 certificate with the RSA keys that go with it: the public key that it holds and, for
 /// signing, a private key that the caller hands in.
-///   Owns:    the certificate object and both keys; raw pointers given out are borrowed and live
-///   until
+///   Owns:    the certificate object and both keys; raw pointers given out are borrowed and live until
 ///            the next Set(), SetPrivateKey() or the end of the object.
 ///   Errors:  only PEM text throws (UnableToSetPEM), and GetSigner() for a name that is no UTF-8.
 ///   Threads: one.

@@ -1,6 +1,7 @@
 #include "Signing/OxFileSigner.h"
 
 #include <cstdio>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -40,8 +41,13 @@ struct TailChange {
   std::uint64_t NewFileLength() const { return contentLength + trailer.length(); }
 };
 
+// Out of memory is one more way to fail, so that what was written until then is put back.
 bool WriteAt(OxFile& file, std::uint64_t position, const OxBuffer& bytes) {
-  return file.SetPosition(position) == 0 && file.Write(bytes.data(), bytes.length()) == 0;
+  try {
+    return file.SetPosition(position) == 0 && file.Write(bytes.data(), bytes.length()) == 0;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 // Cutting has an opening of its own: by then the closing has told that the trailer was written.

@@ -8,8 +8,7 @@
 #include "Signing/OxCertificate.h"
 
 /// One RSA signature over a stream of bytes: SHA-1, PKCS #1 v1.5, with the keys of one certificate.
-///   Shape:   UpdateDigest()... -> Sign() or Verify(), any number of times. The first of those ends
-///   the
+///   Shape:   UpdateDigest()... -> Sign() or Verify(), any number of times. The first of those ends the
 ///            digest, and every later one uses the same 20 bytes; UpdateDigest() then adds nothing.
 ///   Owns:    a reference to the certificate (null acts as one without keys) and the digest.
 ///   Errors:  false results; nothing throws but std::bad_alloc. A digest that the library could not

@@ -204,14 +204,15 @@ bool OxFileUtils::LocateFirstFileMatching(const OxPath& folder, const OxString& 
 // ---- Whole text files
 
 bool OxFileUtils::ReadTextFile(const OxPath& path, unsigned int& encoding, OxString& out) {
-  return Guarded(false, [&] {
-    OxBuffer bytes;
+  OxBuffer bytes;
+  const bool isRead = Guarded(false, [&] {
     if (!WobPathLooksValid(path.native_string())) return false;
     if (!bytes.LoadFromFile(path.native_string().c_str())) return false;
     out = WobHandleCharacterEncodings(bytes, encoding);
-    bytes.SecureClear();  // It may have been a pass phrase.
     return true;
   });
+  bytes.SecureClear();  // They may be a pass phrase.
+  return isRead;
 }
 
 bool OxFileUtils::WriteTextFile(const OxPath& path, const OxString& text, WriteMode mode) {
