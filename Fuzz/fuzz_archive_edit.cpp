@@ -1,10 +1,14 @@
-// A random series of additions, rewrites, deletions and reopenings beside the same series done literally:
-// every answer agrees, and so does every byte of the closed file.
+// A random series of additions, rewrites, deletions, damages and reopenings beside the same series done
+// literally: every answer agrees, and so does every byte of the closed file.
+
+#include <array>
+#include <utility>
 
 #include "Foundation/OxBuffer.h"
 #include "FuzzFolder.h"
 #include "Storage/LiteralArchive.h"
 #include "Storage/OxDataFile.h"
+#include "Storage/Scramble.h"
 
 namespace {
 
@@ -12,67 +16,125 @@ constexpr std::uint32_t kWidget = 0x77646774;
 constexpr short kReadWriteCreate = 11;
 constexpr short kReadWrite = 3;
 
+// Several of them are one name, since letter case does not count.
 OxString Name(FuzzInput& input) {
-  const unsigned choice = input.Byte();
-  OxString name;
-  name.format(choice < 128 ? "name%u" : "NAME%u", choice % 8);
-  return name;
-}
-
-std::string Data(FuzzInput& input) {
-  return std::string(input.Byte(), static_cast<char>('a' + input.Byte() % 26));
+  constexpr std::array kNames = {"name0",    "name1",    "name2",
+                                 "NAME0",    "NAME1",    "NAME2",
+                                 "",         "\xC3\xA9", "\xC3\x89" /* e, E with acute */,
+                                 "\xC3\x9F", "k",        "\xE2\x84\xAA" /* Kelvin sign */,
+                                 "s",        "\xC5\xBF" /* long s */};
+  return OxString(kNames[input.Byte() % kNames.size()]);
 }
 
 class Editing {
  public:
-  explicit Editing(const FuzzFolder& folder)
-      : folder_(folder), file_(kWidget, OxString(folder.File("edit.flat").c_str())), judge_(kWidget) {
-    Require(file_.Open(kReadWriteCreate), "the archive can be made");
+  Editing(const FuzzFolder& folder, bool isProtected)
+      : folder_(folder),
+        file_(kWidget, OxString(folder.File("edit.flat").c_str())),
+        judge_(kWidget, isProtected) {
+    const short protection = isProtected ? OxDataFile::kOpenProtected : 0;
+    Require(file_.Open(kReadWriteCreate | protection), "the archive can be made");
   }
 
-  void Step(FuzzInput& input) {
+  /// False when damage has made the file one that does not open.
+  bool Step(FuzzInput& input) {
     const unsigned action = input.Byte() % 8;
     const OxString name = Name(input);
     if (action < 4) {
-      const std::string data = Data(input);
-      file_.AddRecord(name, data.size(), data.data());
-      judge_.AddRecord(name, data);
+      Add(name, input);
     } else if (action < 6) {
       Require(file_.DeleteRecord(name) == judge_.DeleteRecord(name), "deleting agrees");
-    } else if (action == 6) {
-      Reopen();
+    } else {
+      Close();
+      if (!Reopen(action == 7 ? Damaged(input) : judge_.file())) return false;
     }
     CheckRecord(name);
+    return true;
   }
 
-  void Reopen() {
+  void Close() {
+    CheckList();
     file_.Close();
-    judge_.Reopen();
+    judge_.Close();
     Require(folder_.Read("edit.flat") == judge_.file(), "the closed file has the stated bytes");
-    Require(file_.Open(kReadWrite), "the archive opens again");
   }
 
  private:
+  // The archive with one byte changed.
+  std::string Damaged(FuzzInput& input) const {
+    std::string bytes = judge_.file();
+    bytes[input.Below(static_cast<unsigned>(bytes.size()))] ^= input.Byte();
+    folder_.Write("edit.flat", bytes);
+    return bytes;
+  }
+
+  bool Reopen(const std::string& bytes) {
+    const bool opened = file_.Open(kReadWrite);
+    Require(opened == judge_.Open(bytes), "opening agrees");
+    return opened;
+  }
+
+  void Add(const OxString& name, FuzzInput& input) {
+    const unsigned length = input.Byte();
+    const unsigned kind = input.Byte();
+    std::string data(length, static_cast<char>('a' + kind % 26));
+    const bool fromFile = kind % 4 == 0;
+    if (kind == 0 && !std::exchange(isLarge_, true)) {
+      data.append(FileCopier::kBufferSize, 'L');
+    }
+    if (fromFile) {
+      folder_.Write("source", data);
+      OxFile source(OxString(folder_.File("source").c_str()));
+      Require(source.Open(OxFile::kRead) == kStatusOk, "the source opens");
+      Require(file_.AddRecordFromFile(name, source) == kStatusOk, "the source is read");
+    } else {
+      file_.AddRecord(name, data.size(), data.data());
+    }
+    judge_.AddRecord(name, Scrambled(data));
+  }
+
+  // As it is stored, or the other way round.
+  std::string Scrambled(const std::string& data) const {
+    return file_.IsProtected() ? std::string(WobScrambleData(data.data(), data.size(), true).view())
+                               : data;
+  }
+
   void CheckRecord(const OxString& name) {
     OxBuffer data;
     std::string expected;
     const bool found = file_.GetRecord(name, data);
     Require(found == judge_.GetRecord(name, expected), "finding agrees");
-    Require(!found || data.view() == expected, "the record's bytes agree");
+    Require(!found || data.view() == Scrambled(expected), "the record's bytes agree");
+  }
+
+  void CheckList() {
+    const auto expected = judge_.Records();
+    auto record = expected.begin();
+    for (OxDataFile::Iterator it = file_.Begin(); !(it == file_.End()); ++it, ++record) {
+      Require(record != expected.end(), "the list is no longer than it should be");
+      OxBuffer data;
+      it->GetData(data);
+      Require(it->GetName() == record->first && data.view() == Scrambled(record->second),
+              "the records of the list agree");
+    }
+    Require(record == expected.end(), "the list is no shorter than it should be");
   }
 
   const FuzzFolder& folder_;
   OxDataFile file_;
   LiteralArchive judge_;
+  bool isLarge_ = false;
 };
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const FuzzFolder folder;
-  Editing editing(folder);
   FuzzInput input(data, size);
-  for (int step = 0; step < 500 && !input.empty(); ++step) editing.Step(input);
-  editing.Reopen();
+  Editing editing(folder, input.Byte() % 2 != 0);
+  for (int step = 0; step < 500 && !input.empty(); ++step) {
+    if (!editing.Step(input)) return 0;
+  }
+  editing.Close();
   return 0;
 }

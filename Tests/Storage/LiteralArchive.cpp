@@ -4,18 +4,20 @@
 #include <cstring>
 #include <set>
 #include <span>
+#include <utility>
 
 using FlatFile::kNoName;
 using FlatFile::kNoPosition;
 using FlatFile::kRecordHeaderSize;
 using FlatFile::RecordHeader;
 
-LiteralArchive::LiteralArchive(std::uint32_t typeCode) {
+LiteralArchive::LiteralArchive(std::uint32_t typeCode, bool isProtected) {
   header_.typeCode = typeCode;
+  header_.flags = isProtected ? FlatFile::kProtected : 0;
   WriteFileHeader();
 }
 
-void LiteralArchive::Reopen() {
+void LiteralArchive::Close() {
   std::string index;
   for (const FlatFile::IndexEntry& entry : index_) {
     const auto bytes = Encode(entry);
@@ -23,7 +25,17 @@ void LiteralArchive::Reopen() {
   }
   WriteData("index", index, Type::kIndex);
   WriteData("nametable", names_, Type::kNameTable);
-  index = ReadPayload(header_.indexPos);
+}
+
+bool LiteralArchive::Open(std::string file) {
+  const std::uint32_t typeCode = header_.typeCode;
+  file_ = std::move(file);
+  if (file_.size() < FlatFile::kFileHeaderSize) return false;
+  std::array<std::byte, FlatFile::kFileHeaderSize> header{};
+  std::memcpy(header.data(), file_.data(), header.size());
+  header_ = FlatFile::DecodeFileHeader(header);
+  if (header_.typeCode != typeCode || header_.reserved != 0) return false;
+  const std::string index = ReadPayload(header_.indexPos);
   names_ = ReadPayload(header_.nameTablePos);
   index_.clear();
   for (std::size_t at = 0; at + FlatFile::kIndexEntrySize <= index.size();
@@ -32,6 +44,23 @@ void LiteralArchive::Reopen() {
     std::memcpy(bytes.data(), index.data() + at, bytes.size());
     index_.push_back(FlatFile::DecodeIndexEntry(bytes));
   }
+  return true;
+}
+
+std::vector<std::pair<OxString, std::string>> LiteralArchive::Records() const {
+  std::vector<std::pair<OxString, std::string>> records;
+  std::set<std::uint64_t> seen;
+  RecordHeader header;
+  for (std::uint64_t at = header_.usedList.head;
+       at != kNoPosition && seen.insert(at).second && ReadHeader(at, header); at = header.next) {
+    try {
+      const OxString name(header.nameOffset <= names_.size() ? NameAt(header.nameOffset).c_str() : "");
+      records.emplace_back(name, ReadPayload(at));
+    } catch (const OxString::InvalidEncoding&) {
+      break;
+    }
+  }
+  return records;
 }
 
 void LiteralArchive::AddRecord(const OxString& name, const std::string& data) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Foundation/OxString.h"
@@ -11,10 +12,14 @@
 /// look-up table. Slow, plain, and the judge of the real one.
 class LiteralArchive {
  public:
-  explicit LiteralArchive(std::uint32_t typeCode);
+  explicit LiteralArchive(std::uint32_t typeCode, bool isProtected = false);
 
-  /// Writes index and name table back, as closing does, and reads the file anew.
-  void Reopen();
+  /// Writes index and name table back, as closing does.
+  void Close();
+  /// Reads a closed archive's bytes, which may be damaged. False when they are no archive of this type.
+  bool Open(std::string file);
+  /// Name and payload, as it is stored, of every record in the order of the list.
+  std::vector<std::pair<OxString, std::string>> Records() const;
   void AddRecord(const OxString& name, const std::string& data);
   bool DeleteRecord(const OxString& name);
   bool GetRecord(const OxString& name, std::string& data) const;

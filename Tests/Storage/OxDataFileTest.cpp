@@ -98,6 +98,7 @@ TEST_F(OxDataFileTest, ProtectedArchivesScrambleThePayloadsAlone) {
   ASSERT_TRUE(file_.Open(kCreateProtected));
   Add(file_, "greeting", "hello world");
   EXPECT_EQ(file_.AddRecordFromFile("large", *Opened(folder_.Path("large"), OxFile::kRead)), 0);
+  file_.AddRecord("no data", 5, nullptr);
   file_.Close();
   const std::string bytes = folder_.Read("a");
   EXPECT_EQ(Hex(bytes.substr(104, 11)), "EF46192C15BB634D663490");
@@ -108,6 +109,7 @@ TEST_F(OxDataFileTest, ProtectedArchivesScrambleThePayloadsAlone) {
     ASSERT_TRUE(file_.Open(mode));
     EXPECT_TRUE(file_.IsProtected());
     EXPECT_EQ(Get(file_, "greeting"), "hello world");
+    EXPECT_EQ(Get(file_, "no data"), "");
     EXPECT_EQ((++file_.Begin())->CopyDataTo(*Opened(folder_.Path("out"), 6)).copied, large.size());
     EXPECT_EQ(folder_.Read("out"), large);
   }
@@ -305,8 +307,9 @@ TEST_F(OxDataFileTest, EditsAgreeWithTheLiteralProcedures) {
         ASSERT_EQ(file_.DeleteRecord(name), judge.DeleteRecord(name));
       } else if (action == 8) {
         file_.Close();
-        judge.Reopen();
+        judge.Close();
         ASSERT_TRUE(folder_.Read("a") == judge.file()) << round << ' ' << step;
+        ASSERT_TRUE(judge.Open(judge.file()));
         ASSERT_TRUE(file_.Open(kEdit));
       }
       std::string expected = "(none)";

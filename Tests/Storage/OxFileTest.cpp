@@ -60,6 +60,11 @@ TEST(OxFile, PositionsAndLengths) {
   }
   EXPECT_EQ(file.SetEOF(4), 0);
   EXPECT_EQ(file.GetPosition(), 10U) << "cutting leaves the position alone";
+  {
+    const FaultyFileOps full({.failCall = 1, .error = ENOSPC, .only = Support::FileCall::kWriteAt});
+    EXPECT_EQ(file.Write("ab", 2), kStatusDiskFull);
+    EXPECT_EQ(file.GetLength(), 4U);
+  }
   EXPECT_EQ(file.Write("ab", 2), 0);
   EXPECT_EQ(folder.Read("f"), std::string("0123\0\0\0\0\0\0ab", 12));
   EXPECT_EQ(file.SetPosition(0) + file.GoToEOF(), 0);

@@ -41,6 +41,8 @@ TEST_F(OxFileUtilsTest, TestsFollowLinksAndDeletionsDoNot) {
   EXPECT_FALSE(WobDeleteFile(Text("in")));
   EXPECT_TRUE(WobDeleteFile(Text("in/dangling")));
   EXPECT_FALSE(OxFileUtils::DeletePath(Path("in/dangling")));
+  folder_.MakeLink("in/second", folder_.Path("out"));
+  EXPECT_TRUE(WobDeleteDirectory(Text("in/second//")));
   EXPECT_TRUE(WobDeleteDirectory(Text("in")));
   EXPECT_FALSE(WobDeleteDirectory(Text("in")));
   EXPECT_FALSE(folder_.Exists("in"));
@@ -54,6 +56,10 @@ TEST_F(OxFileUtilsTest, FoldersOfAnyDepthAreMadeAndRemoved) {
   folder_.Write("file", "");
   EXPECT_FALSE(WobCreateDirectory(Text("file")));
   EXPECT_FALSE(WobCreateDirectory(Text("file/below")));
+  std::string hostile = "x";
+  for (int i = 0; i < 150000; ++i) hostile += "/y";
+  EXPECT_FALSE(WobCreateDirectory(Text(hostile))) << "without taking memory for the path to each name";
+  EXPECT_FALSE(folder_.Exists("x"));
   EXPECT_TRUE(WobCopyFile(Text("a"), Text("b")));
   EXPECT_TRUE(OxFileUtils::IsDirectory(OxPath(Path("b") / OxPath("d/d/d"))));
   EXPECT_TRUE(OxFileUtils::DeletePath(Path("a")));

@@ -49,8 +49,6 @@ class ArchiveFile {
   PutOffWrites& PutOff() { return putOff_; }
   /// Writes what was put off.
   FileStatus Settle();
-  /// To be called when the file was written to behind this object's back.
-  void ForgetWhatWasRead() { window_.Forget(); }
 
  private:
   std::unique_ptr<OxFile> file_;

@@ -174,10 +174,12 @@ bool LiesInside(const std::string& path, const std::string& folder) {
   }
 }
 
+// With a "/" behind it a link would be followed.
 bool Remove(const std::string& path) {
+  const std::string object = path.substr(0, path.find_last_not_of('/') + 1);
   FileInfo info;
-  if (!GetLinkStatus(path, info)) return false;
-  return info.kind == FileKind::kFolder ? RemoveFolder(path) : RemoveFile(path);
+  if (!GetLinkStatus(object, info)) return false;
+  return info.kind == FileKind::kFolder ? RemoveFolder(object) : RemoveFile(object);
 }
 
 bool Copy(const std::string& source, const std::string& target) {

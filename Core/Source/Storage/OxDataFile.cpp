@@ -91,13 +91,13 @@ FileStatus OxDataFile::ReadIndex() {
   return status;
 }
 
-// Deliberate: after a read that ended early the position stays at the end of the file.
+// Deliberate: after a read that ended early the position stays at the end.
 FileStatus OxDataFile::ReadNameTable() {
   if (header_.nameTablePos == kNoPosition) return kStatusOk;
   OxBuffer payload;
   const FileStatus status = ReadPayloadOf(header_.nameTablePos, payload);
   names_.Adopt(std::move(payload));
-  if (status == kStatusEndOfFile) file_.GoToEOF();
+  if (status == kStatusEndOfFile) file_.SetPosition(kNoPosition);
   return status;
 }
 

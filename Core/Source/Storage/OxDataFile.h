@@ -24,8 +24,9 @@
 ///            another reader of the file sees the archive whole only when it is closed.
 ///   Errors:  Open() returns false; writers throw. A block that lies outside the file reads as
 ///            kStatusEndOfFile; in a mapped archive going past its end throws EndOfFile.
-///   Threads: one. Operations put the position back, also when they throw, but for FindRecord(),
-///            Beginning(), Skip(), ReadBytes(), WriteBytes() and the writers of records.
+///   Threads: one. Operations put the position back, also when they throw, but for FindRecord() and what
+///            finds a record by its name, Beginning(), Skip(), ReadBytes(), WriteBytes() and the writers
+///            of records.
 ///   Damage:  what the file says is checked against the file: lengths before memory is taken, links
 ///            against circles, names for UTF-8.
 class OxDataFile {
@@ -83,7 +84,7 @@ class OxDataFile {
 
   /// Stores a record. One of that name is overwritten where it lies if `length` fits its block, else
   /// moved to a new block and to the end of the list. Throws FileNotOpen, AccessDenied (not open for
-  /// writing) or FileError; then the record is not there.
+  /// writing) or FileError; then the record is not there. Null `data` counts as no bytes.
   /// Deliberate: a record that gets a free block's place is written 32 bytes behind the block's start,
   /// over what may follow it, and the block itself reads as a nameless, empty record. And a free list
   /// that cannot be read (any status but kStatusEndOfFile) ends the operation without a word.

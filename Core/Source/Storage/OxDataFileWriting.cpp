@@ -50,6 +50,7 @@ void ThrowIfFailed(FileStatus status) {
 
 void OxDataFile::AddRecord(const OxString& name, unsigned long length, const char* data) {
   CheckWritable(name, length);
+  if (data == nullptr) length = 0;
   if (IsProtected()) {
     const OxBuffer scrambled = WobScrambleData(data, length, true);
     WriteData(name, {.length = length, .bytes = scrambled.data()}, kDataRecord);

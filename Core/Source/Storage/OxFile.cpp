@@ -192,7 +192,7 @@ FileStatus OxFile::WriteSome(std::uint64_t position, std::span<const Posix::Piec
   const std::int64_t result =
       RepeatInterrupted([&] { return Posix::Files().WriteAt(fd_, pieces, position); });
   written = result > 0 ? static_cast<std::size_t>(result) : 0;
-  length_ = std::max(length_, position + written);
+  if (written > 0) length_ = std::max(length_, position + written);
   return result == 0 ? kStatusInputOutput : StatusOfResult(result);
 }
 

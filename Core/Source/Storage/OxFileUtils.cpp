@@ -35,9 +35,13 @@ Result Guarded(Result onFailure, Operation operation) {
   }
 }
 
-bool GetStatus(const OxPath& path, FileInfo& info) {
+int Examine(const OxPath& path, FileInfo& info) {
   const char* bytes = path.native_string().c_str();
-  return RepeatInterrupted([&] { return Files().Status(bytes, info); }) >= 0;
+  return RepeatInterrupted([&] { return Files().Status(bytes, info); });
+}
+
+bool GetStatus(const OxPath& path, FileInfo& info) {
+  return Examine(path, info) >= 0;
 }
 
 bool MakeFolder(const OxPath& path, unsigned permissions) {
@@ -45,9 +49,13 @@ bool MakeFolder(const OxPath& path, unsigned permissions) {
   return RepeatInterrupted([&] { return Files().MakeFolder(bytes, permissions); }) >= 0;
 }
 
-// Makes the folder and, first, those above it that do not exist; only the last result counts.
+// Makes the folder and, first, those above it that do not exist; only the last result counts. A path that
+// is too long for the system may have any number of names, which are not gone through.
 bool MakeFolders(const OxPath& path, unsigned permissions) {
-  if (OxFileUtils::IsDirectory(path)) return true;
+  FileInfo info;
+  const int examined = Examine(path, info);
+  if (examined >= 0 && info.kind == FileKind::kFolder) return true;
+  if (examined == -ENAMETOOLONG) return false;
   std::vector<OxPath> missing{path};
   for (OxPath parent = path.branch_path();
        !parent.native_string().empty() && !OxFileUtils::Exists(parent); parent = parent.branch_path()) {

@@ -43,7 +43,8 @@ class OxFileUtils {
 
   // Folders and files.
 
-  /// True at once if the folder exists. Missing parents are made first.
+  /// True at once if the folder exists. Missing parents are made first. False, with nothing made, for a
+  /// path that is too long for the system.
   static bool CreateDirectory(const OxPath& path);
   /// Removes the object, a folder with everything in it. False when nothing is there.
   static bool DeleteDirectory(const OxPath& path);
