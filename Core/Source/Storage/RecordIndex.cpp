@@ -65,6 +65,7 @@ void RecordIndex::Clear() {
 
 std::optional<RecordIndex::Found> RecordIndex::Find(std::string_view name, std::string_view names) {
   if (!table_ || (someNameIsOpen_ && names.size() != tableMadeFor_)) MakeTable(names);
+  if (table_->IsCrowded()) return FindLiterally(name, names);
   std::optional<Found> found;
   bool several = false;
   table_->ForEach(HashNoCase(name), [&](std::uint32_t slot) {
@@ -148,18 +149,20 @@ void RecordIndex::MakeTable(std::string_view names) {
   table_.emplace(entries_.size());
   someNameIsOpen_ = false;
   tableMadeFor_ = names.size();
-  for (std::size_t slot = 0; slot < entries_.size(); ++slot) {
+  for (std::size_t slot = 0; slot < entries_.size() && !table_->IsCrowded(); ++slot) {
     if (!vacant_[slot]) AddToTable(slot, names);
   }
 }
 
 void RecordIndex::AddToTable(std::size_t slot, std::string_view names) {
+  if (table_->IsCrowded()) return;
   if (IsOpenName(entries_[slot].nameOffset, names)) someNameIsOpen_ = true;
   const auto name = MatchableName(entries_[slot].nameOffset, names);
   if (name) table_->Add(HashNoCase(*name), NarrowLength(slot));
 }
 
 void RecordIndex::RemoveFromTable(std::size_t slot, std::string_view names) {
+  if (table_->IsCrowded()) return;
   const auto name = MatchableName(entries_[slot].nameOffset, names);
   if (name) table_->Remove(HashNoCase(*name), NarrowLength(slot));
 }

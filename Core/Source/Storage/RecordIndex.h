@@ -19,7 +19,8 @@
 ///           others keep their numbers and a record that moves gets its own slot back.
 ///   Cost:   finding, inserting and removing take constant time, through a hash table that the first
 ///           search makes. Only where several entries have one name does the procedure matter that
-///           chooses between them: a bisection as if the entries were sorted, then a scan.
+///           chooses between them: a bisection as if the entries were sorted, then a scan. It also
+///           takes over where names were chosen for their hashes.
 class RecordIndex {
  public:
   struct Found {

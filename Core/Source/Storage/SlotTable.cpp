@@ -3,6 +3,13 @@
 #include <algorithm>
 #include <bit>
 
+namespace {
+
+// A million names that nobody chose for their hashes pass less than 200 cells.
+constexpr std::size_t kMostPassed = 1000;
+
+}  // namespace
+
 SlotTable::SlotTable(std::size_t expected) {
   Resize(expected);
 }
@@ -20,12 +27,15 @@ void SlotTable::Remove(std::size_t hash, std::uint32_t slot) {
   --slots_;
 }
 
+// The cell of a removed slot is taken too, or removing and adding one name again would fill the table.
 void SlotTable::Put(Cell cell) {
   std::size_t at = cell.hash & Mask();
-  while (cells_[at].slot != kEmpty) at = (at + 1) & Mask();
+  std::size_t passed = 0;
+  for (; cells_[at].slot != kEmpty && cells_[at].slot != kRemoved; ++passed) at = (at + 1) & Mask();
+  if (cells_[at].slot == kEmpty) ++filled_;
   cells_[at] = cell;
-  ++filled_;
   ++slots_;
+  if (passed > kMostPassed) isCrowded_ = true;
 }
 
 // Makes a table for so many slots out of the present one, without the removed ones.

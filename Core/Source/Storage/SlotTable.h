@@ -13,6 +13,9 @@ class SlotTable {
   explicit SlotTable(std::size_t expected);
 
   void Add(std::size_t hash, std::uint32_t slot);
+  /// Whether very many hashes lie in one place, as only equal or chosen names do. Then the table is no
+  /// use: going on would take time by the square of their number.
+  bool IsCrowded() const { return isCrowded_; }
   void Remove(std::size_t hash, std::uint32_t slot);
 
   /// Calls `visit(slot)` for the slots of `hash`, in no order, until it returns false.
@@ -41,4 +44,5 @@ class SlotTable {
   std::vector<Cell> cells_;  // A power of two, of which a third and more is empty.
   std::size_t filled_ = 0;   // Cells that are not empty; removed slots count.
   std::size_t slots_ = 0;
+  bool isCrowded_ = false;
 };
