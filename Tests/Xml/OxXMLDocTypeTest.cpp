@@ -152,6 +152,7 @@ TEST(OxXMLDocType, AttributeListAndNotationDeclarations) {
       {"<!NOTATION n SYSTEM x>", "Expected system literal"},
       {"<!NOTATION n PUBLIC x>", "Expected public ID literal"},
       {"<!NOTATION n SYSTEM 'x' 'y'>", "Expected '>'. Got 'y'"},
+      {"<!NOTATION n PUBLIC 'x''y'>", "Expected '>'. Got 'y'"},
   };
   for (const auto& row : cases) EXPECT_EQ(Declared(row.text), Syntax(row.detail)) << row.text;
 }

@@ -9,6 +9,7 @@ OxXMLParser::OxXMLParser() = default;
 OxXMLParser::~OxXMLParser() = default;
 
 OxXMLError OxXMLParser::Parse(const OxString& text, Hux::SmartPtr<OxXMLDoc> doc) {
+  static const OxString kNothing;  // The scanner keeps pointing into the text that it is given.
   const std::int32_t mode = strict_;
   doc_ = std::move(doc);
   scanner_.SetData(text, 1);
@@ -16,7 +17,7 @@ OxXMLError OxXMLParser::Parse(const OxString& text, Hux::SmartPtr<OxXMLDoc> doc)
   OxXMLError result = ParseCatching();
   open_.clear();
   expansion_.Reset();
-  scanner_.SetData(OxString(), 0);
+  scanner_.SetData(kNothing, 0);
   strict_ = mode;
   return result;
 }

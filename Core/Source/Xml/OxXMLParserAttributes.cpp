@@ -10,6 +10,7 @@ void OxXMLParser::ExpectEquals() {
   if (!scanner_.MatchByte('=')) FailSyntax("Expected '='");
 }
 
+// Deliberate: a repeated name is no error, the last attribute wins.
 void OxXMLParser::ParseAttribute(OxXMLElementNode& element) {
   const std::uint32_t line = scanner_.GetLine();
   const OxXMLName name = names_.Get(scanner_.TakeName(spill_));

@@ -154,6 +154,7 @@ void OxXMLParser::ParseComment(std::uint32_t line) {
 // ---- Processing instructions
 
 // Behind "<?". Two targets are read twice: once for their data, once for what looks like attributes.
+// Deliberate: in any letter case "xml" declares, but only the exact spelling stays out of the tree.
 void OxXMLParser::ParsePI(std::uint32_t line) {
   const std::string_view target = scanner_.TakeName(spill_);
   if (target.empty()) FailSyntax("Malformed Processing Instruction");

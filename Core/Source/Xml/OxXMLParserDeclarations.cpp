@@ -157,8 +157,7 @@ void OxXMLParser::ParseNotationDecl() {
   } else if (token_.IsName("PUBLIC")) {
     ExpectWhitespace("'PUBLIC'");
     ExpectPubID("Expected public ID literal");
-    scanner_.SkipWhitespace();
-    MatchLiteral(token_.text);
+    if (scanner_.MatchWhitespace(OxScanner::kOneOrMore)) MatchLiteral(token_.text);
   } else {
     FailSyntax("Expected 'SYSTEM' or 'PUBLIC'");
   }
