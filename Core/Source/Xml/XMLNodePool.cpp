@@ -88,7 +88,7 @@ class Shelf {
 };
 
 // Never destroyed: nodes may outlive everything else.
-constinit std::array<Shelf, kLargest / kGranule + 1> shelves{};
+[[maybe_unused]] constinit std::array<Shelf, kLargest / kGranule + 1> shelves{};
 
 }  // namespace
 
