@@ -34,8 +34,9 @@ void WalkEverything(const Hux::SmartPtr<OxXMLDoc>& doc, std::size_t elements) {
   const OxString written = doc->GetAsString(-1);
   const auto copy = doc->Clone(true);
   EXPECT_EQ(copy->GetAsString(-1).size(), written.size());
+  const auto other = OxXMLDoc::Make();  // It has to outlive what it imported.
   Hux::SmartPtr<OxXMLNode> imported;
-  EXPECT_EQ(OxXMLDoc::Make()->ImportNode(doc->GetRoot(), true, imported), 0);
+  EXPECT_EQ(other->ImportNode(doc->GetRoot(), true, imported), 0);
 }
 
 TEST(XMLBudget, AMillionLevels) {
