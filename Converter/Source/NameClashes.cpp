@@ -27,7 +27,7 @@ struct Place {
 std::optional<std::uint64_t> SizeOfReadableFile(const OxString& path) {
   OxFile file(path);
   if (file.Open(OxFile::kRead) != 0) return std::nullopt;
-  const std::uint64_t size = file.GetLength();
+  const std::uint64_t size = file.GetLastKnownLength();
   if (size > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
   return size;
 }

@@ -71,6 +71,7 @@ TEST_F(Flattening, AnInterruptionRemovesTheArchiveAndEndsTheProcess) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     EXPECT_EXIT(
         {
+          std::signal(signal, SIG_DFL);
           FaultyFileOps interrupted({.order = [&](auto&) {
             if (folder.Exists("archive")) std::raise(signal);
           }});
@@ -85,6 +86,7 @@ TEST_F(Flattening, ALateSignalAndAnIgnoredOneChangeNothing) {
   EXPECT_EXIT(
       {
         std::signal(SIGHUP, SIG_IGN);
+        std::signal(SIGTERM, SIG_DFL);
         FaultyFileOps interrupted({.order = [](auto&) { std::raise(SIGHUP); }});
         Flatten();
         std::raise(SIGTERM);
