@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Console.h"
+#include "OverlapLimit.h"
 #include "Storage/OxDataFile.h"
 #include "WidgetArchive.h"
 
@@ -23,11 +24,16 @@ std::string LengthColumn(std::uint32_t length) {
 
 Totals PrintRecords(OxDataFile& file, bool verbose) {
   Totals totals;
+  OverlapLimit limit(file.GetPath());
   std::string line;
   const OxDataFile::Iterator end = file.End();
   for (OxDataFile::Iterator record = file.Begin(); record != end; ++record) {
     const OxString& name = record->GetName();
     if (name == WidgetArchive::kMetaDataName) continue;
+    if (!limit.Admits(name.size())) {
+      Console::Error("Error: the listing of '%s' ends early\n", file.GetPath().c_str());
+      break;
+    }
     line.clear();
     if (verbose) line = LengthColumn(record->GetDataLength());
     line += name.view();

@@ -2,6 +2,7 @@
 
 #include "Console.h"
 #include "ObjectIdentity.h"
+#include "OverlapLimit.h"
 #include "Posix/FileOps.h"
 #include "RecordExtraction.h"
 #include "Storage/OxDataFile.h"
@@ -29,10 +30,16 @@ bool ClearTarget(const OxPath& archive, const OxPath& bundle) {
 }
 
 bool ExtractAll(OxDataFile& file, const OxPath& bundle, bool verbose) {
+  OverlapLimit limit(file.GetPath());
   RecordExtraction extraction(bundle / OxPath(WidgetArchive::kContentsFolder), verbose);
   const OxDataFile::Iterator end = file.End();
   for (OxDataFile::Iterator record = file.Begin(); record != end; ++record) {
     if (record->GetName() == WidgetArchive::kMetaDataName) continue;
+    if (!limit.Admits(std::uint64_t{record->GetDataLength()} + record->GetName().size())) {
+      Console::Error("Error: the records of '%s' overlap, the rest is left out\n",
+                     file.GetPath().c_str());
+      return false;
+    }
     if (!extraction.Extract(*record)) return false;
   }
   return extraction.WasComplete();

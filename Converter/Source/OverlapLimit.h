@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+
+#include "Foundation/OxPath.h"
+
+/// Stops a walk over the records of an archive that was made to fill a disk or a terminal. In a sound
+/// archive no two records share bytes, so all of them together are no longer than it; here a few
+/// thousand may each claim the whole file, or one name as long as the file.
+///   Allows: what damage may do: 16 MiB, or eight times the archive's length where that is more.
+class OverlapLimit {
+ public:
+  /// An archive whose length cannot be asked gets the 16 MiB.
+  explicit OverlapLimit(const OxPath& archive);
+
+  /// Counts `bytes` that a record claims, no more than the whole archive. False when it is too much.
+  bool Admits(std::uint64_t bytes);
+
+ private:
+  std::uint64_t length_ = 0;  // Bytes of the archive.
+  std::uint64_t left_;        // What may still be claimed.
+};
