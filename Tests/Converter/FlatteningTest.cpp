@@ -6,6 +6,7 @@
 #include "Flattening.h"
 #include "Listing.h"
 #include "Streams.h"
+#include "Support/DocumentDump.h"
 #include "Support/FaultyFileOps.h"
 #include "Support/TemporaryFolder.h"
 
@@ -34,6 +35,13 @@ class Flattening : public testing::Test {
 
   TemporaryFolder folder;
 };
+
+TEST_F(Flattening, TheDocumentsDumpIsWhatTheToolWrites) {
+  folder.Write("Hello.widget/Contents/hello.wob", "<widget/>\n");
+  folder.Write("Hello.widget/Contents/Images/dot.png", "\x89PNG\r\n");
+  ASSERT_TRUE(FlattenBundle(Path("Hello.widget"), Path("hello"), false, false));
+  EXPECT_EQ(folder.Read("hello"), Support::DocumentDump("flat-archive-format.md", 1));
+}
 
 // A failing status query makes a file a stranger, and a subfolder that cannot be read is left out by
 // design; everything else has to end in the whole archive or in none.

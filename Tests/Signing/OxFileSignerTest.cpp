@@ -6,6 +6,7 @@
 
 #include "Signing/OxFileSigner.h"
 #include "Signing/SigningFixtures.h"
+#include "Support/DocumentDump.h"
 #include "Support/FaultyFileOps.h"
 #include "Support/TemporaryFolder.h"
 
@@ -42,6 +43,10 @@ class FileSigner : public testing::Test {
   Hux::SmartPtr<OxCertificate> short_ = Signer("rsa1024.pem", "rsa1024.key");
   Hux::SmartPtr<OxCertificate> long_ = Signer("rsa4096.pem", "rsa4096.key");
 };
+
+TEST_F(FileSigner, TheDocumentsDumpIsWhatSigningAppends) {
+  EXPECT_EQ(Signed(short_, "hello\n"), "hello\n" + Support::DocumentDump("signature-format.md", 1));
+}
 
 TEST_F(FileSigner, EveryChangeAndEveryCutIsNoticed) {
   const std::string good = Signed(valid_, kContent);

@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
 #include "Storage/ArchiveHelpers.h"
+#include "Support/DocumentDump.h"
 
 namespace {
 
-constexpr char kNone[] = "FFFFFFFFFFFFFFFF";
-
-TEST(FlatFile, SmallestArchiveIsHeaderIndexAndNameTable) {
+TEST(FlatFile, SmallestArchiveIsTheDumpOfTheDocument) {
   const Support::TemporaryFolder folder;
   for (const bool scrambled : {false, true}) {
     OxDataFile file(kWidget, folder.Path("a").c_str());
@@ -14,14 +13,9 @@ TEST(FlatFile, SmallestArchiveIsHeaderIndexAndNameTable) {
     EXPECT_EQ(file.IsProtected(), scrambled);
     EXPECT_EQ(folder.Read("a").size(), 72U);
     file.Close();
-    const std::string header = std::string("77646774") + "00000000" + "00000000" + "00000000" + kNone +
-                               kNone + kNone + kNone + "6800000000000000" + "4800000000000000" +
-                               (scrambled ? "01000000" : "00000000") + "00000000";
-    const std::string index =
-        std::string("20000000") + "FFFFFFFF" + "00000000" + "01000000" + kNone + kNone;
-    const std::string names =
-        std::string("20000000") + "FEFFFFFF" + "00000000" + "01000000" + kNone + kNone;
-    EXPECT_EQ(Hex(folder.Read("a")), header + index + names);
+    std::string expected = Support::DocumentDump("flat-archive-format.md", 2);
+    expected[64] = scrambled ? '\1' : '\0';
+    EXPECT_EQ(Hex(folder.Read("a")), Hex(expected));
   }
 }
 

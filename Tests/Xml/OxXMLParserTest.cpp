@@ -1,3 +1,5 @@
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -286,6 +288,17 @@ TEST(OxXMLError, MessagesOfEveryKind) {
   }
   EXPECT_EQ(Text(OxXMLError(OxXMLError::kUnexpectedEOF, 4000000000U).GetDescription()),
             "Unexpected EOF at line 4000000000");
+}
+
+TEST(OxXMLError, TheDocumentHasEveryMessage) {
+  std::ifstream file(OX_SOURCE_DIR "/Docs/description-files.md");
+  const std::string document{std::istreambuf_iterator<char>(file), {}};
+  for (std::int32_t kind = 0; kind <= OxXMLError::kDOMException; ++kind) {
+    const OxXMLError error(static_cast<OxXMLError::Error>(kind), "...", 77777);
+    std::string row = "| " + std::to_string(kind) + " | " + Text(error.GetDescription()) + " |";
+    if (const std::size_t line = row.find("77777"); line != std::string::npos) row.replace(line, 5, "N");
+    EXPECT_NE(document.find(row), std::string::npos) << row;
+  }
 }
 
 }  // namespace
