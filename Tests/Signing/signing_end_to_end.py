@@ -5,6 +5,7 @@ PROGRAM trusts FIXTURES/trust, SHIPPED_PROGRAM the shipped roots; TRUST_READER i
 """
 import pathlib
 import shutil
+import signal
 import struct
 import subprocess
 import sys
@@ -39,6 +40,19 @@ def sign(certificate, key, *options, reads=b""):
 def expect(what, got, wanted):
     if got != wanted:
         sys.exit(f"{what}: got {got!r}, wanted {wanted!r}")
+
+
+def memory_of(process):
+    process.send_signal(signal.SIGSTOP)
+    memory = b""
+    with open(f"/proc/{process.pid}/maps") as maps, open(f"/proc/{process.pid}/mem", "rb", 0) as source:
+        for where, access, *_ in map(str.split, maps):
+            start, end = (int(number, 16) for number in where.split("-"))
+            # The sanitizers reserve far more than anything could fill.
+            if access.startswith("rw") and end - start < 1 << 28:
+                source.seek(start)
+                memory += source.read(end - start)
+    return memory
 
 
 # Whom the program vouches for; what it signs, openssl verifies.
@@ -101,6 +115,26 @@ for key, options, result in [
         options = ["-pf", folder / "phrase"]
     expect((key, options), sign("valid.pem", f"{key}.key", *options, reads=b"open sesame\n"), result)
     expect((key, options), file.read_bytes() == CONTENT, result != (0, ""))
+
+# Once the archive is begun, the key was read: its pass phrase is nowhere in the memory of the program, which
+# waits with its error lines, one for each dangling link, until somebody reads them.
+contents = folder / "X.widget" / "Contents"
+for number in range(500):
+    (contents / str(number)).mkdir(parents=True)
+    (contents / str(number) / ("x" * 200)).symlink_to("nowhere")
+(contents / "main.wob").write_text("<widget/>")
+(folder / "phrase").write_bytes(b"open sesame")
+for options in (["-p", "open sesame"], ["-pf", folder / "phrase"]):
+    archive = folder / "archive"
+    with subprocess.Popen([PROGRAM, "-flat", folder / "X.widget", "-o", archive, "-sign", "-key",
+                           FIXTURES / "pkcs8-encrypted.key", "-cert", FIXTURES / "valid.pem", *options],
+                          stderr=subprocess.PIPE) as process:
+        while not archive.exists() and process.poll() is None:
+            pass
+        memory = memory_of(process)
+        process.kill()
+    expect(options, (b"X.widget" in memory, b"open sesame" in memory), (True, False))
+    archive.unlink()
 
 # Broken trust folders stop the configuring.
 listed = (FIXTURES / "trust" / "fingerprints.txt").read_text()
