@@ -24,7 +24,9 @@ class UnfinishedArchive {
       : interruption_(path.c_str()),
         file_(WidgetArchive::kTypeCode, path),
         opened_(file_.Open(Mode(protect))) {
-    if (opened_) interruption_.Arm();
+    if (!opened_) return;
+    interruption_.Arm();
+    file_.GatherAppends();
   }
   UnfinishedArchive(const UnfinishedArchive&) = delete;
   UnfinishedArchive& operator=(const UnfinishedArchive&) = delete;

@@ -62,6 +62,10 @@ FileStatus ArchiveFile::SetEOF(std::uint64_t length) {
   return cut != kStatusOk ? cut : status;
 }
 
+void ArchiveFile::GatherAppends() {
+  if (file_ != nullptr) file_->GatherAppends();
+}
+
 std::uint64_t ArchiveFile::ClampToLength(std::uint64_t wanted) const {
   if (mapping_ != nullptr) return std::min<std::uint64_t>(wanted, mapping_->GetSize());
   return file_ != nullptr ? file_->ClampToLength(wanted) : 0;

@@ -32,6 +32,7 @@ class ArchiveFile {
   FileStatus SetPosition(std::uint64_t position);
   FileStatus GoToEOF();                     ///< Files only.
   FileStatus SetEOF(std::uint64_t length);  ///< Files only.
+  void GatherAppends();                     ///< OxFile::GatherAppends(); files only.
   /// The smaller of `wanted` and the number of bytes there are.
   std::uint64_t ClampToLength(std::uint64_t wanted) const;
 

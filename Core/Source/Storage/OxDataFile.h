@@ -74,6 +74,10 @@ class OxDataFile {
   /// Writes index and name table, if the archive was opened for writing, and closes. Throws FileError
   /// when something could not be written, but is closed in any case.
   void Close();
+  /// This system's own extension, for a program that adds many records and, when anything fails, does
+  /// away with the archive: appended records reach the disk many at a time, so a failure to write one may
+  /// only be told by a later operation or by Close(). Nothing else changes.
+  void GatherAppends() { file_.GatherAppends(); }
   /// Closes without writing index and name table, and removes the file. Never throws; the status of the
   /// removal is ignored.
   void Delete();

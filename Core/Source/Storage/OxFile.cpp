@@ -1,6 +1,7 @@
 #include "Storage/OxFile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -75,7 +76,10 @@ void OxFile::Adopt(int fd) {
 
 FileStatus OxFile::Close() {
   if (!IsOpen()) return kStatusOk;
+  const FileStatus written = WriteGathered();
+  gathered_.End();
   const int result = Posix::Files().Close(std::exchange(fd_, -1));
+  if (written != kStatusOk) return written;
   return result == -EINTR ? kStatusOk : StatusOfResult(result);
 }
 
@@ -115,6 +119,13 @@ FileStatus OxFile::GoToEOF() {
 
 FileStatus OxFile::SetEOF(std::uint64_t length) {
   if (!IsOpen()) return kStatusNotOpen;
+  if (length <= length_ && length_ - length <= gathered_.Bytes().size()) {
+    gathered_.DropBack(length_ - length);
+    length_ = length;
+    return kStatusOk;
+  }
+  const FileStatus status = WriteGathered();
+  if (status != kStatusOk) return status;
   const int result = RepeatInterrupted([&] { return Posix::Files().SetLength(fd_, length); });
   if (result >= 0) length_ = length;
   return StatusOfResult(result);
@@ -132,7 +143,9 @@ std::uint64_t OxFile::GetLength() const {
   return length_;
 }
 
+// What was gathered lies at the end, behind what the system knows of.
 FileStatus OxFile::RefreshLength() const {
+  if (!gathered_.IsEmpty()) return kStatusOk;
   Posix::FileInfo info;
   const int result = RepeatInterrupted([&] { return Posix::Files().OpenStatus(fd_, info); });
   if (result >= 0) length_ = info.size;
@@ -140,6 +153,7 @@ FileStatus OxFile::RefreshLength() const {
 }
 
 FileStatus OxFile::Delete() {
+  gathered_.End();
   Close();
   return StatusOfResult(RepeatInterrupted([&] { return Posix::Files().RemoveFile(path_.c_str()); }));
 }
@@ -149,9 +163,11 @@ bool OxFile::ExistsAt(const char* path) {
   return RepeatInterrupted([&] { return Posix::Files().Status(path, info); }) >= 0;
 }
 
-FileStatus OxFile::ReadAt(std::uint64_t position, std::span<std::byte> out, std::size_t& actual) const {
+FileStatus OxFile::ReadAt(std::uint64_t position, std::span<std::byte> out, std::size_t& actual) {
   actual = 0;
   if (!IsOpen()) return kStatusNotOpen;
+  const FileStatus settled = WriteGathered();
+  if (settled != kStatusOk) return settled;
   while (actual < out.size()) {
     const std::uint64_t at = position + actual;
     if (at < position || at > kLastPosition) return kStatusEndOfFile;
@@ -175,6 +191,37 @@ FileStatus OxFile::WritePieces(std::uint64_t position, std::span<const Posix::Pi
   if (!IsOpen()) return kStatusNotOpen;
   const std::size_t total = TotalSize(pieces);
   if (total == 0) return kStatusOk;
+  if (position == length_ && gathered_.HasRoomFor(total)) {
+    gathered_.Add(pieces);
+    length_ += written = total;
+    return kStatusOk;
+  }
+  if (position == length_) return WriteWithGathered(pieces, written);
+  const FileStatus status = WriteGathered();
+  return status != kStatusOk ? status : WriteAll(position, pieces, written);
+}
+
+FileStatus OxFile::WriteGathered() {
+  std::size_t written = 0;
+  return gathered_.IsEmpty() ? kStatusOk : WriteWithGathered({}, written);
+}
+
+// Writes what was gathered and, behind it, the pieces.
+FileStatus OxFile::WriteWithGathered(std::span<const Posix::Piece> pieces, std::size_t& written) {
+  if (gathered_.IsEmpty()) return WriteAll(length_, pieces, written);
+  const std::size_t owed = gathered_.Bytes().size();
+  std::vector<Posix::Piece> all = {gathered_.Bytes()};
+  all.insert(all.end(), pieces.begin(), pieces.end());
+  std::size_t total = 0;
+  const FileStatus status = WriteAll(length_ - owed, all, total);
+  gathered_.DropFront(std::min(total, owed));
+  written = total - std::min(total, owed);
+  return status;
+}
+
+FileStatus OxFile::WriteAll(std::uint64_t position, std::span<const Posix::Piece> pieces,
+                            std::size_t& written) {
+  const std::size_t total = TotalSize(pieces);
   FileStatus status = WriteSome(position, pieces, written);
   if (status != kStatusOk || written == total) return status;
   std::vector<Posix::Piece> rest(pieces.begin(), pieces.end());
@@ -197,7 +244,8 @@ FileStatus OxFile::WriteSome(std::uint64_t position, std::span<const Posix::Piec
 }
 
 std::int64_t OxFile::CopyInKernel(std::uint64_t position, OxFile& target, std::uint64_t targetPosition,
-                                  std::size_t count) const {
+                                  std::size_t count) {
+  if (WriteGathered() != kStatusOk || target.WriteGathered() != kStatusOk) return -EIO;
   const std::int64_t copied = RepeatInterrupted(
       [&] { return Posix::Files().CopyRange(fd_, position, target.fd_, targetPosition, count); });
   if (copied > 0) {

@@ -9,6 +9,7 @@
 #include "Foundation/OxString.h"
 #include "Posix/FileOps.h"
 #include "Storage/FileStatus.h"
+#include "Storage/GatheredAppends.h"
 
 /// A positioned byte stream on one regular file.
 ///   Shape:    closed -> Open() -> open -> Close() -> closed; the destructor closes.
@@ -50,8 +51,13 @@ class OxFile {
   bool IsOpen() const { return fd_ >= 0; }
   /// Whether the last successful Open() made the file.
   bool WasCreated() const { return created_; }
-  /// The status of the system's own close, which may be the last to report a failed write.
+  /// The first failure of writing what was gathered and of the system's own close, which may be the last
+  /// to report a failed write.
   FileStatus Close();
+  /// From here until the file is closed, writes at its end are gathered in memory and reach the disk
+  /// together, at the latest before the next read, any other write, and Close(). A write that fails is
+  /// told by whatever came to it, and what it could not write is kept for another try.
+  void GatherAppends() { gathered_.Begin(); }
 
   /// Reads up to `count` bytes at the position and moves it; kStatusEndOfFile when fewer were there.
   /// `actual`, unless null, receives the bytes read, also on a failure.
@@ -69,7 +75,8 @@ class OxFile {
   /// Throws FileNotOpen or FileError.
   std::uint64_t GetLength() const;
 
-  /// Closes the file and removes what the path names: a link itself, never a folder.
+  /// Closes the file, drops what was gathered, and removes what the path names: a link itself, never a
+  /// folder.
   FileStatus Delete();
   /// True if open, else whether the path names an existing object (links are followed).
   bool Exists() const { return IsOpen() || ExistsAt(path_.c_str()); }
@@ -79,13 +86,13 @@ class OxFile {
 
   /// Fills `out` from `position`; `actual` receives the bytes read. kStatusEndOfFile when the file ends
   /// first, for any position.
-  FileStatus ReadAt(std::uint64_t position, std::span<std::byte> out, std::size_t& actual) const;
+  FileStatus ReadAt(std::uint64_t position, std::span<std::byte> out, std::size_t& actual);
   /// Writes the pieces one behind the other; in one system call unless the system takes only a part.
   FileStatus WriteAt(std::uint64_t position, std::span<const Posix::Piece> pieces);
   /// Posix::FileOps::CopyRange() from this file to `target`, an interrupted call repeated: the bytes
-  /// copied, 0 at the end of this file, or a negated errno value.
+  /// copied, 0 at the end of this file, or a negative number when they have to be read and written.
   std::int64_t CopyInKernel(std::uint64_t position, OxFile& target, std::uint64_t targetPosition,
-                            std::size_t count) const;
+                            std::size_t count);
   /// The permission bits and the time of the last modification.
   FileStatus CopyAttributesTo(OxFile& target) const;
   /// The smaller of `wanted` and the file's length; the system is asked only when `wanted` lies beyond
@@ -100,8 +107,12 @@ class OxFile {
   FileStatus OpenNew(unsigned flags);
   void Adopt(int fd);
   FileStatus RefreshLength() const;
+  FileStatus WriteGathered();
+  FileStatus WriteWithGathered(std::span<const Posix::Piece> pieces, std::size_t& written);
   FileStatus WritePieces(std::uint64_t position, std::span<const Posix::Piece> pieces,
                          std::size_t& written);
+  FileStatus WriteAll(std::uint64_t position, std::span<const Posix::Piece> pieces,
+                      std::size_t& written);
   FileStatus WriteSome(std::uint64_t position, std::span<const Posix::Piece> pieces,
                        std::size_t& written);
 
@@ -110,5 +121,6 @@ class OxFile {
   bool writable_ = false;
   bool created_ = false;
   std::uint64_t position_ = 0;
-  mutable std::uint64_t length_ = 0;
+  mutable std::uint64_t length_ = 0;  // With what was gathered.
+  GatheredAppends gathered_;
 };

@@ -11,7 +11,7 @@ constexpr std::size_t kBytesPerCall = 4096;
 
 }  // namespace
 
-FileStatus ReadWindow::View(const OxFile& file, std::uint64_t position, std::size_t count,
+FileStatus ReadWindow::View(OxFile& file, std::uint64_t position, std::size_t count,
                             std::span<const std::byte>& bytes) {
   FileStatus status = kStatusOk;
   if (Holds(position, count)) {
@@ -28,7 +28,7 @@ bool ReadWindow::Holds(std::uint64_t position, std::size_t count) const {
   return position >= start_ && position - start_ <= size_ && count <= size_ - (position - start_);
 }
 
-FileStatus ReadWindow::Fill(const OxFile& file, std::uint64_t position, std::size_t count) {
+FileStatus ReadWindow::Fill(OxFile& file, std::uint64_t position, std::size_t count) {
   const bool paidOff = size_ > 0 && hits_ * kBytesPerCall >= size_;
   stretch_ = paidOff ? std::min(2 * stretch_, kLargest) : std::max(stretch_ / 2, kSmallest);
   const std::size_t wanted = std::max(count, stretch_);

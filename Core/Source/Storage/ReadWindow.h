@@ -17,13 +17,13 @@ class ReadWindow {
 
   /// Sets `bytes` to what the file holds at `position`, at most `count` (up to kLargest) bytes; valid
   /// until the next call. kStatusEndOfFile when the file ends first.
-  FileStatus View(const OxFile& file, std::uint64_t position, std::size_t count,
+  FileStatus View(OxFile& file, std::uint64_t position, std::size_t count,
                   std::span<const std::byte>& bytes);
   void Forget() { size_ = 0; }
 
  private:
   bool Holds(std::uint64_t position, std::size_t count) const;
-  FileStatus Fill(const OxFile& file, std::uint64_t position, std::size_t count);
+  FileStatus Fill(OxFile& file, std::uint64_t position, std::size_t count);
 
   std::unique_ptr<std::byte[]> bytes_;
   std::size_t capacity_ = 0;
