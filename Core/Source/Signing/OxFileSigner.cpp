@@ -1,8 +1,11 @@
 #include "Signing/OxFileSigner.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <new>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -25,10 +28,26 @@ OxBuffer Copy(std::string_view bytes) {
   return OxBuffer(bytes.data(), bytes.size());
 }
 
-// Mapped files are below 4 GiB.
 void Feed(OxSignature& signature, std::string_view bytes) {
   signature.UpdateDigest(reinterpret_cast<const unsigned char*>(bytes.data()),
                          static_cast<unsigned int>(bytes.size()));
+}
+
+// The content is read, not looked at in the mapping: taking a mapping in page by page costs more than a
+// copy that stays in the cache, and a file that is cut short meanwhile is a failure, not the process's end.
+bool FeedContent(OxSignature& signature, const OxString& path, std::uint64_t length) {
+  constexpr std::size_t kChunk = 256 * 1024;
+  OxFile file(path);
+  if (file.Open(OxFile::kRead) != kStatusOk) return false;
+  const auto buffer = std::make_unique_for_overwrite<std::byte[]>(kChunk);
+  for (std::uint64_t position = 0; position < length;) {
+    const std::span<std::byte> chunk(buffer.get(), std::min<std::uint64_t>(length - position, kChunk));
+    std::size_t got = 0;
+    if (file.ReadAt(position, chunk, got) != kStatusOk) return false;
+    Feed(signature, {reinterpret_cast<const char*>(chunk.data()), got});
+    position += got;
+  }
+  return true;
 }
 
 // What signing changes at the end of a file, with what it takes to put it back.
@@ -91,7 +110,7 @@ std::int32_t SignFile(const OxString& path, const Hux::SmartPtr<OxCertificate>& 
   const std::string_view content = ContentToSign(file);
   const OxBuffer pem = certificate ? certificate->GetAsPEM() : OxBuffer();
   OxSignature signature(certificate);
-  Feed(signature, content);
+  if (!FeedContent(signature, path, content.size())) return OxFileSigner::kCannotOpen;
   Feed(signature, pem.view());
   OxBuffer text;
   signature.SignBase64(text);
@@ -115,11 +134,11 @@ bool IsEmptyFile(const OxString& path) {
   return file.Open(OxFile::kRead) == 0 && file.GetLastKnownLength() == 0;
 }
 
-std::int32_t CheckTrailer(std::string_view content, const SignatureTrailer& trailer, OxString& signer,
-                          unsigned long& trust) {
+std::int32_t CheckTrailer(const OxString& path, std::uint64_t contentLength,
+                          const SignatureTrailer& trailer, OxString& signer, unsigned long& trust) {
   const Hux::SmartPtr<OxCertificate> certificate = OxCertificate::Make(Copy(trailer.certificate));
   OxSignature signature(certificate);
-  Feed(signature, content);
+  if (!FeedContent(signature, path, contentLength)) return OxFileSigner::kUnreadable;
   Feed(signature, trailer.certificate);
   signer = certificate->GetSigner();
   if (trailer.signature.size() > kLongestSignatureText) return OxFileSigner::kMismatch;
@@ -141,7 +160,7 @@ std::int32_t VerifyFile(const OxString& path, OxString& signer, unsigned long& t
   const std::size_t start = file.size() - *length;
   const std::optional<SignatureTrailer> trailer = SignatureTrailer::Parse(file.substr(start));
   if (!trailer) return OxFileSigner::kUnreadable;
-  return CheckTrailer(file.substr(0, start), *trailer, signer, trust);
+  return CheckTrailer(path, start, *trailer, signer, trust);
 }
 
 }  // namespace
