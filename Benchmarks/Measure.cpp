@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdio>
+
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/resource.h>
