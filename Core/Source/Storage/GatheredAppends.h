@@ -11,8 +11,8 @@
 /// writes is what makes an archive of many small files cheap.
 class GatheredAppends {
  public:
-  /// The most that is gathered, in bytes: the size from which a larger write is no faster.
-  static constexpr std::size_t kCapacity = 256 * 1024;
+  /// The most that is gathered, in bytes. More makes no bundle faster, and the memory has to be paged in.
+  static constexpr std::size_t kCapacity = 64 * 1024;
 
   /// Gathers from now on; until then nothing is taken.
   void Begin();
