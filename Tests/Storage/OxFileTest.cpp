@@ -122,6 +122,7 @@ TEST(OxFile, PositionsAndLengths) {
   file.Write("more", 4);
   EXPECT_EQ(reader.GetLength(), 16U) << "a reader sees the file grow";
   EXPECT_EQ(reader.SetPosition(16), 0);
+  EXPECT_NE(reader.SetEOF(16), 0) << "also where nothing would change";
   EXPECT_EQ(file.Delete(), 0);
   EXPECT_EQ(file.Delete(), kStatusFileNotFound);
   EXPECT_FALSE(file.Exists());

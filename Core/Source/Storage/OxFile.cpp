@@ -119,7 +119,7 @@ FileStatus OxFile::GoToEOF() {
 
 FileStatus OxFile::SetEOF(std::uint64_t length) {
   if (!IsOpen()) return kStatusNotOpen;
-  if (length <= length_ && length_ - length <= gathered_.Bytes().size()) {
+  if (IsInGathered(length)) {
     gathered_.DropBack(length_ - length);
     length_ = length;
     return kStatusOk;
@@ -129,6 +129,10 @@ FileStatus OxFile::SetEOF(std::uint64_t length) {
   const int result = RepeatInterrupted([&] { return Posix::Files().SetLength(fd_, length); });
   if (result >= 0) length_ = length;
   return StatusOfResult(result);
+}
+
+bool OxFile::IsInGathered(std::uint64_t position) const {
+  return !gathered_.IsEmpty() && position <= length_ && length_ - position <= gathered_.Bytes().size();
 }
 
 std::uint64_t OxFile::GetPosition() const {

@@ -107,6 +107,7 @@ class OxFile {
   FileStatus OpenNew(unsigned flags);
   void Adopt(int fd);
   FileStatus RefreshLength() const;
+  bool IsInGathered(std::uint64_t position) const;
   FileStatus WriteGathered();
   FileStatus WriteWithGathered(std::span<const Posix::Piece> pieces, std::size_t& written);
   FileStatus WritePieces(std::uint64_t position, std::span<const Posix::Piece> pieces,
