@@ -58,12 +58,11 @@ class FieldReader {
   const std::byte* at_;
 };
 
-}  // namespace
+// The order of the fields, for a writer and for a reader.
 
-std::array<std::byte, kFileHeaderSize> Encode(const FileHeader& header) {
-  std::array<std::byte, kFileHeaderSize> bytes;
-  FieldWriter(bytes.data())
-      .Big(header.typeCode)
+template <typename Codec, typename Header>
+void CodeFileHeader(Codec codec, Header& header) {
+  codec.Big(header.typeCode)
       .Little(header.reserved)
       .Little(header.recordCount)
       .Little(header.freeCount)
@@ -73,24 +72,40 @@ std::array<std::byte, kFileHeaderSize> Encode(const FileHeader& header) {
       .Little(header.indexPos)
       .Little(header.flags)
       .Little(header.reserved2);
-  return bytes;
 }
 
-std::array<std::byte, kRecordHeaderSize> Encode(const RecordHeader& header) {
-  std::array<std::byte, kRecordHeaderSize> bytes;
-  FieldWriter(bytes.data())
-      .Little(header.blockSize)
+template <typename Codec, typename Header>
+void CodeRecordHeader(Codec codec, Header& header) {
+  codec.Little(header.blockSize)
       .Little(header.nameOffset)
       .Little(header.dataLength)
       .Little(header.flags)
       .Little(header.next)
       .Little(header.prev);
+}
+
+template <typename Codec, typename Entry>
+void CodeIndexEntry(Codec codec, Entry& entry) {
+  codec.Little(entry.nameOffset).Little(entry.reserved).Little(entry.position);
+}
+
+}  // namespace
+
+std::array<std::byte, kFileHeaderSize> Encode(const FileHeader& header) {
+  std::array<std::byte, kFileHeaderSize> bytes;
+  CodeFileHeader(FieldWriter(bytes.data()), header);
+  return bytes;
+}
+
+std::array<std::byte, kRecordHeaderSize> Encode(const RecordHeader& header) {
+  std::array<std::byte, kRecordHeaderSize> bytes;
+  CodeRecordHeader(FieldWriter(bytes.data()), header);
   return bytes;
 }
 
 std::array<std::byte, kIndexEntrySize> Encode(const IndexEntry& entry) {
   std::array<std::byte, kIndexEntrySize> bytes;
-  FieldWriter(bytes.data()).Little(entry.nameOffset).Little(entry.reserved).Little(entry.position);
+  CodeIndexEntry(FieldWriter(bytes.data()), entry);
   return bytes;
 }
 
@@ -102,35 +117,19 @@ std::array<std::byte, 8> EncodePosition(std::uint64_t position) {
 
 FileHeader DecodeFileHeader(std::span<const std::byte, kFileHeaderSize> bytes) {
   FileHeader header;
-  FieldReader(bytes.data())
-      .Big(header.typeCode)
-      .Little(header.reserved)
-      .Little(header.recordCount)
-      .Little(header.freeCount)
-      .List(header.usedList)
-      .List(header.freeList)
-      .Little(header.nameTablePos)
-      .Little(header.indexPos)
-      .Little(header.flags)
-      .Little(header.reserved2);
+  CodeFileHeader(FieldReader(bytes.data()), header);
   return header;
 }
 
 RecordHeader DecodeRecordHeader(std::span<const std::byte, kRecordHeaderSize> bytes) {
   RecordHeader header;
-  FieldReader(bytes.data())
-      .Little(header.blockSize)
-      .Little(header.nameOffset)
-      .Little(header.dataLength)
-      .Little(header.flags)
-      .Little(header.next)
-      .Little(header.prev);
+  CodeRecordHeader(FieldReader(bytes.data()), header);
   return header;
 }
 
 IndexEntry DecodeIndexEntry(std::span<const std::byte, kIndexEntrySize> bytes) {
   IndexEntry entry;
-  FieldReader(bytes.data()).Little(entry.nameOffset).Little(entry.reserved).Little(entry.position);
+  CodeIndexEntry(FieldReader(bytes.data()), entry);
   return entry;
 }
 

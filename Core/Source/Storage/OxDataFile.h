@@ -159,6 +159,7 @@ class OxDataFile {
  private:
   struct Payload;
   struct Placement;
+  using Link = std::uint64_t FlatFile::RecordHeader::*;
 
   // Opening and closing.
   bool OpenArchive(short mode);
@@ -179,8 +180,7 @@ class OxDataFile {
 
   // Lists.
   LinkTrail::NextOf LinkReader();
-  FileStatus SetNext(std::uint64_t block, std::uint64_t next);
-  FileStatus SetPrev(std::uint64_t block, std::uint64_t prev);
+  FileStatus SetLink(std::uint64_t block, Link link, std::uint64_t position);
   FileStatus LinkBlock(std::uint64_t block, FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
   FileStatus UnlinkBlock(FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
 

@@ -303,19 +303,11 @@ LinkTrail::NextOf OxDataFile::LinkReader() {
   };
 }
 
-FileStatus OxDataFile::SetNext(std::uint64_t block, std::uint64_t next) {
+FileStatus OxDataFile::SetLink(std::uint64_t block, Link link, std::uint64_t position) {
   RecordHeader header;
   const FileStatus status = ReadHeaderAt(block, header);
   if (status != kStatusOk) return status;
-  header.next = next;
-  return WriteHeaderAt(block, header);
-}
-
-FileStatus OxDataFile::SetPrev(std::uint64_t block, std::uint64_t prev) {
-  RecordHeader header;
-  const FileStatus status = ReadHeaderAt(block, header);
-  if (status != kStatusOk) return status;
-  header.prev = prev;
+  header.*link = position;
   return WriteHeaderAt(block, header);
 }
 
@@ -326,7 +318,7 @@ FileStatus OxDataFile::LinkBlock(std::uint64_t block, RecordHeader& header, Link
   if (list.head == kNoPosition) {
     list.head = block;
   } else if (!file_.PutOff().TakeLink(list.tail, block)) {
-    status = SetNext(list.tail, block);
+    status = SetLink(list.tail, &RecordHeader::next, block);
   }
   list.tail = block;
   return status;
@@ -339,12 +331,12 @@ FileStatus OxDataFile::UnlinkBlock(RecordHeader& header, LinkedList& list) {
   if (header.prev == kNoPosition) {
     list.head = header.next;
   } else {
-    before = SetNext(header.prev, header.next);
+    before = SetLink(header.prev, &RecordHeader::next, header.next);
   }
   if (header.next == kNoPosition) {
     list.tail = header.prev;
   } else {
-    behind = SetPrev(header.next, header.prev);
+    behind = SetLink(header.next, &RecordHeader::prev, header.prev);
   }
   header.next = kNoPosition;
   header.prev = kNoPosition;
