@@ -40,6 +40,7 @@ void MakeInputs(const FuzzFolder& folder) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const FuzzFolder folder;
+  static const std::filesystem::path home = std::filesystem::current_path();  // Of the corpus's paths.
   static const bool ready = (SilenceBothStreams(), true);
   (void)ready;
   std::filesystem::current_path(folder.File("."));
@@ -59,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   arguments.push_back(nullptr);
   const int status = RunConverter(static_cast<int>(texts.size()), arguments.data());
   Require(status == 0 || status == 1, "the exit status is 0 or 1");
-  std::filesystem::current_path("/");
+  std::filesystem::current_path(home);
   for (const auto& entry : std::filesystem::directory_iterator(folder.File(".")))
     std::filesystem::remove_all(entry);
   return 0;
