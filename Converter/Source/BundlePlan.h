@@ -10,6 +10,7 @@
 /// What a bundle's files become, in order: one step per record, and one per thing that can't become one.
 class BundlePlan {
  public:
+  /// What becomes of an entry.
   enum class StepKind : std::uint8_t {
     kFile,
     kUnusableName,    ///< A name that no path can hold (not UTF-8, or with a backslash): never readable.
@@ -17,10 +18,11 @@ class BundlePlan {
     kLeftOut,         ///< A file that another one replaces.
   };
 
+  /// One entry of a folder.
   struct Step {
-    OxString leaf;             ///< The last component; bytes that are not UTF-8 are shown as "?".
-    std::uint32_t folder = 0;  ///< Where it lies, as an index into the folders.
-    StepKind kind = StepKind::kFile;
+    OxString leaf;                    ///< The last component; bytes that are not UTF-8 are shown as "?".
+    std::uint32_t folder = 0;         ///< Where it lies, as an index into the folders.
+    StepKind kind = StepKind::kFile;  ///< What becomes of it.
   };
 
   /// Folder 0 is the one that the plan is for. A folder's steps, with those of the folders inside it,
@@ -31,15 +33,18 @@ class BundlePlan {
     std::size_t end = 0;  ///< The first step behind it.
   };
 
-  std::vector<Step> steps;
-  std::vector<Folder> folders;
+  std::vector<Step> steps;      ///< In the order of the records.
+  std::vector<Folder> folders;  ///< In the order in which the walk entered them.
   /// Steps that store, under their own name, the file of a later step.
   std::unordered_map<std::size_t, std::size_t> replacements;
 
+  /// The record's own name, also when it gets another file's bytes.
   OxString RecordName(std::size_t step) const;
   /// The file whose bytes the record gets, and its last component.
   OxString SourcePath(std::size_t step) const;
+  /// For error lines.
   const OxString& SourceLeaf(std::size_t step) const { return steps[SourceOf(step)].leaf; }
+  /// Where an unreadable file fails the run.
   bool IsInFirstFolder(std::size_t step) const { return steps[step].folder == 0; }
   /// The first step behind the folder that a step lies in.
   std::size_t EndOfFolder(std::size_t step) const { return folders[steps[step].folder].end; }

@@ -16,18 +16,19 @@ struct RunOptions {
   /// Wipes the pass phrase and what its users have left of it on the stack below the caller.
   void ForgetPassPhrase();
 
+  /// The file or bundle that the jobs work on; the output of one job is the input of the next.
   OxPath input;
-  OxPath output;
-  OxPath certificate;
-  OxString privateKey;
-  OxString passPhrase;
-  OxString passPhraseFile;
-  bool verify = false;
-  bool flatten = false;
-  bool unflatten = false;
-  bool sign = false;
-  bool verbose = false;
-  bool list = false;
+  OxPath output;            ///< As given, then as resolved.
+  OxPath certificate;       ///< PEM.
+  OxString privateKey;      ///< The key's file, PEM.
+  OxString passPhrase;      ///< Secret.
+  OxString passPhraseFile;  ///< Holds the pass phrase.
+  bool verify = false;      ///< Ignored beside `sign`.
+  bool flatten = false;     ///< The bundle into an archive.
+  bool unflatten = false;   ///< The archive into a bundle.
+  bool sign = false;        ///< Append a signature.
+  bool verbose = false;     ///< Banner and progress lines.
+  bool list = false;        ///< Ends the run by itself.
 };
 
 /// Reads the arguments (without the program's name) from left to right; a later value replaces an

@@ -11,6 +11,7 @@ namespace Console {
 
 /// Writes text to standard output. A failure is remembered by the stream and reported by Finish().
 void Print(std::string_view text);
+/// The same, formatted.
 void PrintFormatted(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 /// Flushes standard output and writes one line (the format brings its own line end) to standard

@@ -11,6 +11,7 @@
 ///   Stays in: no record is written outside that folder.
 class RecordExtraction {
  public:
+  /// `contents` is the folder; it need not exist.
   RecordExtraction(const OxPath& contents, bool verbose) : contents_(contents), verbose_(verbose) {}
 
   /// Writes one record; when `verbose`, a line says so. False, after a line on standard error, when its

@@ -16,7 +16,7 @@ class WipedText {
     SecureZeroMemory(text_.data(), text_.size());
   }
 
-  std::string& storage() { return text_; }
+  std::string& storage() { return text_; }  ///< The memory itself.
 
  private:
   std::string text_;

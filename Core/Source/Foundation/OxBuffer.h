@@ -15,6 +15,7 @@ class OxBuffer {
   /// Index or range beyond the length.
   class OutOfRange {};
 
+  /// A part of a buffer.
   struct Range {
     std::uint32_t start = 0;   ///< Bytes from the front.
     std::uint32_t length = 0;  ///< Bytes.
@@ -33,13 +34,15 @@ class OxBuffer {
   OxBuffer& operator=(OxBuffer&& other) noexcept;
   ~OxBuffer();
 
-  std::uint32_t length() const { return length_; }
-  std::uint32_t capacity() const { return capacity_; }
-  bool empty() const { return length_ == 0; }
+  std::uint32_t length() const { return length_; }      ///< Bytes.
+  std::uint32_t capacity() const { return capacity_; }  ///< Bytes of storage.
+  bool empty() const { return length_ == 0; }           ///< Whether the length is 0.
+  /// The first byte, or null without storage; valid until the length changes.
   char* data() { return data_; }
   const char* data() const { return data_; }
-  std::string_view view() const { return {data_, length_}; }
+  std::string_view view() const { return {data_, length_}; }  ///< Valid as data() is.
 
+  /// Replaces the content; null counts as no bytes.
   void Assign(const char* bytes, std::size_t count);
   void Assign(const char* text);
 
@@ -49,6 +52,7 @@ class OxBuffer {
   /// Appends one byte, also the zero byte.
   void Append(char byte);
   void Append(const OxBuffer& other);
+  /// As Append().
   OxBuffer& operator+=(const char* text);
   OxBuffer& operator+=(char byte);
   OxBuffer& operator+=(const OxBuffer& other);
@@ -58,7 +62,7 @@ class OxBuffer {
   char& operator[](std::size_t index);
   const char& operator[](std::size_t index) const;
 
-  void Clear() { SetLength(0); }
+  void Clear() { SetLength(0); }  ///< Gives the storage back.
   /// Sets the length and keeps the bytes that fit. 0 gives the storage back; the first storage has ten
   /// bytes to spare, growth past the capacity half as much again; below half of the current length the
   /// storage shrinks to `length` + 10.
@@ -70,13 +74,14 @@ class OxBuffer {
   /// Throws OutOfRange when the range ends beyond the length.
   void Replace(const Range& range, const char* bytes, std::size_t count);
 
+  /// The same bytes.
   bool operator==(const OxBuffer& other) const;
   /// Deliberate: the same answer as ==, true when EQUAL. Never use it to test for difference.
   bool operator!=(const OxBuffer& other) const { return *this == other; }
 
   /// Swaps the two bytes of every 16-bit unit; false, and nothing changed, when empty or of odd length.
   bool ByteSwap16();
-  OxBuffer MakeReversed() const;
+  OxBuffer MakeReversed() const;  ///< The last byte first.
 
   /// Upper-case digits, two per byte.
   OxBuffer ConvertToHex() const;

@@ -11,24 +11,27 @@
 class OxPath {
  public:
   OxPath() = default;
+  /// The text in normal form.
   OxPath(const OxString& text);
   OxPath(const char* text) : OxPath(OxString(text)) {}
+  /// The text in normal form.
   OxPath& operator=(const OxString& text);
   OxPath& operator=(const char* text) { return *this = OxString(text); }
 
-  void clear();
+  void clear();  ///< Makes the path empty.
 
-  const OxString& portable_string() const { return text_; }
+  const OxString& portable_string() const { return text_; }  ///< The text, with "/".
+  /// The text as this system's calls take it: the same.
   const OxString& native_string() const { return text_; }
 
-  OxString root_name() const { return {}; }  ///< A drive's name; this platform has none.
-  OxString root_directory() const;           ///< "/" or empty.
-  OxString root_path() const { return root_directory(); }
-  bool has_root_name() const { return false; }
-  bool has_root_directory() const;
-  bool has_relative_path() const;
-  bool is_complete() const { return has_root_directory(); }
-  OxString relative_path() const;  ///< The text without the root.
+  OxString root_name() const { return {}; }                  ///< A drive's name; this platform has none.
+  OxString root_directory() const;                           ///< "/" or empty.
+  OxString root_path() const { return root_directory(); }    ///< Name and directory.
+  bool has_root_name() const { return false; }               ///< Never here.
+  bool has_root_directory() const;                           ///< Whether the text begins with "/".
+  bool has_relative_path() const;                            ///< Whether anything follows the root.
+  bool is_complete() const { return has_root_directory(); }  ///< Whether the path is absolute.
+  OxString relative_path() const;                            ///< The text without the root.
 
   OxString leaf() const;       ///< The last component; "/" for the path "/".
   OxString basename() const;   ///< The leaf without its last "." and what follows.
@@ -52,12 +55,13 @@ class OxPath {
   OxPath& append_component(const OxPath& component);
   OxPath& append_component(const OxString& component) { return append_component(OxPath(component)); }
   OxPath& append_component(const char* component) { return append_component(OxPath(component)); }
+  /// As append_component().
   OxPath& operator/=(const OxPath& component) { return append_component(component); }
-  OxPath operator/(const OxPath& component) const;
+  OxPath operator/(const OxPath& component) const;  ///< The same on a copy.
 
   bool operator==(const OxPath& other) const;  ///< Ignores letter case.
 
-  OxPath& normalize();
+  OxPath& normalize();  ///< Brings the text to the normal form.
   /// Makes the path absolute against the working directory ("~" and "~user" against a home directory)
   /// and resolves it through the file system.
   OxPath& make_absolute();

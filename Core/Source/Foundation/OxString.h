@@ -25,7 +25,9 @@
 ///            read, in other text by a walk from the front.
 class OxString {
  public:
+  /// A position or a count; signed, as -1 has a meaning.
   using Index = std::int64_t;
+  /// Whether letter case counts.
   enum ECaseSense { kCaseSensitive = 0, kCaseInsensitive = 1 };
 
   /// Bytes that are not acceptable UTF-8.
@@ -38,7 +40,7 @@ class OxString {
   OxString() noexcept = default;
   OxString(const OxString& other);
   OxString(OxString&& other) noexcept;
-  OxString(std::nullptr_t) noexcept {}
+  OxString(std::nullptr_t) noexcept {}  ///< Empty.
   /// Zero-terminated UTF-8; null gives an empty string. Throws InvalidEncoding.
   OxString(const char* utf8) { set(utf8); }
   OxString(const char* utf8, std::size_t bytes) { set(utf8, bytes); }
@@ -57,6 +59,7 @@ class OxString {
 
   OxString& operator=(const OxString& other);
   OxString& operator=(OxString&& other) noexcept;
+  /// As set().
   OxString& operator=(std::nullptr_t) { return clear(); }
   OxString& operator=(const char* utf8) { return set(utf8); }
   OxString& operator=(const unsigned short* utf16) { return set(utf16); }
@@ -79,8 +82,10 @@ class OxString {
 
   /// printf-style; a null or empty format clears the string, a failing formatter leaves it unchanged.
   OxString& format(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+  /// The same for arguments that were begun already.
   OxString& format_v(const char* fmt, va_list arguments) __attribute__((format(printf, 2, 0)));
 
+  /// Empties the text and gives its storage back; the bytes are not overwritten.
   OxString& clear();
   /// Overwrites every byte that this string ever held and still owns, then clears it.
   void secure_clear();
@@ -89,8 +94,9 @@ class OxString {
 
   std::uint32_t length() const { return length_; }  ///< Code points.
   std::uint32_t size() const { return size_; }      ///< Bytes without the terminator.
-  bool empty() const { return length_ == 0; }
-  const char* c_str() const { return Data(); }  ///< Zero-terminated, never null.
+  bool empty() const { return length_ == 0; }       ///< Whether there is no code point.
+  const char* c_str() const { return Data(); }      ///< Zero-terminated, never null.
+  /// The UTF-8 bytes; valid until the text changes.
   std::string_view view() const { return {Data(), size_}; }
   /// True when every character is one byte, so that positions in bytes and in characters agree.
   bool is_ascii() const { return size_ == length_; }
@@ -110,10 +116,11 @@ class OxString {
   /// The first number in the text, other characters before it skipped ("abc12" is 12), 32-bit with
   /// wrap-around; 0 when there is none.
   int to_int() const;
+  /// The number at the front, as atof() reads it in the C locale; 0 when there is none.
   double to_double() const;
 
-  const_iterator begin() const;
-  const_iterator end() const;
+  const_iterator begin() const;  ///< At the first character.
+  const_iterator end() const;    ///< Behind the last one.
 
   /// Position of the first occurrence of `text` at or after `start`; an empty text is never found.
   template <std::integral Start = int>
@@ -138,8 +145,9 @@ class OxString {
   }
   bool starts_with(const OxString& text) const;         ///< Deliberate: false for an empty text.
   bool starts_with_nocase(const OxString& text) const;  ///< Deliberate: true for an empty text.
-  bool ends_with(const OxString& text) const;
-  bool ends_with_nocase(const OxString& text) const;
+  bool ends_with(const OxString& text) const;           ///< Deliberate: false for an empty text.
+  bool ends_with_nocase(const OxString& text) const;    ///< Deliberate: true for an empty text.
+  /// Whether the bytes of `text` occur; false for an empty text.
   bool contains(const char* text) const;
 
   /// The sub-matches of a POSIX extended expression, the whole match first; empty when it does not
@@ -155,17 +163,20 @@ class OxString {
   /// directions when a text cannot become UTF-16.
   int compare(const OxString& other, ECaseSense caseSense = kCaseSensitive) const;
   int compare(const char* utf8, ECaseSense caseSense = kCaseSensitive) const;
+  /// By compare(): letter case counts.
   bool operator==(const OxString& other) const { return compare(other) == 0; }
   bool operator==(const char* utf8) const { return compare(utf8) == 0; }
-  bool operator<(const OxString& other) const { return compare(other) < 0; }
-  bool operator>(const OxString& other) const { return compare(other) > 0; }
+  bool operator<(const OxString& other) const { return compare(other) < 0; }  ///< By compare().
+  bool operator>(const OxString& other) const { return compare(other) > 0; }  ///< By compare().
 
+  /// Appends; the text itself is allowed.
   OxString& operator+=(const OxString& text);
   OxString& operator+=(const char* utf8) { return *this += OxString(utf8); }
   template <std::integral CodePoint>
   OxString& operator+=(CodePoint codePoint) {
     return AppendCodePoint(static_cast<unsigned long>(codePoint));
   }
+  /// Both texts, one behind the other.
   friend OxString operator+(const OxString& a, const OxString& b) {
     OxString sum(a);
     sum += b;
@@ -174,6 +185,7 @@ class OxString {
   /// Appends whole characters that were taken out of another OxString: they are counted, not checked.
   OxString& append_valid(std::string_view utf8);
 
+  /// Up to `count` characters from `position`; fewer at the end, none past it.
   template <std::integral Position, std::integral Count>
   OxString substr(Position position, Count count) const {
     return Substring(static_cast<Index>(position), static_cast<Index>(count));
@@ -184,6 +196,7 @@ class OxString {
   OxString& erase(Position position, Count count) {
     return Erase(static_cast<Index>(position), static_cast<Index>(count));
   }
+  /// Replaces every character equal to `from`.
   template <std::integral From, std::integral To>
   OxString& replace(From from, To to) {
     return ReplaceCodePoint(static_cast<unsigned long>(from), static_cast<unsigned long>(to));
@@ -192,9 +205,10 @@ class OxString {
   OxString& replace(const OxString& what, const OxString& with);
   OxString& to_upper();  ///< ASCII letters only.
   OxString& to_lower();  ///< ASCII letters only.
+  /// Removes white space (see IsWhitespace()) in front.
   OxString& trim_left();
-  OxString& trim_right();
-  OxString& trim();
+  OxString& trim_right();  ///< At the end.
+  OxString& trim();        ///< At both ends.
   /// Every byte but ASCII letters and digits becomes "%" and two upper-case digits.
   OxString& encode_url();
   /// The reverse; throws InvalidEncoding for a "%" with fewer than two bytes behind it or for a result
@@ -256,13 +270,14 @@ class OxString::const_iterator {
   const_iterator() = default;
   /// The code point here; throws OutOfBounds past the end.
   unsigned long operator*() const;
+  /// One character further; past the end the index goes on counting.
   const_iterator& operator++();
   const_iterator operator++(int);
   /// Beyond the end the index goes on counting, but nothing can be read.
   const_iterator& operator+=(std::size_t count);
-  const_iterator operator+(std::size_t count) const;
-  bool operator==(const const_iterator& other) const { return index_ == other.index_; }
-  auto operator<=>(const const_iterator& other) const { return index_ <=> other.index_; }
+  const_iterator operator+(std::size_t count) const;  ///< The same on a copy.
+  bool operator==(const const_iterator& other) const { return index_ == other.index_; }    ///< By index.
+  auto operator<=>(const const_iterator& other) const { return index_ <=> other.index_; }  ///< By index.
 
  private:
   friend class OxString;

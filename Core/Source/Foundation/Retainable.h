@@ -16,7 +16,7 @@ class Retainable {
   Retainable& operator=(const Retainable&) = delete;
   virtual ~Retainable() = default;
 
-  std::uint32_t GetRefCount() const { return count_; }
+  std::uint32_t GetRefCount() const { return count_; }  ///< How many references there are.
 
  protected:
   Retainable() = default;

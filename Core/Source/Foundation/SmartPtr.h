@@ -14,7 +14,7 @@ template <typename T>
 class SmartPtr {
  public:
   SmartPtr() noexcept = default;
-  SmartPtr(std::nullptr_t) noexcept {}
+  SmartPtr(std::nullptr_t) noexcept {}  ///< Holds nothing.
   SmartPtr(const SmartPtr& other) noexcept : pointer_(other.pointer_) { RetainHeld(); }
   SmartPtr(SmartPtr&& other) noexcept : pointer_(std::exchange(other.pointer_, nullptr)) {}
   /// Up-cast, or checked down-cast that gives null when the object is no T.
@@ -65,14 +65,17 @@ class SmartPtr {
     return SmartPtr<U>(*this);
   }
 
-  T* get() const noexcept { return pointer_; }
-  T* operator->() const noexcept { return pointer_; }
-  T& operator*() const noexcept { return *pointer_; }
+  T* get() const noexcept { return pointer_; }         ///< Borrowed; null when nothing is held.
+  T* operator->() const noexcept { return pointer_; }  ///< The object, which must be there.
+  T& operator*() const noexcept { return *pointer_; }  ///< The object, which must be there.
+  /// Whether an object is held.
   explicit operator bool() const noexcept { return pointer_ != nullptr; }
+  /// Whether both hold the same object, or none.
   template <typename U>
   bool operator==(const SmartPtr<U>& other) const noexcept {
     return pointer_ == other.get();
   }
+  /// Whether nothing is held.
   bool operator==(std::nullptr_t) const noexcept { return pointer_ == nullptr; }
 
  private:

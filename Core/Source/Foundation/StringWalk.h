@@ -9,6 +9,7 @@
 /// Steps over UTF-8 bytes that the sources of the string share; `char` pointers throughout.
 namespace StringWalk {
 
+/// A byte that goes on with a character.
 inline bool IsContinuation(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
@@ -26,7 +27,7 @@ inline unsigned long Decode(const char* p) {
   return UTF8CharToUnicode(reinterpret_cast<const unsigned char*>(p), length);
 }
 
-bool IsAscii(std::string_view utf8);
+bool IsAscii(std::string_view utf8);  ///< Every byte below 80.
 
 /// Characters in bytes that are acceptable: every byte that continues none begins one.
 std::size_t CountCharacters(std::string_view utf8);

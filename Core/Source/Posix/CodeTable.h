@@ -14,7 +14,7 @@ class CodeTable {
  public:
   CodeTable();
 
-  void SetByte(unsigned char byte, char16_t character);
+  void SetByte(unsigned char byte, char16_t character);  ///< Replaces what the byte read as.
   /// Makes `lead` the first byte of pairs.
   void SetPair(unsigned char lead, unsigned char trail, char16_t character);
 

@@ -26,12 +26,13 @@ using Piece = std::span<const std::byte>;
 
 /// What a status query tells of one object.
 struct FileInfo {
-  FileKind kind = FileKind::kOther;
-  std::uint64_t size = 0;    ///< Bytes.
-  std::uint64_t device = 0;  ///< With `inode`: which object this is, whatever its name.
-  std::uint64_t inode = 0;
-  std::int64_t modified = 0;  ///< Whole seconds since 1970-01-01 UTC, fraction dropped.
+  FileKind kind = FileKind::kOther;  ///< Of what the query reached.
+  std::uint64_t size = 0;            ///< Bytes.
+  std::uint64_t device = 0;          ///< With `inode`: which object this is, whatever its name.
+  std::uint64_t inode = 0;           ///< With `device`.
+  std::int64_t modified = 0;         ///< Whole seconds since 1970-01-01 UTC, fraction dropped.
 
+  /// Whether both describe one object, under whatever names.
   bool IsSameObject(const FileInfo& other) const {
     return device == other.device && inode == other.inode;
   }
@@ -39,8 +40,8 @@ struct FileInfo {
 
 /// One entry of a folder. `kind` is that of the entry itself (a link is a link).
 struct FolderEntry {
-  std::string name;
-  FileKind kind = FileKind::kOther;
+  std::string name;                  ///< Bytes as the file system has them.
+  FileKind kind = FileKind::kOther;  ///< Of the entry itself.
 };
 
 /// The only door to the disk: one virtual function per system call that the system needs, so that a
@@ -62,6 +63,8 @@ class FileOps {
   virtual int Open(const char* path, unsigned flags);
   /// The descriptor is given up whatever the result; an interrupted close counts as done.
   virtual int Close(int fd);
+  /// Fills `out` as far as the call goes and returns how many bytes it read; 0 at the end of the
+  /// file.
   virtual std::int64_t ReadAt(int fd, std::span<std::byte> out, std::uint64_t position);
   /// Writes the pieces one after the other, starting at `position`, in one system call.
   virtual std::int64_t WriteAt(int fd, std::span<const Piece> pieces, std::uint64_t position);
@@ -70,34 +73,38 @@ class FileOps {
   /// write.
   virtual std::int64_t CopyRange(int from, std::uint64_t fromPosition, int to, std::uint64_t toPosition,
                                  std::size_t count);
+  /// Cuts the file, or extends it with zeros.
   virtual int SetLength(int fd, std::uint64_t length);
 
   virtual int Status(const char* path, FileInfo& info);      ///< Follows links.
   virtual int LinkStatus(const char* path, FileInfo& info);  ///< Of the link itself.
-  virtual int OpenStatus(int fd, FileInfo& info);
+  virtual int OpenStatus(int fd, FileInfo& info);            ///< Of an open file.
 
   /// Maps the first `length` bytes (above 0) read-only and shared; `address` receives the mapping.
   virtual int Map(int fd, std::size_t length, const std::byte*& address);
-  virtual int Unmap(const std::byte* address, std::size_t length);
+  virtual int Unmap(const std::byte* address, std::size_t length);  ///< Gives the whole mapping back.
 
   /// Appends every entry but "." and ".." in the order in which the file system lists them; nothing
   /// is appended on failure.
   virtual int ListFolder(const char* path, std::vector<FolderEntry>& entries);
-  virtual int MakeFolder(const char* path, unsigned permissions);
-  virtual int RemoveFile(const char* path);    ///< unlink(2): never a folder.
-  virtual int RemoveFolder(const char* path);  ///< rmdir(2): an empty folder only.
+  virtual int MakeFolder(const char* path, unsigned permissions);  ///< Less the umask.
+  virtual int RemoveFile(const char* path);                        ///< unlink(2): never a folder.
+  virtual int RemoveFolder(const char* path);                      ///< rmdir(2): an empty folder only.
+  /// Replaces what `to` names, if anything.
   virtual int Rename(const char* from, const char* to);
   /// Fails with -EEXIST when `to` exists. Where the file system has no such call: a check, then
   /// Rename.
   virtual int RenameWithoutReplacing(const char* from, const char* to);
+  /// `target` receives the text of a link, whole whatever its length.
   virtual int ReadLink(const char* path, std::string& target);
-  virtual int MakeLink(const std::string& target, const char* path);
+  virtual int MakeLink(const std::string& target, const char* path);  ///< A symbolic link.
   /// The permission bits (those that lend a user's or group's rights are left out) and the time of
   /// the last modification.
   virtual int CopyAttributes(int from, int to);
 
+  /// The working directory, absolute.
   virtual int CurrentFolder(std::string& path);
-  virtual int ChangeFolder(const char* path);
+  virtual int ChangeFolder(const char* path);  ///< Of the whole process.
 };
 
 /// The door in use: the system's own unless a test has put another in its place.
@@ -107,6 +114,7 @@ FileOps& Files();
 /// object.
 class ScopedFileOps {
  public:
+  /// One inside another is allowed; the inner one ends first.
   explicit ScopedFileOps(FileOps* ops);
   ScopedFileOps(const ScopedFileOps&) = delete;
   ScopedFileOps& operator=(const ScopedFileOps&) = delete;

@@ -16,7 +16,7 @@ class IcuConverter {
   /// `name` must not be null or empty, which would mean ICU's default encoding.
   explicit IcuConverter(const char* name);
 
-  bool IsOpen() const { return converter_ != nullptr; }
+  bool IsOpen() const { return converter_ != nullptr; }  ///< False for a name that ICU does not know.
 
   /// What one or two bytes read as; nothing when that is no single character of the basic plane.
   std::optional<char16_t> DecodeCell(std::string_view bytes) const;

@@ -17,11 +17,13 @@ void IgnoreWriteSignals();
 ///   One at a time; the destructor puts the former handling back.
 class InterruptionGuard {
  public:
+  /// `path` is removed as it stands, so it should be absolute or the working directory stay.
   explicit InterruptionGuard(std::string path);
   InterruptionGuard(const InterruptionGuard&) = delete;
   InterruptionGuard& operator=(const InterruptionGuard&) = delete;
   ~InterruptionGuard();
 
+  /// From now on an interruption removes the file; one that was held back does so at once.
   void Arm();
 
  private:

@@ -8,8 +8,8 @@ namespace Posix {
 
 /// One sub-match, in bytes from the start of the subject.
 struct Match {
-  std::size_t start = 0;
-  std::size_t end = 0;
+  std::size_t start = 0;  ///< First byte.
+  std::size_t end = 0;    ///< Behind the last byte.
 };
 
 /// Searches `subject` (up to its first zero byte) for a POSIX extended regular expression in the C

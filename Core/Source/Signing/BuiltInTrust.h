@@ -9,6 +9,7 @@
 /// configured. This library only declares them; each program links the target that holds its own.
 namespace BuiltInTrust {
 
+/// One certificate that is trusted by its fingerprint.
 struct ImplicitTrust {
   std::array<unsigned char, 20> fingerprint;  ///< SHA-1 of the whole DER certificate.
   std::uint32_t trust;                        ///< What OxCertificate::GetTrust() answers.

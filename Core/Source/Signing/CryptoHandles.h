@@ -14,6 +14,7 @@ struct x509_store_st;
 
 /// Gives an object back to the cryptographic library. Null is never passed.
 struct CryptoDeleter {
+  /// By the library's function for its kind.
   void operator()(bio_st* stream) const noexcept;
   void operator()(evp_md_ctx_st* digest) const noexcept;
   void operator()(evp_pkey_st* key) const noexcept;

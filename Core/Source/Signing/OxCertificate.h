@@ -44,7 +44,8 @@ class OxCertificate : public Hux::Retainable {
 
   /// Null when the certificate has no key or one that is not RSA.
   rsa_st* GetPublicKey() const { return publicKey_.get(); }
-  rsa_st* GetPrivateKey() const { return privateKey_.get(); }
+  rsa_st* GetPrivateKey() const { return privateKey_.get(); }  ///< Null until one is set.
+  /// The X.509 object of the cryptographic library, or null.
   x509_st* GetPlatCert() const { return certificate_.get(); }
 
   /// The subject's commonName, at most its first 255 bytes and up to its first zero byte; empty

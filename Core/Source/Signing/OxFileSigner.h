@@ -12,6 +12,7 @@
 ///   Limits:  a signed file has less than 4 GiB.
 class OxFileSigner {
  public:
+  /// What Sign() and Verify() return; -2 is not used.
   enum Result : std::int32_t {
     kSuccess = 0,
     kCannotOpen = -1,   ///< Not there, not a regular file, not readable, or too long to be mapped.

@@ -15,6 +15,7 @@
 ///            compute neither signs nor verifies.
 class OxSignature {
  public:
+  /// Signs with the certificate's private key and verifies with its public one.
   explicit OxSignature(Hux::SmartPtr<OxCertificate> certificate);
   OxSignature(const OxSignature&) = delete;
   OxSignature& operator=(const OxSignature&) = delete;

@@ -24,8 +24,8 @@ struct SignatureTrailer {
   /// choose; no real certificate comes near this.
   static constexpr std::size_t kLongestCertificate = 1024 * 1024;
 
-  std::string_view signature;
-  std::string_view certificate;
+  std::string_view signature;    ///< Base64.
+  std::string_view certificate;  ///< PEM.
 
   /// T as it stands in a file of at least 9 bytes that ends in the magic, unchecked; nothing for any
   /// other file.

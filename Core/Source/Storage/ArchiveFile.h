@@ -16,11 +16,13 @@
 ///   Errors: statuses; kStatusNotOpen when closed.
 class ArchiveFile {
  public:
+  /// For a closed object. `permission` as for OxFile::Open().
   FileStatus OpenFile(const OxString& path, unsigned long permission);
+  /// For a closed object, and for reading only.
   bool OpenMapped(const OxString& path);
   /// Writes what was put off and closes. The first failure of either; closed in any case.
   FileStatus Close();
-  bool IsOpen() const { return file_ != nullptr || mapping_ != nullptr; }
+  bool IsOpen() const { return file_ != nullptr || mapping_ != nullptr; }  ///< In either way.
   /// The mapping, or null.
   const OxMappedFile* Mapping() const { return mapping_.get(); }
   /// The file, or null. Positioned reads of it need Settle() first.
@@ -47,6 +49,7 @@ class ArchiveFile {
   /// Writes at the position and moves it.
   FileStatus Write(std::span<const std::byte> bytes);
 
+  /// The writes that are owed.
   PutOffWrites& PutOff() { return putOff_; }
   /// Writes what was put off.
   FileStatus Settle();

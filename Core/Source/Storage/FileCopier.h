@@ -10,8 +10,8 @@
 
 /// Which bytes of which file.
 struct FilePlace {
-  OxFile& file;
-  std::uint64_t position = 0;
+  OxFile& file;                ///< Open; not owned.
+  std::uint64_t position = 0;  ///< Bytes from the start.
 };
 
 /// What a copy came to.
@@ -25,6 +25,7 @@ struct CopyResult {
 /// bytes that are scrambled on the way, through a buffer that serves copy after copy.
 class FileCopier {
  public:
+  /// Bytes; large enough that system calls cost nothing beside the copying.
   static constexpr std::size_t kBufferSize = 256 * 1024;
 
   /// Copies up to `count` bytes; neither file's position matters or moves. `scrambler`, unless null,

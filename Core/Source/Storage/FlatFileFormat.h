@@ -21,55 +21,61 @@ constexpr std::uint32_t kProtected = 1;                    ///< Bit of FileHeade
 
 /// First and last block of a list, or kNoPosition twice.
 struct LinkedList {
-  std::uint64_t head = kNoPosition;
-  std::uint64_t tail = kNoPosition;
+  std::uint64_t head = kNoPosition;  ///< First block.
+  std::uint64_t tail = kNoPosition;  ///< Last block.
 };
 
+/// What stands at the file's beginning.
 struct FileHeader {
-  std::uint32_t typeCode = 0;     ///< Four characters that name the kind of archive.
-  std::uint32_t reserved = 0;     ///< A reader refuses anything but 0.
-  std::uint32_t recordCount = 0;  ///< Live records, without index and name table.
-  std::uint32_t freeCount = 0;
-  LinkedList usedList;
-  LinkedList freeList;
-  std::uint64_t nameTablePos = kNoPosition;
-  std::uint64_t indexPos = kNoPosition;
-  std::uint32_t flags = 0;
-  std::uint32_t reserved2 = 0;  ///< Written as 0, not checked.
+  std::uint32_t typeCode = 0;                ///< Four characters that name the kind of archive.
+  std::uint32_t reserved = 0;                ///< A reader refuses anything but 0.
+  std::uint32_t recordCount = 0;             ///< Live records, without index and name table.
+  std::uint32_t freeCount = 0;               ///< Blocks of the free list.
+  LinkedList usedList;                       ///< Live records in order.
+  LinkedList freeList;                       ///< Free blocks in order.
+  std::uint64_t nameTablePos = kNoPosition;  ///< Of the name-table block.
+  std::uint64_t indexPos = kNoPosition;      ///< Of the index block.
+  std::uint32_t flags = 0;                   ///< kProtected or 0.
+  std::uint32_t reserved2 = 0;               ///< Written as 0, not checked.
 };
 
+/// What stands at a block's beginning.
 struct RecordHeader {
   std::uint32_t blockSize = 0;         ///< The whole block, this header included; never changes.
   std::uint32_t nameOffset = kNoName;  ///< Where the name begins in the name table's payload.
   std::uint32_t dataLength = 0;        ///< Bytes of payload behind this header.
-  std::uint32_t flags = 0;
-  std::uint64_t next = kNoPosition;
-  std::uint64_t prev = kNoPosition;
+  std::uint32_t flags = 0;             ///< kInUse, or 0 for a free block.
+  std::uint64_t next = kNoPosition;    ///< In the block's list.
+  std::uint64_t prev = kNoPosition;    ///< In the block's list.
 };
 
 /// One record in the index block's payload.
 struct IndexEntry {
-  std::uint32_t nameOffset = 0;
-  std::uint32_t reserved = 0;
-  std::uint64_t position = 0;
+  std::uint32_t nameOffset = 0;  ///< As in the record's header.
+  std::uint32_t reserved = 0;    ///< Written as 0, not checked.
+  std::uint64_t position = 0;    ///< Of the record's block.
 };
 
+/// Bytes on disk, which the structures happen to have in memory as well.
 constexpr std::uint32_t kFileHeaderSize = 72;
-constexpr std::uint32_t kRecordHeaderSize = 32;
-constexpr std::uint32_t kIndexEntrySize = 16;
+constexpr std::uint32_t kRecordHeaderSize = 32;  ///< Bytes on disk.
+constexpr std::uint32_t kIndexEntrySize = 16;    ///< Bytes on disk.
 
 static_assert(sizeof(FileHeader) == kFileHeaderSize && offsetof(FileHeader, usedList) == 16 &&
               offsetof(FileHeader, nameTablePos) == 48 && offsetof(FileHeader, flags) == 64);
 static_assert(sizeof(RecordHeader) == kRecordHeaderSize && offsetof(RecordHeader, next) == 16);
 static_assert(sizeof(IndexEntry) == kIndexEntrySize && offsetof(IndexEntry, position) == 8);
 
+/// The bytes on disk.
 std::array<std::byte, kFileHeaderSize> Encode(const FileHeader& header);
 std::array<std::byte, kRecordHeaderSize> Encode(const RecordHeader& header);
 std::array<std::byte, kIndexEntrySize> Encode(const IndexEntry& entry);
+/// One position, as `next` and `prev` hold it.
 std::array<std::byte, 8> EncodePosition(std::uint64_t position);
 
+/// What the bytes on disk say; nothing is checked.
 FileHeader DecodeFileHeader(std::span<const std::byte, kFileHeaderSize> bytes);
-RecordHeader DecodeRecordHeader(std::span<const std::byte, kRecordHeaderSize> bytes);
-IndexEntry DecodeIndexEntry(std::span<const std::byte, kIndexEntrySize> bytes);
+RecordHeader DecodeRecordHeader(std::span<const std::byte, kRecordHeaderSize> bytes);  ///< Likewise.
+IndexEntry DecodeIndexEntry(std::span<const std::byte, kIndexEntrySize> bytes);        ///< Likewise.
 
 }  // namespace FlatFile

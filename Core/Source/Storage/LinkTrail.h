@@ -16,6 +16,7 @@ class LinkTrail {
   /// Gives the link that a place has; kNoPosition when it cannot be read.
   using NextOf = std::function<std::uint64_t(std::uint64_t position)>;
 
+  /// The walk begins at `start`, a position.
   explicit LinkTrail(std::uint64_t start = 0) : start_(start), highest_(start) {}
 
   /// Notes the step to `next`, which is a position. False if the walk has been there before.

@@ -20,7 +20,7 @@ class OxBinaryData : private OxBuffer {
   enum WhichEnd : int { kBigEndian = 1, kLittleEndian = 2 };
 
   OxBinaryData() = default;
-  explicit OxBinaryData(const OxBuffer& bytes);
+  explicit OxBinaryData(const OxBuffer& bytes);  ///< A copy, read from its first byte.
   /// A negative length gives no bytes.
   OxBinaryData(const char* bytes, int length);
   explicit OxBinaryData(const char* text);
@@ -29,21 +29,25 @@ class OxBinaryData : private OxBuffer {
   OxBinaryData& operator=(const OxBinaryData& other);
   virtual ~OxBinaryData() = default;
 
+  /// Of all bytes, whatever the cursor.
   using OxBuffer::empty;
-  using OxBuffer::length;
+  using OxBuffer::length;  ///< In all.
+  /// All bytes; valid until the next write.
   using OxBuffer::view;
 
+  /// Replaces the content by a copy.
   void Assign(const char* bytes, unsigned long count);
   /// Takes the buffer's bytes over without copying them.
   void Adopt(OxBuffer&& bytes);
   void Append(const char* text);  ///< Zero-terminated; the terminator is not copied.
-  void Append(const char* bytes, unsigned long count);
+  void Append(const char* bytes, unsigned long count);  ///< Any bytes.
+  /// All of the other's bytes, from its first.
   void Append(const OxBinaryData& other);
   void Append(const OxBuffer& bytes);
 
-  void AddUInt8(unsigned char value);
-  void AddChar(char value) { AddUInt8(static_cast<unsigned char>(value)); }
-  void AddUInt16(unsigned short value, WhichEnd end);
+  void AddUInt8(unsigned char value);                                        ///< One byte.
+  void AddChar(char value) { AddUInt8(static_cast<unsigned char>(value)); }  ///< One byte.
+  void AddUInt16(unsigned short value, WhichEnd end);                        ///< Two bytes.
   /// The low 32 bits.
   void AddUInt32(unsigned long value, WhichEnd end);
   /// Deliberate: with kBigEndian the high 32 bits, most significant byte first, and then four zero
@@ -52,20 +56,20 @@ class OxBinaryData : private OxBuffer {
   /// The text's UTF-8 and one zero byte.
   void AddNullTerminatedString(const OxString& text);
 
-  void Reset() const { cursor_ = 0; }
+  void Reset() const { cursor_ = 0; }  ///< To the first byte.
   /// Throws OxBuffer::OutOfRange beyond the length; the length itself leaves nothing to read.
   void MoveTo(unsigned long offset) const;
   /// Not checked: past the end, every later read throws OutOfData.
   void Skip(unsigned long count) const;
 
-  unsigned char GetUInt8() const;
-  signed char GetChar() const { return static_cast<signed char>(GetUInt8()); }
-  unsigned short GetUInt16(WhichEnd end) const;
-  std::uint32_t GetUInt32(WhichEnd end) const;
+  unsigned char GetUInt8() const;                                               ///< One byte.
+  signed char GetChar() const { return static_cast<signed char>(GetUInt8()); }  ///< One byte, signed.
+  unsigned short GetUInt16(WhichEnd end) const;                                 ///< Two bytes.
+  std::uint32_t GetUInt32(WhichEnd end) const;                                  ///< Four bytes.
   /// Deliberate: with kBigEndian only the last four of the eight bytes count, so the result is the
   /// value modulo 2^32.
   unsigned long long GetUInt64(WhichEnd end) const;
-  OxBuffer GetBytes(unsigned long count) const;
+  OxBuffer GetBytes(unsigned long count) const;  ///< A copy of the next bytes.
   /// A length byte and so many bytes, decoded with `encoding` as the hint of the text decoding
   /// (0xFFFFFFFF: find out). When fewer bytes are left, the length byte too is given back.
   OxString GetStringWithLengthByte(unsigned int encoding) const;

@@ -36,12 +36,14 @@ class OxDataFile {
   class AccessDenied {};  ///< The mode does not allow it.
   class EndOfFile {};     ///< Past the end of a mapping, or of the file where a record should be.
   class InvalidKey {};    ///< Never thrown.
-  class FileError {       ///< A write failed, or something is too long for the format.
+  /// A write failed, or something is too long for the format.
+  class FileError {
    public:
-    explicit FileError(FileStatus code) : status(code) {}
-    FileStatus status;
+    explicit FileError(FileStatus code) : status(code) {}  ///< Never kStatusOk.
+    FileStatus status;                                     ///< Why.
   };
 
+  /// What a block is for: a named record or the archive's own upkeep.
   enum DataType { kDataRecord = 0, kDataIndex = 1, kDataNameTable = 2 };
 
   /// Bits of Open()'s mode, but for kOpenMapped, which stands alone and is ignored beside others.
@@ -69,8 +71,8 @@ class OxDataFile {
   /// no archive of this type. Damaged lists, index or names do not make it fail. A file that was made
   /// here and could not be begun is removed. An open archive is closed first.
   bool Open(short mode);
-  bool IsOpen() const { return open_; }
-  const OxString& GetPath() const { return path_; }
+  bool IsOpen() const { return open_; }              ///< Since a successful Open().
+  const OxString& GetPath() const { return path_; }  ///< As the constructor was given it.
   /// Writes index and name table, if the archive was opened for writing, and closes. Throws FileError
   /// when something could not be written, but is closed in any case.
   void Close();
@@ -132,7 +134,9 @@ class OxDataFile {
   /// Writes the header that this object keeps; it reaches the disk at the next read or at Close(). Throws
   /// ReadOnly unless opened for writing.
   FileStatus WriteFileHeader();
+  /// The header of the block at the position; `restore` as above.
   FileStatus ReadRecordHeader(FlatFile::RecordHeader& header, bool restore);
+  /// Writes at the position and moves it; throws ReadOnly unless opened for writing.
   FileStatus WriteRecordHeader(const FlatFile::RecordHeader& header);
   /// The payload of the block at the position, as it is stored, as far as the file has it.
   FileStatus ReadCurrent(OxBuffer& out);
@@ -149,12 +153,12 @@ class OxDataFile {
   void Clear();
   /// Free space is never given back and names are never erased: these do nothing.
   void Compact() {}
-  void ClearName(unsigned long) {}
+  void ClearName(unsigned long) {}  ///< Does nothing, as Compact().
 
   // ---- Iteration, in the order of the list
 
-  Iterator Begin();
-  Iterator End();
+  Iterator Begin();  ///< At the first record.
+  Iterator End();    ///< Behind the last one.
 
  private:
   struct Payload;
@@ -222,10 +226,10 @@ class OxDataFile::Record {
   /// name is no UTF-8.
   Record(OxDataFile* file, std::uint64_t position);
 
-  const OxString& GetName() const { return name_; }                   ///< Empty if the block has none.
-  std::uint32_t GetDataLength() const { return header_.dataLength; }  ///< As the header says.
-  std::uint64_t GetPosition() const { return position_; }
-  const FlatFile::RecordHeader& GetHeader() const { return header_; }
+  const OxString& GetName() const { return name_; }                    ///< Empty if the block has none.
+  std::uint32_t GetDataLength() const { return header_.dataLength; }   ///< As the header says.
+  std::uint64_t GetPosition() const { return position_; }              ///< Of its block.
+  const FlatFile::RecordHeader& GetHeader() const { return header_; }  ///< As it was when it was read.
 
   /// The payload, unscrambled, as far as the file has it.
   FileStatus GetData(OxBuffer& out) const;
@@ -260,13 +264,18 @@ class OxDataFile::Iterator {
   explicit Iterator(OxDataFile* file);
   Iterator(OxDataFile* file, std::uint64_t position);
 
+  /// Valid until the iterator moves. Throws InvalidState at the end.
   const Record& operator*() const;
+  /// Likewise.
   const Record* operator->() const { return &**this; }
+  /// To the next record of the list, or to the end. Throws InvalidState at the end.
   Iterator& operator++();
   Iterator operator++(int);
+  /// Same archive, same position.
   bool operator==(const Iterator& other) const {
     return file_ == other.file_ && position_ == other.position_;
   }
+  /// By position alone.
   bool operator>(const Iterator& other) const { return position_ > other.position_; }
 
  private:

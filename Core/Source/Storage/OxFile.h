@@ -23,10 +23,11 @@
 class OxFile {
  public:
   class FileNotOpen {};
+  /// Asking for the length failed.
   class FileError {
    public:
-    explicit FileError(FileStatus code) : status(code) {}
-    FileStatus status;
+    explicit FileError(FileStatus code) : status(code) {}  ///< Never kStatusOk.
+    FileStatus status;                                     ///< Why.
   };
 
   /// Bits of the permission that Open() takes. kExpectNew changes nothing but the cost: beside kCreate it
@@ -35,9 +36,10 @@ class OxFile {
 
   /// A path as the file system has it, which need not be UTF-8.
   struct NativePath {
-    std::string bytes;
+    std::string bytes;  ///< Without a zero byte.
   };
 
+  /// Touches nothing on disk.
   explicit OxFile(const OxString& path) : path_(path.view()) {}
   explicit OxFile(NativePath path) : path_(std::move(path.bytes)) {}
   OxFile(const OxFile&) = delete;
@@ -48,7 +50,7 @@ class OxFile {
   /// `permission` has kCreate, else the status is kStatusFileNotFound. Anything but a regular file is
   /// refused, and a link that points nowhere is never created through. An open file is closed first.
   FileStatus Open(unsigned long permission);
-  bool IsOpen() const { return fd_ >= 0; }
+  bool IsOpen() const { return fd_ >= 0; }  ///< Since a successful Open().
   /// Whether the last successful Open() made the file.
   bool WasCreated() const { return created_; }
   /// The first failure of writing what was gathered and of the system's own close, which may be the last
@@ -67,7 +69,7 @@ class OxFile {
   FileStatus Write(const void* buffer, unsigned long count);
   /// Past the end: kStatusEndOfFile, and the position stands at the end.
   FileStatus SetPosition(std::uint64_t position);
-  FileStatus GoToEOF();
+  FileStatus GoToEOF();  ///< To the end of the file.
   /// Truncates or extends (with zeros); the position stays, also beyond the new end.
   FileStatus SetEOF(std::uint64_t length);
   /// Throws FileNotOpen.

@@ -28,14 +28,16 @@ struct OxFolderEntry {
 /// The free functions below do the same for paths given as text.
 class OxFileUtils {
  public:
+  /// What becomes of a file's old content.
   enum WriteMode : int { kTruncate = 0, kAppend = 1 };
+  /// A folder that the system has for a purpose.
   enum DirID : int { kApplicationSupport = 0 };
 
   // Tests. An empty path is always false.
 
-  static bool Exists(const OxPath& path);
-  static bool IsDirectory(const OxPath& path);
-  static bool IsFile(const OxPath& path);  ///< Exists and is no folder.
+  static bool Exists(const OxPath& path);       ///< A file, a folder or anything else.
+  static bool IsDirectory(const OxPath& path);  ///< A folder or a link to one.
+  static bool IsFile(const OxPath& path);       ///< Exists and is no folder.
   /// Bit 0 (value 1) of `attributes`: a folder. False, and 0, when it cannot be examined.
   static bool GetAttributes(const OxPath& path, unsigned long& attributes);
   /// Whole seconds since 1970-01-01 UTC. Deliberate: true also for a missing object, with 0.
@@ -77,8 +79,8 @@ class OxFileUtils {
 
   // Places.
 
-  static OxPath GetCurrentDirectory();
-  static bool SetCurrentDirectory(const OxPath& path);
+  static OxPath GetCurrentDirectory();                  ///< Absolute; empty when it is gone.
+  static bool SetCurrentDirectory(const OxPath& path);  ///< Of the whole process.
   /// A name in the folder for temporary files that nothing has. No file is made.
   static OxPath GetNewTempFilePath();
   /// Only kApplicationSupport is known: ".local/share" in the effective user's home, made if missing.
@@ -92,6 +94,7 @@ class OxFileUtils {
 ///   Shape: made (and set) -> Restore() / Set() -> ... -> destroyed, which restores.
 class StCurrentDirectory {
  public:
+  /// Calls Set().
   explicit StCurrentDirectory(const OxPath& target);
   StCurrentDirectory(const StCurrentDirectory&) = delete;
   StCurrentDirectory& operator=(const StCurrentDirectory&) = delete;

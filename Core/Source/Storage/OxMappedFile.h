@@ -19,13 +19,13 @@ class OxMappedFile {
 
   /// Maps the file, which need not stay open or keep its name. On failure the object is closed.
   bool Open(const OxString& path);
-  void Close();
-  bool IsOpen() const { return address_ != nullptr; }
+  void Close();                                        ///< Nothing if closed.
+  bool IsOpen() const { return address_ != nullptr; }  ///< Since a successful Open().
 
   /// The first byte, or null when closed.
   const char* GetAddress() const { return address_; }
-  std::uint32_t GetSize() const { return size_; }  ///< Bytes; 0 when closed.
-  std::string_view view() const { return {address_, size_}; }
+  std::uint32_t GetSize() const { return size_; }              ///< Bytes; 0 when closed.
+  std::string_view view() const { return {address_, size_}; }  ///< The whole file; empty when closed.
 
   /// Copies what there is of `count` bytes from `offset`; `actual`, unless null, receives the number.
   /// True only if all were there. False, and `actual` left alone, when `offset` is not below the size.

@@ -16,13 +16,15 @@
 /// it would without this class.
 class PutOffWrites {
  public:
-  bool Empty() const { return !header_ && !listEnd_; }
+  bool Empty() const { return !header_ && !listEnd_; }  ///< Whether nothing is owed.
 
+  /// In the place of the one before.
   void PutOffFileHeader(const FlatFile::FileHeader& header) { header_ = header; }
   /// `block` is the last of the used list, but on disk its `next` is `written`.
   void PutOffListEnd(std::uint64_t block, std::uint64_t written) { listEnd_ = ListEnd{block, written}; }
   /// Whether the `next` of `block` on disk already is `position`; then it is meant now and owed no more.
   bool TakeLink(std::uint64_t block, std::uint64_t position);
+  /// For an archive that is given up.
   void Forget();
 
   /// What could not be written is kept, for another try.

@@ -19,7 +19,7 @@ class ReadWindow {
   /// until the next call. kStatusEndOfFile when the file ends first.
   FileStatus View(OxFile& file, std::uint64_t position, std::size_t count,
                   std::span<const std::byte>& bytes);
-  void Forget() { size_ = 0; }
+  void Forget() { size_ = 0; }  ///< The next view reads again.
 
  private:
   bool Holds(std::uint64_t position, std::size_t count) const;

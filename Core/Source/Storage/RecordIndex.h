@@ -23,19 +23,21 @@
 ///           takes over where names were chosen for their hashes.
 class RecordIndex {
  public:
+  /// Where a name was found.
   struct Found {
-    std::uint64_t position = 0;
-    std::size_t slot = 0;
+    std::uint64_t position = 0;  ///< Of the record's block.
+    std::size_t slot = 0;        ///< Of the entry.
   };
 
   /// Takes whole entries over from an index block's payload; a rest at its end is dropped.
   void Load(std::span<const std::byte> payload);
   /// The index block's payload.
   OxBuffer Encode() const;
-  void Clear();
+  void Clear();  ///< Forgets every entry.
 
   /// The slot that a new name gets. Slots stay valid until the next Insert().
   std::size_t EndSlot() const { return entries_.size(); }
+  /// Whether its entry was removed.
   bool IsVacant(std::size_t slot) const { return slot < entries_.size() && vacant_[slot]; }
 
   /// `name` must be acceptable UTF-8.
@@ -44,6 +46,7 @@ class RecordIndex {
   std::optional<Found> FindNameAt(std::uint32_t offset, std::string_view names);
   /// Fills a vacant slot, else moves the entries from `slot` on up by one.
   void Insert(std::size_t slot, const FlatFile::IndexEntry& entry, std::string_view names);
+  /// The slot must hold an entry.
   void Remove(std::size_t slot, std::string_view names);
 
  private:

@@ -31,10 +31,11 @@ void WobScrambleString(const unsigned char* in, unsigned char*& out, int count);
 ///   Every piece but the last must have a multiple of 4 bytes.
 class ScrambleStream {
  public:
-  explicit ScrambleStream(std::uint32_t seed = kScrambleSeed);
+  explicit ScrambleStream(std::uint32_t seed = kScrambleSeed);  ///< Seeds the generator.
   ScrambleStream(const ScrambleStream&) = delete;
   ScrambleStream& operator=(const ScrambleStream&) = delete;
   ~ScrambleStream();
 
+  /// The next piece, of `length` bytes; `out` may be `in`.
   void Process(const void* in, void* out, std::size_t length);
 };

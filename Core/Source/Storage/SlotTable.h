@@ -12,11 +12,12 @@ class SlotTable {
   /// Has room for `expected` slots, and grows.
   explicit SlotTable(std::size_t expected);
 
+  /// The pair must not be there yet.
   void Add(std::size_t hash, std::uint32_t slot);
   /// Whether very many hashes lie in one place, as only equal or chosen names do. Then the table is no
   /// use: going on would take time by the square of their number.
   bool IsCrowded() const { return isCrowded_; }
-  void Remove(std::size_t hash, std::uint32_t slot);
+  void Remove(std::size_t hash, std::uint32_t slot);  ///< Nothing if the pair is not there.
 
   /// Calls `visit(slot)` for the slots of `hash`, in no order, until it returns false.
   template <typename Visit>

@@ -52,8 +52,8 @@ class OxScanner {
 
   /// Whether nothing is left, in pushed text either.
   bool IsEOF() const;
-  std::uint32_t GetLine() const { return line_; }
-  Pos GetPos() const;
+  std::uint32_t GetLine() const { return line_; }  ///< Of the position, as SetData() counts.
+  Pos GetPos() const;                              ///< The place that SetPos() goes back to.
   /// Goes back, or forward, to a place of the input that was set last.
   void SetPos(const Pos& pos);
 
@@ -69,7 +69,8 @@ class OxScanner {
 
   /// Take the text or the character if it comes next. An empty text always does.
   bool Match(const OxString& text);
-  bool MatchASCII(const char* characters);
+  bool MatchASCII(const char* characters);  ///< The same for ASCII text, zero-terminated.
+  /// One code point, whatever the integer type.
   template <std::integral CodePoint>
   bool Match(CodePoint codePoint) {
     return MatchCodePoint(static_cast<std::uint32_t>(codePoint));
@@ -93,7 +94,9 @@ class OxScanner {
   }
   /// Decimal digits, by MatchDigitChar().
   bool MatchDigits(MatchKind kind, OxString& out);
+  /// One of the characters of `choices`.
   bool MatchOneChoiceChar(const OxString& choices, OxString& out);
+  /// As many of them as `kind` asks.
   bool MatchChoice(const OxString& choices, MatchKind kind, OxString& out);
 
   /// How many pushed texts the position stands in that have not been left yet.
@@ -108,11 +111,11 @@ class OxScanner {
   /// inside the text.
   bool NextSegment();
 
-  // The place within the current segment, as bytes. The text of every segment ends with a zero byte, so
-  // loops need not look at its end.
+  /// The place within the current segment, as bytes. The text of every segment ends with a zero byte, so
+  /// loops need not look at its end.
   const char* at_;
-  std::uint32_t line_ = 0;
-  std::uint32_t lineStep_ = 0;  // What a line feed adds to the line: 1, or 0 in pushed text.
+  std::uint32_t line_ = 0;      ///< The number of the line at the place.
+  std::uint32_t lineStep_ = 0;  ///< What a line feed adds to the line: 1, or 0 in pushed text.
 
  private:
   struct Place;

@@ -29,12 +29,14 @@ class OxXMLAttrNode : public OxXMLNode {
 
   /// SetValue() without the call of AttributeChanged().
   virtual void SetValueQuiet(const OxString& value);
+  /// As SetValueQuiet().
   void SetUnparsedValue(const OxString& value);
 
   /// The node that has this attribute, or null.
   Hux::SmartPtr<OxXMLNode> GetOwner() const;
 
  protected:
+  /// An attribute without a document.
   OxXMLAttrNode(const OxXMLName& name, OxString value);
 
  private:

@@ -10,16 +10,21 @@
 ///           length. Deliberate: so nothing can be inserted at the very end; that is AppendData()'s job.
 class OxXMLCharDataNode : public OxXMLNode {
  public:
-  std::uint32_t GetLength() const { return data_.length(); }
+  std::uint32_t GetLength() const { return data_.length(); }  ///< Characters.
+  /// Up to `count` characters from `offset`.
   OxString GetSubstring(OxString::Index offset, OxString::Index count) const;
-  void AppendData(const OxString& text) { data_ += text; }
+  void AppendData(const OxString& text) { data_ += text; }  ///< At the end.
+  /// Puts `text` in front of the character at `offset`.
   void InsertData(OxString::Index offset, const OxString& text);
+  /// Removes up to `count` characters.
   void DeleteData(OxString::Index offset, OxString::Index count);
+  /// Puts `text` in the place of up to `count` characters.
   void ReplaceData(OxString::Index offset, OxString::Index count, const OxString& text);
 
  protected:
+  /// A node without a document.
   explicit OxXMLCharDataNode(OxString data) : data_(std::move(data)) {}
-  const OxString& data() const { return data_; }
+  const OxString& data() const { return data_; }  ///< The whole text.
 
  private:
   friend struct XMLTree;

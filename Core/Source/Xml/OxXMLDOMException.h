@@ -15,8 +15,9 @@ enum OxXMLResult : std::int32_t {
 /// Thrown by the operations on character data for an offset or a count out of range.
 class OxXMLDOMException {
  public:
+  /// An OxXMLResult other than success.
   explicit OxXMLDOMException(std::int32_t code) : code_(code) {}
-  std::int32_t GetCode() const { return code_; }
+  std::int32_t GetCode() const { return code_; }  ///< An OxXMLResult.
 
  private:
   std::int32_t code_;

@@ -12,6 +12,7 @@
 /// pseudo-attributes. When it dies, nodes of its tree that others hold belong to no document.
 class OxXMLDoc : public OxXMLNode {
  public:
+  /// An empty document.
   static Hux::SmartPtr<OxXMLDoc> Make();
   ~OxXMLDoc() override;
 
@@ -24,6 +25,7 @@ class OxXMLDoc : public OxXMLNode {
   /// Processing instructions, comments and a document type always; an element only while the document
   /// never had one.
   bool AllowChild(const Hux::SmartPtr<OxXMLNode>& node) const override;
+  /// Takes note of a root element or a document type.
   void ChildAdded(const Hux::SmartPtr<OxXMLNode>& node) override;
   /// Deliberate: forgets a document type, but never the root element, so that a document refuses a
   /// second element even after the first was removed.
@@ -32,12 +34,13 @@ class OxXMLDoc : public OxXMLNode {
 
   /// Makers of nodes that belong to this document and have no parent yet.
   virtual Hux::SmartPtr<OxXMLElementNode> CreateElementNode(const OxXMLName& name);
+  /// Its value is `value`, as OxXMLAttrNode::SetValue() takes it.
   Hux::SmartPtr<OxXMLAttrNode> CreateAttrNode(const OxXMLName& name, OxString value);
-  Hux::SmartPtr<OxXMLTextNode> CreateTextNode(OxString text);
-  Hux::SmartPtr<OxXMLCDATANode> CreateCDATANode(OxString text);
-  Hux::SmartPtr<OxXMLCommentNode> CreateCommentNode(OxString text);
-  Hux::SmartPtr<OxXMLPINode> CreatePINode(const OxXMLName& target, OxString data);
-  Hux::SmartPtr<OxXMLDocTypeNode> CreateDocTypeNode(const OxXMLName& name);
+  Hux::SmartPtr<OxXMLTextNode> CreateTextNode(OxString text);    ///< Any text, unescaped.
+  Hux::SmartPtr<OxXMLCDATANode> CreateCDATANode(OxString text);  ///< What stands between the delimiters.
+  Hux::SmartPtr<OxXMLCommentNode> CreateCommentNode(OxString text);                 ///< Likewise.
+  Hux::SmartPtr<OxXMLPINode> CreatePINode(const OxXMLName& target, OxString data);  ///< Likewise.
+  Hux::SmartPtr<OxXMLDocTypeNode> CreateDocTypeNode(const OxXMLName& name);  ///< Without declarations.
 
   /// The first element among the children, or null.
   Hux::SmartPtr<OxXMLElementNode> GetRoot() const;
@@ -46,6 +49,7 @@ class OxXMLDoc : public OxXMLNode {
 
   /// Attributes of the document itself: those of the XML declaration, after a parse.
   void AddAttribute(const OxString& name, const OxString& value);
+  /// Whether there is such an attribute; `out` is its value, or empty.
   bool GetAttributeValue(const OxString& name, OxString& out) const;
   /// Whether the entity is predefined or declared; `out` is its replacement text, or empty.
   bool GetEntityReplacementText(const OxString& name, OxString& out) const;

@@ -25,29 +25,33 @@ class OxXMLDocTypeNode : public OxXMLNode {
   void SetLocalPath(const OxString& path);
   /// Sets both literals of a PUBLIC identifier and clears the local path.
   void SetPublicPath(const OxString& publicID, const OxString& path);
-  const OxString& GetLocalPath() const { return localPath_; }
-  const OxString& GetPublicID() const { return publicID_; }
-  const OxString& GetPublicPath() const { return publicPath_; }
+  const OxString& GetLocalPath() const { return localPath_; }    ///< Empty without a SYSTEM identifier.
+  const OxString& GetPublicID() const { return publicID_; }      ///< Empty without a PUBLIC identifier.
+  const OxString& GetPublicPath() const { return publicPath_; }  ///< Empty without a PUBLIC identifier.
 
   /// The text between "[" and "]", trimmed.
   void SetInternalSubset(const OxString& text) { internalSubset_ = text; }
-  const OxString& GetInternalSubset() const { return internalSubset_; }
+  const OxString& GetInternalSubset() const { return internalSubset_; }  ///< Empty when there is none.
 
   /// The first text that is set for a name stays; later ones are ignored.
   void SetEntity(const OxString& name, const OxString& text);
+  /// Likewise for a name that stands behind "%".
   void SetParameterEntity(const OxString& name, const OxString& text);
   /// Whether the entity is known; `out` is its replacement text, or empty. The five predefined names
   /// (lt, gt, amp, quot, apos) always give their character.
   bool GetEntity(const OxString& name, OxString& out) const;
+  /// Likewise; nothing is predefined.
   bool GetParameterEntity(const OxString& name, OxString& out) const;
 
   /// The stored text of a declared entity, or null. It stays where it is as long as this node lives.
   const OxString* FindEntity(std::string_view name) const;
+  /// Likewise.
   const OxString* FindParameterEntity(std::string_view name) const;
   /// The character of a predefined entity, or an empty text.
   static std::string_view PredefinedEntity(std::string_view name);
 
  protected:
+  /// A declaration without a document.
   explicit OxXMLDocTypeNode(const OxXMLName& name) : name_(name) {}
 
  private:

@@ -24,6 +24,7 @@ class OxXMLElementNode : public OxXMLNode {
   void Normalize();
 
  protected:
+  /// An element without a document.
   explicit OxXMLElementNode(const OxXMLName& name) : name_(name) {}
 
  private:

@@ -8,6 +8,7 @@
 /// value that OxXMLParser::Parse() returns and what is thrown inside the parser.
 class OxXMLError {
  public:
+  /// The kinds of messages; Docs/description-files.md says when each is raised.
   enum Error : std::int32_t {
     kNoError = 0,
     kSyntaxError = 1,
@@ -28,13 +29,15 @@ class OxXMLError {
     kDOMException = 16,
   };
 
+  /// An error without a detail text.
   OxXMLError(Error kind, std::uint32_t line) : kind_(kind), line_(line) {}
+  /// An error with one, which its message shows if it has a place for it.
   OxXMLError(Error kind, const OxString& text, std::uint32_t line)
       : kind_(kind), text_(text), line_(line) {}
 
-  Error GetError() const { return kind_; }
-  const OxString& GetText() const { return text_; }
-  std::uint32_t GetLine() const { return line_; }  ///< From 1; 0 when there was no error.
+  Error GetError() const { return kind_; }           ///< kNoError after a success.
+  const OxString& GetText() const { return text_; }  ///< The detail, often empty.
+  std::uint32_t GetLine() const { return line_; }    ///< From 1; 0 when there was no error.
 
   /// The message for the user, without a line end. Deliberate: the format of kDOMException, "(%)", is
   /// shown as it stands.

@@ -7,10 +7,11 @@
 /// string serves where one is wanted.
 class OxXMLName {
  public:
+  /// Any text; nothing checks that XML allows it.
   OxXMLName(const OxString& text);
   OxXMLName(const char* utf8) : OxXMLName(OxString(utf8)) {}
 
-  const OxString& text() const { return shared_->text; }
+  const OxString& text() const { return shared_->text; }  ///< Lives as long as a name with this text.
 
  private:
   struct Shared : Hux::Retainable {

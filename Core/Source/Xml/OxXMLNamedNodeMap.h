@@ -27,6 +27,7 @@ class OxXMLNamedNodeMap {
   static void* operator new(std::size_t size);
   static void operator delete(void* memory, std::size_t size);
 
+  /// How many attributes.
   std::size_t Length() const { return large_ ? large_->tree.size() : small_.size(); }
   /// Null when `index` is out of range.
   Hux::SmartPtr<OxXMLNode> Item(std::size_t index) const;

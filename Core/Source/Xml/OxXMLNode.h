@@ -24,6 +24,7 @@ class OxXMLNodeList;
 ///   Threads: one, for all documents together: the nodes' memory comes from one pool.
 class OxXMLNode : public Hux::Retainable {
  public:
+  /// The numbers of the W3C's DOM Level 1.
   enum NodeType : std::int32_t {
     kElementNode = 1,
     kAttributeNode = 2,
@@ -39,7 +40,8 @@ class OxXMLNode : public Hux::Retainable {
   static void* operator new(std::size_t size);
   static void operator delete(void* memory, std::size_t size);
 
-  virtual NodeType GetNodeType() const = 0;
+  virtual NodeType GetNodeType() const = 0;  ///< Never changes.
+  /// The tag, the attribute's name, the target, the root element's name, or "#text" and the like.
   virtual const OxString& GetName() const = 0;
 
   /// Gives an existing attribute the value, else makes one, and then calls AttributeChanged().
@@ -48,8 +50,9 @@ class OxXMLNode : public Hux::Retainable {
   /// Inserts the attribute or replaces the one of its name. An attribute of another node leaves it, and
   /// it belongs to this node's document from now on. Nothing for null.
   virtual void SetAttributeNode(const Hux::SmartPtr<OxXMLAttrNode>& attribute);
+  /// The text, data or value; what it means is each class's own.
   virtual void SetValue(const OxString& value);
-  virtual OxString GetValue() const;
+  virtual OxString GetValue() const;  ///< The text that SetValue() set.
   /// Adds a child at the end, out of its old parent if it has one: 4, 3 or 0.
   virtual std::int32_t AppendChild(const Hux::SmartPtr<OxXMLNode>& child);
   /// Whether both nodes belong to the same document, or both to none.
@@ -59,11 +62,12 @@ class OxXMLNode : public Hux::Retainable {
   virtual OxString GetAsString(int indent) const;
   /// Whether this kind of node takes that kind of child, there and now.
   virtual bool AllowChild(const Hux::SmartPtr<OxXMLNode>& node) const;
+  /// Called when `node` has become a child. An override calls this one, which keeps Index() right.
   virtual void ChildAdded(const Hux::SmartPtr<OxXMLNode>& node);
-  virtual void ChildRemoved(const Hux::SmartPtr<OxXMLNode>& node);
+  virtual void ChildRemoved(const Hux::SmartPtr<OxXMLNode>& node);  ///< Likewise, when it has left.
   /// Hooks for subclasses; they do nothing here.
   virtual void AttributeChanged(const OxString& name, const OxString& value);
-  virtual void AttributeRemoved(const OxString& name);
+  virtual void AttributeRemoved(const OxString& name);  ///< Likewise.
   /// A copy with value and clones of the attributes, of the same document, without parent, line and
   /// children (an attribute's text counts as its value).
   virtual Hux::SmartPtr<OxXMLNode> CloneSelf() const = 0;
@@ -76,14 +80,16 @@ class OxXMLNode : public Hux::Retainable {
                             const Hux::SmartPtr<OxXMLNode>& oldChild);
   /// Whether `child` was a child of this node; it has no parent and no siblings afterwards.
   bool RemoveChild(Hux::SmartPtr<OxXMLNode> child);
+  /// Each of them is then without a parent.
   void RemoveAllChildren();
-  bool HasChildNodes() const;
+  bool HasChildNodes() const;  ///< Attributes do not count.
   /// Appends the children in order.
   void GetChildren(OxXMLNodeList& list) const;
 
-  Hux::SmartPtr<OxXMLNode> GetFirstChild() const;
-  Hux::SmartPtr<OxXMLNode> GetLastChild() const;
-  Hux::SmartPtr<OxXMLNode> GetNextSibling() const { return next_; }
+  Hux::SmartPtr<OxXMLNode> GetFirstChild() const;                    ///< Null when there is none.
+  Hux::SmartPtr<OxXMLNode> GetLastChild() const;                     ///< Null when there is none.
+  Hux::SmartPtr<OxXMLNode> GetNextSibling() const { return next_; }  ///< Null for the last one.
+  /// Null for the first one.
   Hux::SmartPtr<OxXMLNode> GetPreviousSibling() const { return Hux::make_ref(previous_); }
   /// Null for an attribute: the node that has it is its GetOwner().
   Hux::SmartPtr<OxXMLNode> GetParent() const;
@@ -94,12 +100,15 @@ class OxXMLNode : public Hux::Retainable {
   void SetAttributeQuiet(const OxString& name, const OxString& value);
   /// Removes the attribute, if there is one, and then calls AttributeRemoved().
   void RemoveAttribute(const OxString& name);
-  void RemoveAttributeQuiet(const OxString& name);
+  void RemoveAttributeQuiet(const OxString& name);  ///< Without the hook.
   /// Whether there is such an attribute; `out` is its value, or empty.
   bool GetAttribute(const OxString& name, OxString& out) const;
   OxString GetAttribute(const OxString& name) const;
+  /// Null when there is none.
   Hux::SmartPtr<OxXMLAttrNode> GetAttributeNode(const OxString& name) const;
+  /// Whether it was this node's; it has no owner afterwards. No hook is called.
   bool RemoveAttributeNode(const Hux::SmartPtr<OxXMLAttrNode>& attribute);
+  /// Live: what is set there is set here. The const one is an empty map where there are no attributes.
   const OxXMLNamedNodeMap& GetAttributes() const;
   OxXMLNamedNodeMap& GetAttributes();
 
@@ -115,7 +124,7 @@ class OxXMLNode : public Hux::Retainable {
   std::uint32_t GetIndex() const { return index_; }
   /// The line on which the parser found the node, from 1; 0 for nodes made by program code.
   std::uint32_t GetLine() const { return line_; }
-  void SetLine(std::uint32_t line) { line_ = line; }
+  void SetLine(std::uint32_t line) { line_ = line; }  ///< 0 for none.
 
   /// `indent` times two spaces and then `text`; `text` alone when `indent` is negative.
   static OxString IndentString(int indent, const OxString& text);
@@ -123,9 +132,10 @@ class OxXMLNode : public Hux::Retainable {
   static OxString Escape(const OxString& text, bool escapeWhitespace);
 
  protected:
+  /// The ends of a list of children.
   struct ChildLinks {
-    Hux::SmartPtr<OxXMLNode> first;
-    OxXMLNode* last = nullptr;
+    Hux::SmartPtr<OxXMLNode> first;  ///< Holds the rest through its siblings.
+    OxXMLNode* last = nullptr;       ///< Not owned.
   };
 
   OxXMLNode();
@@ -135,7 +145,7 @@ class OxXMLNode : public Hux::Retainable {
   void CopyFrom(const OxXMLNode& source);
   /// Lets go of all children, and of all below them that nobody else holds, without recursion.
   void ReleaseChildren(ChildLinks& children);
-  void MarkIndexDirty() const;
+  void MarkIndexDirty() const;  ///< For the next OxXMLDoc::Index().
 
  private:
   friend class OxXMLAttrNode;

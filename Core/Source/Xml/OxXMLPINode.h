@@ -17,6 +17,7 @@ class OxXMLPINode : public OxXMLNode {
   Hux::SmartPtr<OxXMLNode> CloneSelf() const override;
 
  protected:
+  /// An instruction without a document.
   OxXMLPINode(const OxXMLName& target, OxString data) : target_(target), data_(std::move(data)) {}
 
  private:

@@ -34,11 +34,14 @@ class OxXMLParser {
   /// A lexical unit of a declaration: a name, a quoted literal (its text without the quotes), a single
   /// other character, or the end of the input.
   struct Token {
+    /// What the token is.
     enum Kind { kEnd, kName, kString, kCharacter };
-    Kind kind = kEnd;
-    OxString text;
+    Kind kind = kEnd;  ///< kEnd until one is read.
+    OxString text;     ///< Empty at the end.
 
+    /// Whether it is this very name.
     bool IsName(const char* name) const { return kind == kName && text == name; }
+    /// Whether it is this ASCII character, outside a literal.
     bool Is(char character) const {
       return kind == kCharacter && text.view() == std::string_view(&character, 1);
     }
@@ -49,7 +52,7 @@ class OxXMLParser {
 
   /// What a document asks for itself ends with its parse.
   void SetStrict(bool strict) { strict_ = strict ? 1 : 0; }
-  bool IsStrict() const { return strict_ != 0; }
+  bool IsStrict() const { return strict_ != 0; }  ///< Of the next parse.
 
   /// Parses `text` into `doc`. Success is kNoError with line 0. After a failure the document holds what
   /// was complete before it: a top-level element arrives with its end tag. Deliberate: a second root

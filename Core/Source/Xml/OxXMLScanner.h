@@ -10,27 +10,31 @@
 /// bytes. Only the shortest form of a character counts as markup.
 class OxXMLScanner : public OxScanner {
  public:
-  bool MatchWhitespace(MatchKind kind);
+  bool MatchWhitespace(MatchKind kind);  ///< By XMLCharacters::IsWhitespace().
   /// The matchers below append what they take to `out`.
   bool MatchName(OxString& out);
   /// One or more name characters.
   bool MatchNameToken(OxString& out);
   /// "&name;" and "%name;"; `out` gets the name.
   bool MatchEntityRef(OxString& out);
+  /// Likewise with "%".
   bool MatchPERef(OxString& out);
   /// "&#65;" or "&#x41;" (with a small x); `out` gets the character. Deliberate: the value is taken modulo
   /// 2^32 and not checked.
   bool MatchCharRef(OxString& out);
   /// One or more decimal digits.
   bool MatchNumber(OxString& out);
-  bool MatchHexDigit(OxString& out);
+  bool MatchHexDigit(OxString& out);  ///< Exactly one.
 
+  /// The four characters of XML.
   static bool IsWhitespace(std::uint32_t c) { return XMLCharacters::IsWhitespace(c); }
+  /// Deliberate: the form feed counts, although XML does not allow it.
   static bool IsNewline(std::uint32_t c) { return c == 0xA || c == 0xD || c == 0xC; }
-  static bool IsDigit(std::uint32_t c) { return XMLCharacters::IsDigit(c); }
-  static bool IsHexDigit(std::uint32_t c) { return XMLCharacters::IsHexDigit(c); }
+  static bool IsDigit(std::uint32_t c) { return XMLCharacters::IsDigit(c); }        ///< 0 to 9.
+  static bool IsHexDigit(std::uint32_t c) { return XMLCharacters::IsHexDigit(c); }  ///< In either case.
+  /// Tab, space, and what is printable but for quotes and parentheses.
   static bool IsAsciiStringChar(std::uint32_t c);
-  static bool IsNonAsciiChar(std::uint32_t c) { return c >= 0x80 && c <= 0x10FFFF; }
+  static bool IsNonAsciiChar(std::uint32_t c) { return c >= 0x80 && c <= 0x10FFFF; }  ///< All but ASCII.
 
   // ---- Runs. A view that is returned is part of the input and lasts as long as the segment is read.
 
@@ -72,6 +76,7 @@ class OxXMLScanner : public OxScanner {
   std::string_view TakeName(std::string& spill);
   /// Takes a reference and gives the name in it, or nothing and an empty view.
   std::string_view TakeEntityRef(std::string& spill) { return TakeReference('&', spill); }
+  /// Likewise with "%".
   std::string_view TakePERef(std::string& spill) { return TakeReference('%', spill); }
   /// Takes a character reference and gives its value.
   bool TakeCharRef(std::uint32_t& codePoint);

@@ -4,19 +4,24 @@
 #include <cstdint>
 
 /// The character classes of XML as this system has them: for names deliberately much narrower than
-/// XML 1.0, only ASCII letters count as letters. Characters are code points.
+/// XML 1.0, only ASCII letters count as letters. Characters are code points; productions are those of
+/// XML 1.0, fourth edition.
 namespace XMLCharacters {
 
+/// Char, production 2 of XML 1.0.
 constexpr bool IsChar(std::uint32_t c) {
   return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) ||
          (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF);
 }
+/// S, production 3: one character of it.
 constexpr bool IsWhitespace(std::uint32_t c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
+/// Narrower than production 88: ASCII digits only.
 constexpr bool IsDigit(std::uint32_t c) {
   return c >= '0' && c <= '9';
 }
+/// In either case, as in production 66.
 constexpr bool IsHexDigit(std::uint32_t c) {
   return IsDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
 }
@@ -26,31 +31,40 @@ constexpr std::uint32_t GetHexCharValue(std::uint32_t c) {
   if (!IsHexDigit(c)) return 0xFFFFFFFF;
   return (c | 0x20U) - 'a' + 10;
 }
+/// Narrower than production 85: ASCII letters only.
 constexpr bool IsBaseChar(std::uint32_t c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
+/// Production 86; nothing here.
 constexpr bool IsIdeographic(std::uint32_t) {
   return false;
 }
+/// Production 87; nothing here.
 constexpr bool IsCombiningChar(std::uint32_t) {
   return false;
 }
+/// Of production 89 the middle dot alone.
 constexpr bool IsExtender(std::uint32_t c) {
   return c == 0xB7;
 }
+/// Production 84.
 constexpr bool IsLetter(std::uint32_t c) {
   return IsBaseChar(c) || IsIdeographic(c);
 }
+/// As IsNameStart() but without the colon, which separates a prefix.
 constexpr bool IsNCNameStart(std::uint32_t c) {
   return IsLetter(c) || c == '_';
 }
+/// As IsNameChar() but without the colon.
 constexpr bool IsNCNameChar(std::uint32_t c) {
   return IsLetter(c) || IsDigit(c) || c == '.' || c == '-' || c == '_' || IsCombiningChar(c) ||
          IsExtender(c);
 }
+/// The first character of a name, production 5.
 constexpr bool IsNameStart(std::uint32_t c) {
   return IsNCNameStart(c) || c == ':';
 }
+/// Any further one, production 4.
 constexpr bool IsNameChar(std::uint32_t c) {
   return IsNCNameChar(c) || c == ':';
 }
@@ -85,6 +99,7 @@ enum ByteClass : std::uint32_t {
   kPercentByte = 1 << 16,
 };
 
+/// Every ByteClass of one byte, from 0 to 255.
 constexpr std::uint32_t ClassifyByte(std::uint32_t byte) {
   std::uint32_t classes = 0;
   const auto set = [&classes](bool holds, ByteClass which) {
@@ -114,12 +129,14 @@ constexpr std::uint32_t ClassifyByte(std::uint32_t byte) {
   return classes;
 }
 
+/// ClassifyByte() of every byte.
 inline constexpr std::array<std::uint32_t, 256> kByteClasses = [] {
   std::array<std::uint32_t, 256> classes{};
   for (std::uint32_t byte = 0; byte < classes.size(); ++byte) classes[byte] = ClassifyByte(byte);
   return classes;
 }();
 
+/// Whether the byte is of one of the classes, which may be several.
 inline bool IsByte(char byte, unsigned classes) {
   return (kByteClasses[static_cast<unsigned char>(byte)] & classes) != 0;
 }

@@ -16,6 +16,7 @@ class XMLExpansionBudget {
   /// Above the threshold, the replacement text may be so many times the text that asked for it.
   static constexpr std::uint64_t kRatio = 8;
 
+  /// For a text of so many bytes.
   explicit XMLExpansionBudget(std::uint64_t textBytes) : textBytes_(textBytes) {}
   /// Whether `bytes` more are allowed; they count as used then.
   bool Take(std::uint64_t bytes);
@@ -28,6 +29,7 @@ class XMLExpansionBudget {
 /// Reads entities in place: puts their replacement text in front of a scanner, unless that would not end.
 class XMLExpansion {
  public:
+  /// Both are borrowed.
   XMLExpansion(OxScanner& scanner, XMLExpansionBudget& budget) : scanner_(scanner), budget_(budget) {}
 
   /// Pushes the text of an entity whose reference has just been taken, `depth` deep in pushed text. False,

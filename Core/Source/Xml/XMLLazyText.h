@@ -11,8 +11,8 @@ class XMLLazyText {
   XMLLazyText(const XMLLazyText&) = delete;
   XMLLazyText& operator=(const XMLLazyText& other);
 
-  const OxString& Get() const;
-  OxString& Edit();
+  const OxString& Get() const;  ///< An empty text until it is set.
+  OxString& Edit();             ///< Makes the text if it is not there.
 
  private:
   std::unique_ptr<OxString> text_;

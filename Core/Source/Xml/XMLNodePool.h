@@ -6,7 +6,7 @@
 /// back to the heap. Not for use by two threads.
 namespace XMLNodePool {
 
-void* Allocate(std::size_t size);
+void* Allocate(std::size_t size);  ///< Bytes; throws std::bad_alloc.
 /// `size` is that of the allocation.
 void Free(void* memory, std::size_t size);
 

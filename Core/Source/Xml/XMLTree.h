@@ -8,13 +8,18 @@
 struct XMLTree {
   /// Null for the text of an attribute that nobody has asked for as a node.
   static OxXMLNode* FirstChild(const OxXMLNode& node);
-  static OxXMLNode* Next(const OxXMLNode& node) { return node.next_.get(); }
+  static OxXMLNode* Next(const OxXMLNode& node) { return node.next_.get(); }  ///< Null for the last one.
+  /// Null for the first one.
   static OxXMLNode* Previous(const OxXMLNode& node) { return node.previous_; }
+  /// For an attribute, the node that has it.
   static OxXMLNode* Parent(const OxXMLNode& node) { return node.parent_; }
+  /// Null when there never was one.
   static const OxXMLNamedNodeMap* Attributes(const OxXMLNode& node) { return node.attributes_.get(); }
+  /// What OxXMLNode::GetIndex() answers.
   static void SetIndex(OxXMLNode& node, std::uint32_t index) { node.index_ = index; }
+  /// What SetValue() set, unresolved.
   static const OxString& Value(const OxXMLNode& node) { return node.ValueText(); }
-  static OxString& EditData(OxXMLCharDataNode& node) { return node.data_; }
+  static OxString& EditData(OxXMLCharDataNode& node) { return node.data_; }  ///< The text itself.
 
   /// The node that follows `node` in document order within the tree below `top`, or null.
   static OxXMLNode* NextBelow(const OxXMLNode& node, const OxXMLNode& top);

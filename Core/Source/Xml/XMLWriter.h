@@ -14,6 +14,7 @@ OxString Write(const OxXMLNode& top, int indent);
 /// OxXMLNode::Escape() onto `out`; `text` came out of an OxString.
 void AppendEscaped(OxString& out, std::string_view text, bool escapeWhitespace);
 
+/// Two spaces for each; none when negative.
 void AppendIndent(OxString& out, int indent);
 
 }  // namespace XMLWriter
