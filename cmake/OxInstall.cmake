@@ -27,6 +27,8 @@ install(EXPORT ConverterTargets NAMESPACE Converter:: DESTINATION "${OX_PACKAGE_
 configure_package_config_file(cmake/ConverterConfig.cmake.in "${CMAKE_BINARY_DIR}/ConverterConfig.cmake"
   INSTALL_DESTINATION "${OX_PACKAGE_FOLDER}")
 write_basic_package_version_file("${CMAKE_BINARY_DIR}/ConverterConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
+# The tree may be moved: `cmake --install` and packages choose other prefixes than configuring did.
+file(RELATIVE_PATH OX_PREFIX_FROM_PC "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file(cmake/converter.pc.in "${CMAKE_BINARY_DIR}/converter.pc" @ONLY)
 install(FILES "${CMAKE_BINARY_DIR}/ConverterConfig.cmake" "${CMAKE_BINARY_DIR}/ConverterConfigVersion.cmake"
   DESTINATION "${OX_PACKAGE_FOLDER}" COMPONENT library)
@@ -37,9 +39,13 @@ set(CPACK_PACKAGE_NAME converter)
 set(CPACK_PACKAGE_CONTACT "The Converter maintainers <maintainers@converter.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "packages, signs and verifies desktop widgets")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_COMPONENTS_ALL tool)
+set(CPACK_COMPONENTS_ALL tool library)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME converter)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME converter-dev)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libssl-dev (>= 3.0), libicu-dev (>= 66)")
+set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "Headers and static libraries to read archives and verify signatures with.")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)

@@ -14,8 +14,10 @@
 #include <fstream>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include <fnmatch.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
@@ -81,6 +83,28 @@ TEST_P(Cli, DoesWhatTheCaseSays) {
   EXPECT_EQ(folder.Read("out"), expected("out"));
   EXPECT_EQ(folder.Read("err"), expected("err"));
   EXPECT_EQ(WEXITSTATUS(result), GetParam().status);
+}
+
+// The commands of README.md's session print what stands there, where "..." is any number of lines.
+TEST(Readme, TheSessionIsReal) {
+  const Support::TemporaryFolder folder;
+  folder.MakeLink("Examples", OX_SOURCE_DIR "/Examples");
+  std::ifstream readme(OX_SOURCE_DIR "/README.md");
+  std::string line, script = "LC_ALL=C.UTF-8; export LC_ALL\n", expected;
+  while (std::getline(readme, line) && line != "```console") continue;
+  while (std::getline(readme, line) && line != "```") {
+    if (line.starts_with("$ ")) script += "cat <<'END'\n" + line + "\nEND\n" + line.substr(2) + "\n";
+    for (const char c : line == "..." ? "*" : line + '\n') {
+      if (line != "..." && std::string_view("*?[\\").find(c) != std::string_view::npos) expected += '\\';
+      expected += c;
+    }
+  }
+  folder.Write("script", script);
+  ASSERT_EQ(
+      std::system(
+          ("cd " + folder.path() + " && PATH=" OX_TOOL_FOLDER ":$PATH sh script >out 2>&1").c_str()),
+      0);
+  EXPECT_EQ(fnmatch(expected.c_str(), folder.Read("out").c_str(), 0), 0) << folder.Read("out");
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, Cli, testing::ValuesIn(ReadCases()), NameOf);

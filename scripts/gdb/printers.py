@@ -1,22 +1,59 @@
-"""Pretty printers for gdb: gdb -x scripts/gdb/printers.py PROGRAM"""
+"""Pretty printers for gdb: gdb -x scripts/gdb/printers.py PROGRAM
+
+Strings and paths show their text, buffers their first bytes, smart pointers what they point to, and the nodes of a
+document their kind, name, value and line, with attributes and children inside.
+"""
 import gdb
 import gdb.printing
 
+SHOWN_BYTES = 32
 
-def string_bytes(value):
-    storage, size = value["storage_"], int(value["size_"])
-    address = storage.address.cast(gdb.lookup_type("char").pointer())
+
+def read(address, count):
+    return bytes(gdb.selected_inferior().read_memory(int(address), count)) if count else b""
+
+
+def text_of(string):
+    storage, size = string["storage_"], int(string["size_"])
+    characters = gdb.lookup_type("char").pointer()
+    address = storage.address.cast(characters)
     if int(storage[15]) != 0:
-        address = address.cast(gdb.lookup_type("char").pointer().pointer()).dereference()
-    return bytes(gdb.selected_inferior().read_memory(int(address), size)) if size else b""
+        address = address.cast(characters.pointer()).dereference()
+    return read(address, size).decode("utf-8", "backslashreplace")
 
 
-class StringPrinter:
+def target_of(smart_pointer):
+    """The object in its own class, or None."""
+    pointer = smart_pointer["pointer_"]
+    return pointer.cast(pointer.dynamic_type).dereference() if int(pointer) else None
+
+
+def held(unique_pointer):
+    """The object in a std::unique_ptr of libstdc++, or None."""
+    pointer = unique_pointer["_M_t"]["_M_t"].cast(unique_pointer["_M_t"]["_M_t"].type.fields()[0].type)["_M_head_impl"]
+    return pointer.dereference() if int(pointer) else None
+
+
+def members(value):
+    return {field.name for base in bases(value.type) for field in base.fields()}
+
+
+def bases(kind):
+    yield kind
+    for field in kind.fields():
+        if field.is_base_class:
+            yield from bases(field.type)
+
+
+class TextPrinter:
     def __init__(self, value):
         self.value = value
 
     def to_string(self):
-        return string_bytes(self.value).decode("utf-8", "backslashreplace")
+        name = self.value.type.strip_typedefs().name
+        if name == "OxXMLName":
+            return text_of(target_of(self.value["shared_"])["text"])
+        return text_of(self.value["text_"] if name == "OxPath" else self.value)
 
     def display_hint(self):
         return "string"
@@ -28,39 +65,56 @@ class BufferPrinter:
 
     def to_string(self):
         length, capacity = int(self.value["length_"]), int(self.value["capacity_"])
-        shown = b""
-        if length:
-            shown = bytes(gdb.selected_inferior().read_memory(int(self.value["data_"]), min(length, 32)))
-        return f"{length} of {capacity} bytes: {shown.hex(' ')}{' ...' if length > 32 else ''}"
+        shown = read(self.value["data_"], min(length, SHOWN_BYTES)).hex(" ")
+        return f"{length} of {capacity} bytes: {shown}{' ...' if length > SHOWN_BYTES else ''}"
 
 
-class PathPrinter:
+class NodePrinter:
     def __init__(self, value):
         self.value = value
 
     def to_string(self):
-        return string_bytes(self.value["text_"]).decode("utf-8", "backslashreplace")
+        known = members(self.value)
+        kind = self.value.type.name.removeprefix("OxXML").removesuffix("Node")
+        for name in {"name_", "target_"} & known:
+            kind += " " + text_of(target_of(self.value[name]["shared_"])["text"])
+        for text in {"data_", "text_"} & known:
+            kind += f" {text_of(self.value[text])!r}"
+        return f"{kind}, line {int(self.value['line_'])}"
 
-    def display_hint(self):
-        return "string"
+    def children(self):
+        attributes = held(self.value["attributes_"])
+        if attributes is not None:
+            many = held(attributes["large_"])
+            yield "attributes", attributes["small_"] if many is None else many["tree"]
+        child = target_of(self.value["children_"]["first"]) if self.has_children() else None
+        number = 0
+        while child is not None:
+            yield f"[{number}]", child
+            child, number = target_of(child["next_"]), number + 1
+
+    def has_children(self):
+        return "children_" in members(self.value) and "first" in members(self.value["children_"])
 
 
 class SmartPtrPrinter:
     def __init__(self, value):
-        self.pointer = value["pointer_"]
+        self.value = value
 
     def to_string(self):
-        if int(self.pointer) == 0:
+        target = target_of(self.value)
+        if target is None:
             return "null"
-        target = self.pointer.cast(self.pointer.dynamic_type)
-        return f"{target.type} {int(target):#x}, {int(target.dereference()['count_'])} references"
+        printer = gdb.default_visualizer(target)
+        shown = f": {printer.to_string()}" if printer else ""
+        return f"{target.type} {int(target.address):#x}, {int(target['count_'])} references{shown}"
 
 
 def build():
     printers = gdb.printing.RegexpCollectionPrettyPrinter("converter")
-    printers.add_printer("OxString", "^OxString$", StringPrinter)
+    printers.add_printer("text", "^(OxString|OxPath|OxXMLName)$", TextPrinter)
     printers.add_printer("OxBuffer", "^OxBuffer$", BufferPrinter)
-    printers.add_printer("OxPath", "^OxPath$", PathPrinter)
+    printers.add_printer("nodes", "^OxXML([A-Za-z]+Node|Doc)$", NodePrinter)
     printers.add_printer("SmartPtr", "^Hux::SmartPtr<.*>$", SmartPtrPrinter)
     return printers
 
