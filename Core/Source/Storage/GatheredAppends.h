@@ -19,8 +19,10 @@ class GatheredAppends {
   /// Drops what was gathered and gathers no more.
   void End();
 
-  bool IsEmpty() const { return size_ == 0; }
+  bool IsEmpty() const { return size_ == 0; }  ///< Whether nothing waits.
+  /// What was gathered and not dropped; valid until the next change.
   std::span<const std::byte> Bytes() const { return {bytes_.get(), size_}; }
+  /// False for every count, 0 too, before Begin().
   bool HasRoomFor(std::size_t count) const { return bytes_ != nullptr && count <= kCapacity - size_; }
 
   /// Takes the pieces, for which there is room.
