@@ -29,8 +29,9 @@ def target_of(smart_pointer):
 
 
 def held(unique_pointer):
-    """The object in a std::unique_ptr of libstdc++, or None."""
-    pointer = unique_pointer["_M_t"]["_M_t"].cast(unique_pointer["_M_t"]["_M_t"].type.fields()[0].type)["_M_head_impl"]
+    """The object in a std::unique_ptr, which is as large as a pointer, or None."""
+    kind = unique_pointer.type.strip_typedefs().template_argument(0).pointer()
+    pointer = unique_pointer.address.cast(kind.pointer()).dereference()
     return pointer.dereference() if int(pointer) else None
 
 
