@@ -1,5 +1,6 @@
 # What `cmake --install` puts where, and the packages that cpack makes of it.
 
+set(CMAKE_INSTALL_DOCDIR share/doc/converter CACHE PATH "Where the documents are installed")
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -14,11 +15,15 @@ install(FILES Packaging/completions/Converter.bash RENAME Converter
 install(FILES Packaging/completions/_Converter
   DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions" COMPONENT tool)
 install(FILES README.md TYPE DOC COMPONENT tool)
-install(DIRECTORY Docs TYPE DOC COMPONENT tool)
+install(DIRECTORY Docs TYPE DOC COMPONENT tool FILES_MATCHING PATTERN "*.md")
 
 # Programs that verify link the tables too; as objects they could not be installed.
 add_library(ox_builtin_trust STATIC $<TARGET_OBJECTS:ox_trust>)
 set_target_properties(ox_builtin_trust PROPERTIES LINKER_LANGUAGE CXX)
+
+# What installing and packaging need; the tests and benchmarks may stay unbuilt.
+add_custom_target(ox_installed DEPENDS Converter ox_builtin_trust ${OX_LIBRARIES})
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 
 install(TARGETS ${OX_LIBRARIES} ox_builtin_trust EXPORT ConverterTargets ARCHIVE COMPONENT library)
 install(DIRECTORY Core/Source/ Converter/Source/Utilities DESTINATION "${OX_HEADERS_FOLDER}" COMPONENT library
