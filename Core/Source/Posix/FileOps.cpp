@@ -115,6 +115,10 @@ std::int64_t FileOps::ReadAt(int fd, std::span<std::byte> out, std::uint64_t pos
 
 std::int64_t FileOps::WriteAt(int fd, std::span<const Piece> pieces, std::uint64_t position) {
   if (!IsPosition(position)) return -EFBIG;
+  if (pieces.size() == 1) {
+    const Piece piece = pieces.front();
+    return ResultOf(::pwrite(fd, piece.data(), piece.size(), static_cast<off_t>(position)));
+  }
   std::array<iovec, kMostPieces> native;
   const std::size_t count = std::min(pieces.size(), native.size());
   std::transform(pieces.begin(), pieces.begin() + static_cast<std::ptrdiff_t>(count), native.begin(),
