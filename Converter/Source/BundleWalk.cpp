@@ -8,7 +8,9 @@
 
 #include "Console.h"
 #include "NameClashes.h"
+#include "ObjectIdentity.h"
 #include "Posix/FileOps.h"
+#include "Posix/RepeatInterrupted.h"
 #include "Storage/OxFileUtils.h"
 
 namespace {
@@ -17,10 +19,11 @@ using Posix::FileInfo;
 using Posix::FileKind;
 using StepKind = BundlePlan::StepKind;
 
-std::optional<FileInfo> Identify(const OxString& path) {
+// What a link leads to; one that leads nowhere, or cannot be followed, is a file that cannot be read.
+FileKind KindBehind(const OxString& link) {
   FileInfo info;
-  if (Posix::Files().Status(path.c_str(), info) != 0) return std::nullopt;
-  return info;
+  const int result = RepeatInterrupted([&] { return Posix::Files().Status(link.c_str(), info); });
+  return result >= 0 ? info.kind : FileKind::kOther;
 }
 
 // A name that a path would change is none that it can hold.
@@ -49,8 +52,7 @@ bool MayClash(const std::vector<OxFolderEntry>& entries) {
 
 class Walk {
  public:
-  explicit Walk(const OxPath& archive)
-      : archive_(Identify(archive.native_string())), archiveName_(archive.leaf()) {}
+  explicit Walk(const OxPath& archive) : archive_(Identify(archive)), archiveName_(archive.leaf()) {}
 
   std::optional<BundlePlan> Run(const OxPath& root, const OxPath& relative);
 
@@ -118,7 +120,7 @@ bool Walk::Visit(const OxFolderEntry& entry) {
   }
   const bool isLink = entry.kind == FileKind::kLink;
   FileKind kind = entry.kind;
-  if (isLink) kind = Identify(Here().path + entry.name).value_or(FileInfo()).kind;
+  if (isLink) kind = KindBehind(Here().path + entry.name);
   if (kind == FileKind::kFolder) return VisitFolder(entry.name, isLink);
   if (entry.name.ends_with_nocase(".wob") || IsArchive(entry.name, isLink)) return true;
   AddStep(entry.name, StepKind::kFile);
@@ -131,7 +133,7 @@ bool Walk::VisitFolder(const OxString& name, bool isLink) {
   folder.relative += '/';
   const bool isBehindLink = isLink || levels_.back().isBehindLink;
   if (isBehindLink) {
-    const std::optional<FileInfo> identity = Identify(folder.path);
+    const std::optional<FileInfo> identity = Identify(OxPath(folder.path));
     if (identity && IsBeingWalked(*identity)) return true;
     if (++linkedFolders_ > kMostLinkedFolders) return false;
   }
@@ -146,7 +148,7 @@ bool Walk::VisitFolder(const OxString& name, bool isLink) {
 
 bool Walk::IsBeingWalked(const FileInfo& folder) {
   return std::ranges::any_of(levels_, [&](Level& level) {
-    if (!level.identity) level.identity = Identify(plan_.folders[level.folder].path);
+    if (!level.identity) level.identity = Identify(OxPath(plan_.folders[level.folder].path));
     return level.identity && level.identity->IsSameObject(folder);
   });
 }
@@ -164,7 +166,7 @@ void Walk::Enter(BundlePlan::Folder folder, bool isBehindLink, std::vector<OxFol
 bool Walk::IsArchive(const OxString& name, bool isLink) const {
   if (!archive_) return false;
   if (!isLink && name.compare(archiveName_, OxString::kCaseInsensitive) != 0) return false;
-  const std::optional<FileInfo> file = Identify(Here().path + name);
+  const std::optional<FileInfo> file = Identify(OxPath(Here().path + name));
   return file && file->IsSameObject(*archive_);
 }
 

@@ -24,7 +24,7 @@ std::string LengthColumn(std::uint32_t length) {
 
 Totals PrintRecords(OxDataFile& file, bool verbose) {
   Totals totals;
-  OverlapLimit limit(file.GetPath());
+  OverlapLimit limit(file);
   std::string line;
   const OxDataFile::Iterator end = file.End();
   for (OxDataFile::Iterator record = file.Begin(); record != end; ++record) {

@@ -1,11 +1,22 @@
 #pragma once
 
+#include <optional>
+
 #include "Foundation/OxPath.h"
+#include "Posix/FileOps.h"
 
 // What two paths mean on the disk, whatever their spelling: links are followed, and objects are told
 // apart by device and inode. A path that leads nowhere is neither the same as nor inside anything.
+//   Errors: what is there but cannot be asked for (a disk that fails) throws std::system_error: whoever
+//           deletes or overwrites must not take it for absent.
+
+/// Nothing when the path leads nowhere, or nowhere that this user may go.
+std::optional<Posix::FileInfo> Identify(const OxPath& path);
 
 bool IsSameObject(const OxPath& a, const OxPath& b);
 
 /// Whether `object` lies in `folder`, at any depth. A folder does not lie inside itself.
 bool LiesInside(const OxPath& object, const OxPath& folder);
+
+/// Whether there is an object, be it a dangling link. One that cannot be asked for counts as there.
+bool IsThere(const OxPath& path);

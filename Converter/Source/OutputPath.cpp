@@ -3,7 +3,6 @@
 #include "Console.h"
 #include "ObjectIdentity.h"
 #include "PathExpansion.h"
-#include "Storage/OxFileUtils.h"
 
 namespace {
 
@@ -20,11 +19,12 @@ std::optional<OxPath> ResolveOutputPath(const OxPath& input, const OxPath& outpu
   }
   OxPath result = ExpandPath(output);
   const OxPath parent = result.branch_path();
-  if (!OxFileUtils::Exists(result) && !OxFileUtils::Exists(parent)) {
+  const auto existing = Identify(result);
+  if (!existing && !Identify(parent)) {
     Console::Error("Error: Output directory '%s' does not exist\n", parent.native_string().c_str());
     return std::nullopt;
   }
-  if (OxFileUtils::IsDirectory(result)) result /= OxPath(input.leaf());
+  if (existing && existing->kind == Posix::FileKind::kFolder) result /= OxPath(input.leaf());
   if (WouldDestroyInput(input, result)) {
     Console::Error("Error: output and input paths are identical\n");
     return std::nullopt;

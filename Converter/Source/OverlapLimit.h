@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "Foundation/OxPath.h"
+#include "Storage/OxDataFile.h"
 
 /// Stops a walk over the records of an archive that was made to fill a disk or a terminal. In a sound
 /// archive no two records share bytes, so all of them together are no longer than it; here a few
@@ -10,13 +10,14 @@
 ///   Allows: what damage may do: 16 MiB, or eight times the archive's length where that is more.
 class OverlapLimit {
  public:
-  /// An archive whose length cannot be asked gets the 16 MiB.
-  explicit OverlapLimit(const OxPath& archive);
+  /// For an open archive. One whose length cannot be asked, which no archive can bring about, has no
+  /// limit: a sound one is never stopped.
+  explicit OverlapLimit(OxDataFile& archive);
 
   /// Counts `bytes` that a record claims, no more than the whole archive. False when it is too much.
   bool Admits(std::uint64_t bytes);
 
  private:
-  std::uint64_t length_ = 0;  // Bytes of the archive.
-  std::uint64_t left_;        // What may still be claimed.
+  std::uint64_t length_;  // Bytes of the archive.
+  std::uint64_t left_;    // What may still be claimed.
 };

@@ -1,20 +1,16 @@
 #include "Unflattening.h"
 
+#include <system_error>
+
 #include "Console.h"
 #include "ObjectIdentity.h"
 #include "OverlapLimit.h"
-#include "Posix/FileOps.h"
 #include "RecordExtraction.h"
 #include "Storage/OxDataFile.h"
 #include "Storage/OxFileUtils.h"
 #include "WidgetArchive.h"
 
 namespace {
-
-bool IsThere(const OxPath& path) {
-  Posix::FileInfo info;
-  return Posix::Files().LinkStatus(path.native_string().c_str(), info) == 0;
-}
 
 // Deletes the old bundle, unless that would take the archive with it.
 bool ClearTarget(const OxPath& archive, const OxPath& bundle) {
@@ -30,7 +26,7 @@ bool ClearTarget(const OxPath& archive, const OxPath& bundle) {
 }
 
 bool ExtractAll(OxDataFile& file, const OxPath& bundle, bool verbose) {
-  OverlapLimit limit(file.GetPath());
+  OverlapLimit limit(file);
   RecordExtraction extraction(bundle / OxPath(WidgetArchive::kContentsFolder), verbose);
   const OxDataFile::Iterator end = file.End();
   for (OxDataFile::Iterator record = file.Begin(); record != end; ++record) {
@@ -65,7 +61,8 @@ bool Unflatten(const OxPath& archive, const OxPath& bundle, bool verbose) {
   if (!isSamePath && !ClearTarget(archive, bundle)) return false;
   const bool extracted = ExtractAll(file, target, verbose);
   file.Close();
-  if (extracted && isSamePath) MoveIntoFolderOf(bundle, target);
+  if (isSamePath && extracted) MoveIntoFolderOf(bundle, target);
+  if (isSamePath && !extracted) WobDeleteDirectory(target.native_string());
   return extracted;
 }
 
@@ -74,7 +71,10 @@ bool Unflatten(const OxPath& archive, const OxPath& bundle, bool verbose) {
 bool UnflattenFile(const OxPath& archive, const OxPath& bundle, bool verbose) {
   try {
     return Unflatten(archive, bundle, verbose);
+  } catch (const std::system_error& failure) {
+    Console::Error("Error: %s\n", failure.what());
   } catch (...) {
-    return false;
+    // Out of memory: the result says it.
   }
+  return false;
 }

@@ -43,30 +43,6 @@ TEST_F(Flattening, TheDocumentsDumpIsWhatTheToolWrites) {
   EXPECT_EQ(folder.Read("hello"), Support::DocumentDump("flat-archive-format.md", 1));
 }
 
-// A failing status query makes a file a stranger, and a subfolder that cannot be read is left out by
-// design; everything else has to end in the whole archive or in none.
-TEST_F(Flattening, LeavesNothingHalfMadeWhicheverCallFails) {
-  std::string whole;
-  {
-    FaultyFileOps sorted({.order = Sort});
-    ASSERT_TRUE(Flatten());
-    whole = folder.Read("archive");
-  }
-  for (int n = 1;; ++n) {
-    SCOPED_TRACE(n);
-    ASSERT_LT(n, 1000);
-    unlink(folder.Path("archive").c_str());
-    FaultyFileOps faults({.failCall = n, .error = ENOSPC, .order = Sort});
-    bool succeeded = false;
-    const Printed printed = Capture([&] { succeeded = Flatten(); });
-    if (!faults.Fired()) break;
-    if (succeeded && printed.err.starts_with("Error: Unable to read")) continue;
-    EXPECT_EQ(succeeded, folder.Exists("archive"));
-    EXPECT_EQ(succeeded ? folder.Read("archive") : whole, whole);
-    EXPECT_TRUE(succeeded || !printed.err.empty());
-  }
-}
-
 TEST_F(Flattening, AFullDiskLeavesNothing) {
   FaultyFileOps faults(
       {.failCall = 2, .error = ENOSPC, .only = Support::FileCall::kWriteAt, .keepFailing = true});

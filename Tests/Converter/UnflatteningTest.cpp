@@ -49,27 +49,6 @@ std::string Overlapping(std::uint32_t nameBytes, std::uint32_t payloadBytes) {
   return file + std::string(nameBytes, 'n');
 }
 
-// Either the result is false, or every file is there; the one silent exception is a file that cannot be
-// opened. The archive is never touched.
-TEST_F(Unflattening, WhicheverCallFailsTheResultTellsIt) {
-  const std::string archive = folder.Read("archive");
-  folder.Write("out/old", "old");
-  for (int n = 1;; ++n) {
-    SCOPED_TRACE(n);
-    ASSERT_LT(n, 1000);
-    FaultyFileOps faults({.failCall = n, .error = EIO});
-    bool succeeded = false;
-    const Printed printed =
-        Capture([&] { succeeded = UnflattenFile(Path("archive"), Path("out"), true); });
-    if (!faults.Fired()) break;
-    EXPECT_EQ(folder.Read("archive"), archive);
-    if (!succeeded || printed.out.starts_with("Unable to open")) continue;
-    const bool skippedOne = printed.out == "Extracted main.wob\n" || printed.out == "Extracted sub/b\n";
-    EXPECT_TRUE(skippedOne || folder.Read("out/Contents/sub/b") == "second") << printed.out;
-    EXPECT_FALSE(folder.Exists("out/old"));
-  }
-}
-
 TEST_F(Unflattening, WhatStopsIt) {
   const struct {
     Support::FileCall call;

@@ -4,12 +4,15 @@
 
 namespace Support {
 
-bool FaultyFileOps::Fails(FileCall call) {
+bool FaultyFileOps::Fails(FileCall call, const char* path) {
   if (plan_.only != FileCall::kAny && plan_.only != call) return false;
   ++calls_;
   const bool fails = plan_.failCall != 0 &&
                      (calls_ == plan_.failCall || (plan_.keepFailing && calls_ > plan_.failCall));
-  fired_ |= fails;
+  if (fails) {
+    failedCall_ = call;
+    failedPath_ = path;
+  }
   return fails;
 }
 
@@ -50,7 +53,7 @@ std::int64_t FaultyFileOps::CopyRange(int from, std::uint64_t fromPosition, int 
 }
 
 int FaultyFileOps::ListFolder(const char* path, std::vector<Posix::FolderEntry>& entries) {
-  if (Fails(FileCall::kListFolder)) return -plan_.error;
+  if (Fails(FileCall::kListFolder, path)) return -plan_.error;
   std::vector<Posix::FolderEntry> found;
   const int result = FileOps::ListFolder(path, found);
   if (plan_.order) plan_.order(found);
@@ -59,7 +62,7 @@ int FaultyFileOps::ListFolder(const char* path, std::vector<Posix::FolderEntry>&
 }
 
 int FaultyFileOps::Open(const char* path, unsigned flags) {
-  return Fails(FileCall::kOpen) ? -plan_.error : FileOps::Open(path, flags);
+  return Fails(FileCall::kOpen, path) ? -plan_.error : FileOps::Open(path, flags);
 }
 
 int FaultyFileOps::SetLength(int fd, std::uint64_t length) {
@@ -67,11 +70,11 @@ int FaultyFileOps::SetLength(int fd, std::uint64_t length) {
 }
 
 int FaultyFileOps::Status(const char* path, Posix::FileInfo& info) {
-  return Fails(FileCall::kStatus) ? -plan_.error : FileOps::Status(path, info);
+  return Fails(FileCall::kStatus, path) ? -plan_.error : FileOps::Status(path, info);
 }
 
 int FaultyFileOps::LinkStatus(const char* path, Posix::FileInfo& info) {
-  return Fails(FileCall::kLinkStatus) ? -plan_.error : FileOps::LinkStatus(path, info);
+  return Fails(FileCall::kLinkStatus, path) ? -plan_.error : FileOps::LinkStatus(path, info);
 }
 
 int FaultyFileOps::OpenStatus(int fd, Posix::FileInfo& info) {
@@ -83,32 +86,32 @@ int FaultyFileOps::Map(int fd, std::size_t length, const std::byte*& address) {
 }
 
 int FaultyFileOps::MakeFolder(const char* path, unsigned permissions) {
-  return Fails(FileCall::kMakeFolder) ? -plan_.error : FileOps::MakeFolder(path, permissions);
+  return Fails(FileCall::kMakeFolder, path) ? -plan_.error : FileOps::MakeFolder(path, permissions);
 }
 
 int FaultyFileOps::RemoveFile(const char* path) {
-  return Fails(FileCall::kRemoveFile) ? -plan_.error : FileOps::RemoveFile(path);
+  return Fails(FileCall::kRemoveFile, path) ? -plan_.error : FileOps::RemoveFile(path);
 }
 
 int FaultyFileOps::RemoveFolder(const char* path) {
-  return Fails(FileCall::kRemoveFolder) ? -plan_.error : FileOps::RemoveFolder(path);
+  return Fails(FileCall::kRemoveFolder, path) ? -plan_.error : FileOps::RemoveFolder(path);
 }
 
 int FaultyFileOps::Rename(const char* from, const char* to) {
-  return Fails(FileCall::kRename) ? -plan_.error : FileOps::Rename(from, to);
+  return Fails(FileCall::kRename, from) ? -plan_.error : FileOps::Rename(from, to);
 }
 
 int FaultyFileOps::RenameWithoutReplacing(const char* from, const char* to) {
-  return Fails(FileCall::kRenameWithoutReplacing) ? -plan_.error
-                                                  : FileOps::RenameWithoutReplacing(from, to);
+  return Fails(FileCall::kRenameWithoutReplacing, from) ? -plan_.error
+                                                        : FileOps::RenameWithoutReplacing(from, to);
 }
 
 int FaultyFileOps::ReadLink(const char* path, std::string& target) {
-  return Fails(FileCall::kReadLink) ? -plan_.error : FileOps::ReadLink(path, target);
+  return Fails(FileCall::kReadLink, path) ? -plan_.error : FileOps::ReadLink(path, target);
 }
 
 int FaultyFileOps::MakeLink(const std::string& target, const char* path) {
-  return Fails(FileCall::kMakeLink) ? -plan_.error : FileOps::MakeLink(target, path);
+  return Fails(FileCall::kMakeLink, path) ? -plan_.error : FileOps::MakeLink(target, path);
 }
 
 int FaultyFileOps::CopyAttributes(int from, int to) {
@@ -120,7 +123,7 @@ int FaultyFileOps::CurrentFolder(std::string& path) {
 }
 
 int FaultyFileOps::ChangeFolder(const char* path) {
-  return Fails(FileCall::kChangeFolder) ? -plan_.error : FileOps::ChangeFolder(path);
+  return Fails(FileCall::kChangeFolder, path) ? -plan_.error : FileOps::ChangeFolder(path);
 }
 
 }  // namespace Support

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <functional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -52,8 +53,11 @@ class FaultyFileOps final : public Posix::FileOps {
  public:
   explicit FaultyFileOps(FaultPlan plan) : plan_(std::move(plan)), installed_(this) {}
 
-  bool Fired() const { return fired_; }
+  bool Fired() const { return failedCall_ != FileCall::kAny; }
   int Calls() const { return calls_; }  ///< How many calls were counted.
+  /// The last call that failed, kAny for none, and its path; empty where the call takes none.
+  FileCall FailedCall() const { return failedCall_; }
+  const std::string& FailedPath() const { return failedPath_; }
 
   int Open(const char* path, unsigned flags) override;
   int Close(int fd) override;
@@ -80,12 +84,13 @@ class FaultyFileOps final : public Posix::FileOps {
   int ChangeFolder(const char* path) override;
 
  private:
-  bool Fails(FileCall call);
+  bool Fails(FileCall call, const char* path = "");
   std::size_t Bounded(std::size_t count) const;
 
   FaultPlan plan_;
   int calls_ = 0;
-  bool fired_ = false;
+  FileCall failedCall_ = FileCall::kAny;
+  std::string failedPath_;
   Posix::ScopedFileOps installed_;
 };
 

@@ -2,14 +2,15 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstring>
+#include <optional>
 #include <span>
 #include <utility>
 
 #include "Foundation/Narrow.h"
 #include "Foundation/SecureZeroMemory.h"
 #include "Posix/FileOps.h"
+#include "Posix/RepeatInterrupted.h"
 
 namespace {
 
@@ -21,11 +22,11 @@ constexpr std::string_view kBase64Alphabet =
 constexpr std::string_view kEmptyBase64 = "====";
 constexpr std::uint8_t kNoValue = 0xFF;
 
-constexpr std::array<std::uint8_t, 256> kBase64Values = [] {
+constexpr std::array<std::uint8_t, 256> kBase64Values = []() {
   std::array<std::uint8_t, 256> values{};
   values.fill(kNoValue);
-  for (std::uint8_t i = 0; i < kBase64Alphabet.size(); ++i) {
-    values[static_cast<unsigned char>(kBase64Alphabet[i])] = i;
+  for (std::size_t i = 0; i < kBase64Alphabet.size(); ++i) {
+    values[static_cast<unsigned char>(kBase64Alphabet[i])] = static_cast<std::uint8_t>(i);
   }
   return values;
 }();
@@ -71,11 +72,8 @@ void DecodeBase64InPlace(char* text, std::size_t length, std::size_t outputLengt
 
 class OpenFile {
  public:
-  explicit OpenFile(const char* path) {
-    do {
-      fd_ = Posix::Files().Open(path, Posix::kOpenToRead);
-    } while (fd_ == -EINTR);
-  }
+  explicit OpenFile(const char* path)
+      : fd_(RepeatInterrupted([=] { return Posix::Files().Open(path, Posix::kOpenToRead); })) {}
   OpenFile(const OpenFile&) = delete;
   OpenFile& operator=(const OpenFile&) = delete;
   ~OpenFile() {
@@ -85,7 +83,8 @@ class OpenFile {
   // The size of a regular file that fits a buffer; false for anything else.
   bool GetSize(std::uint32_t& size) const {
     Posix::FileInfo info;
-    if (fd_ < 0 || Posix::Files().OpenStatus(fd_, info) < 0) return false;
+    if (fd_ < 0) return false;
+    if (RepeatInterrupted([&] { return Posix::Files().OpenStatus(fd_, info); }) < 0) return false;
     if (info.kind != Posix::FileKind::kRegular || info.size > kMaxLength) return false;
     size = static_cast<std::uint32_t>(info.size);
     return true;
@@ -95,9 +94,8 @@ class OpenFile {
   std::int64_t Read(char* out, std::uint32_t count) const {
     std::uint32_t done = 0;
     while (done < count) {
-      const std::int64_t got =
-          Posix::Files().ReadAt(fd_, std::as_writable_bytes(std::span(out + done, count - done)), done);
-      if (got == -EINTR) continue;
+      const auto rest = std::as_writable_bytes(std::span(out + done, count - done));
+      const std::int64_t got = RepeatInterrupted([&] { return Posix::Files().ReadAt(fd_, rest, done); });
       if (got < 0) return got;
       if (got == 0) break;
       done += static_cast<std::uint32_t>(got);
@@ -106,7 +104,7 @@ class OpenFile {
   }
 
  private:
-  int fd_ = -1;
+  int fd_;
 };
 
 }  // namespace
@@ -265,11 +263,8 @@ void OxBuffer::Remove(std::size_t start, std::size_t count) {
 void OxBuffer::Replace(const Range& range, const char* bytes, std::size_t count) {
   const std::size_t rangeEnd = std::size_t{range.start} + range.length;
   if (rangeEnd > length_) throw OutOfRange();
-  if (Owns(bytes)) {
-    const OxBuffer copy(bytes, count);
-    Replace(range, copy.data_, count);
-    return;
-  }
+  std::optional<OxBuffer> copy;
+  if (Owns(bytes)) bytes = copy.emplace(bytes, count).data_;
   const std::size_t tail = length_ - rangeEnd;
   const std::size_t newLength = std::size_t{length_} - range.length + count;
   if (count > range.length) SetLength(newLength);
@@ -307,7 +302,7 @@ OxBuffer OxBuffer::ConvertToHex() const {
 OxBuffer OxBuffer::ConvertFromHex() const {
   if (length_ % 2 != 0) return {};
   OxBuffer bytes(std::size_t{length_} / 2);
-  for (std::uint32_t i = 0; i < bytes.length_; ++i) {
+  for (std::size_t i = 0; i < bytes.length_; ++i) {
     const std::uint8_t high = HexValue(data_[2 * i]);
     const std::uint8_t low = HexValue(data_[2 * i + 1]);
     const bool valid = high != kNoValue && low != kNoValue;

@@ -2,6 +2,7 @@
 
 #include "Posix/FileOps.h"
 #include "Posix/Paths.h"
+#include "Posix/RepeatInterrupted.h"
 #include "Posix/Users.h"
 
 namespace {
@@ -23,7 +24,7 @@ std::string ExpandHome(const std::string& text) {
 
 std::string BelowCurrentFolder(const std::string& text) {
   std::string folder;
-  if (Posix::Files().CurrentFolder(folder) < 0) return text;
+  if (RepeatInterrupted([&] { return Posix::Files().CurrentFolder(folder); }) < 0) return text;
   if (text.empty()) return folder;
   return folder.ends_with(kSeparator) ? folder + text : folder + kSeparator + text;
 }
@@ -36,7 +37,8 @@ OxPath::OxPath(const OxString& text) : text_(text) {
 
 OxPath& OxPath::operator=(const OxString& text) {
   text_ = text;
-  return normalize();
+  normalize();
+  return *this;
 }
 
 void OxPath::clear() {

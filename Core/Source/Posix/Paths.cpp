@@ -8,6 +8,7 @@
 #include <sys/random.h>
 
 #include "Posix/FileOps.h"
+#include "Posix/RepeatInterrupted.h"
 
 namespace Posix {
 
@@ -15,7 +16,8 @@ namespace {
 
 std::string MadeAbsolute(const std::string& path) {
   std::string folder;
-  if (path.starts_with('/') || Files().CurrentFolder(folder) < 0) return path;
+  if (path.starts_with('/')) return path;
+  if (RepeatInterrupted([&] { return Files().CurrentFolder(folder); }) < 0) return path;
   if (path.empty()) return folder;
   return folder.ends_with('/') ? folder + path : folder + '/' + path;
 }

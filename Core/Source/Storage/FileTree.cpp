@@ -5,9 +5,9 @@
 
 #include "Posix/FileOps.h"
 #include "Posix/Paths.h"
+#include "Posix/RepeatInterrupted.h"
 #include "Storage/FileCopier.h"
 #include "Storage/OxFile.h"
-#include "Storage/RepeatInterrupted.h"
 
 namespace FileTree {
 

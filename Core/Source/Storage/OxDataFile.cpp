@@ -73,8 +73,13 @@ bool OxDataFile::BeginNewArchive() {
   header_ = FileHeader();
   header_.typeCode = typeCode_;
   header_.flags = (mode_ & kOpenProtected) != 0 ? FlatFile::kProtected : 0;
-  return file_.SetEOF(0) == kStatusOk && file_.WriteAt(0, FlatFile::Encode(header_)) == kStatusOk &&
-         file_.SetPosition(0) == kStatusOk;
+  if (file_.SetEOF(0) != kStatusOk) return false;
+  const FileStatus written = file_.WriteAt(0, FlatFile::Encode(header_));
+  if (written == kStatusOk && file_.SetPosition(0) == kStatusOk) return true;
+  // What was there before is gone already.
+  Reset();
+  OxFile(path_).Delete();
+  return false;
 }
 
 bool OxDataFile::CheckHeader() {

@@ -69,7 +69,7 @@ class OxDataFile {
 
   /// False, and closed, for a file that is missing, cannot be opened or made, is no regular file, or is
   /// no archive of this type. Damaged lists, index or names do not make it fail. A file that was made
-  /// here and could not be begun is removed. An open archive is closed first.
+  /// or emptied here and could not be begun is removed. An open archive is closed first.
   bool Open(short mode);
   bool IsOpen() const { return open_; }              ///< Since a successful Open().
   const OxString& GetPath() const { return path_; }  ///< As the constructor was given it.

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "Storage/RepeatInterrupted.h"
+#include "Posix/RepeatInterrupted.h"
 
 namespace {
 

@@ -41,7 +41,7 @@ class OxFile {
 
   /// Touches nothing on disk.
   explicit OxFile(const OxString& path) : path_(path.view()) {}
-  explicit OxFile(NativePath path) : path_(std::move(path.bytes)) {}
+  explicit OxFile(NativePath&& path) : path_(std::move(path.bytes)) {}
   OxFile(const OxFile&) = delete;
   OxFile& operator=(const OxFile&) = delete;
   ~OxFile() { Close(); }

@@ -5,11 +5,11 @@
 
 #include "Foundation/StringWalk.h"
 #include "Posix/Paths.h"
+#include "Posix/RepeatInterrupted.h"
 #include "Posix/Users.h"
 #include "Storage/FileTree.h"
 #include "Storage/OxFile.h"
 #include "Storage/OxPathMatcher.h"
-#include "Storage/RepeatInterrupted.h"
 #include "Utilities/TextDecoding.h"
 
 namespace {

@@ -7,7 +7,7 @@
 
 #include "Foundation/Narrow.h"
 #include "Posix/FileOps.h"
-#include "Storage/RepeatInterrupted.h"
+#include "Posix/RepeatInterrupted.h"
 
 namespace {
 

@@ -2,10 +2,10 @@
 
 #include "Posix/FileOps.h"
 #include "Posix/Paths.h"
+#include "Posix/RepeatInterrupted.h"
 #include "Storage/FileTree.h"
 #include "Storage/OxFile.h"
 #include "Storage/OxFileUtils.h"
-#include "Storage/RepeatInterrupted.h"
 
 namespace {
 
