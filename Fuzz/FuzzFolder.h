@@ -26,7 +26,7 @@ class FuzzFolder {
 
   void Write(const std::string& name, std::string_view bytes) const {
     std::ofstream out(path_ / name, std::ios::binary);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    out << bytes;
     Require(out.good(), "the fuzzer's own folder can be written");
   }
 

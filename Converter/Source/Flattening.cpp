@@ -162,7 +162,7 @@ bool LocateWobFileInBundle(const OxPath& bundle, OxPath& descriptionFile) {
 Hux::SmartPtr<OxXMLDoc> ReadWobFile(const OxString& path, OxString& text) {
   unsigned int encoding = kDetectEncoding;
   if (!WobReadTextFile(path, encoding, text)) return nullptr;
-  const Hux::SmartPtr<OxXMLDoc> document = OxXMLDoc::Make();
+  Hux::SmartPtr<OxXMLDoc> document = OxXMLDoc::Make();
   OxXMLParser parser;
   parser.SetStrict(false);
   if (parser.Parse(text, document).GetError() != OxXMLError::kNoError) return nullptr;

@@ -60,12 +60,22 @@ class OxString {
   OxString& operator=(const OxString& other);
   OxString& operator=(OxString&& other) noexcept;
   /// As set().
-  OxString& operator=(std::nullptr_t) { return clear(); }
-  OxString& operator=(const char* utf8) { return set(utf8); }
-  OxString& operator=(const unsigned short* utf16) { return set(utf16); }
+  OxString& operator=(std::nullptr_t) {
+    clear();
+    return *this;
+  }
+  OxString& operator=(const char* utf8) {
+    set(utf8);
+    return *this;
+  }
+  OxString& operator=(const unsigned short* utf16) {
+    set(utf16);
+    return *this;
+  }
   template <std::integral CodePoint>
   OxString& operator=(CodePoint codePoint) {
-    return set(codePoint);
+    set(codePoint);
+    return *this;
   }
 
   /// Each leaves the string empty before it throws InvalidEncoding (UTF-8) or ::InvalidEncoding

@@ -26,8 +26,8 @@ unsigned char OffendsAt(std::string_view utf8, std::size_t place) {
 
 }  // namespace
 
-bool StringWalk::IsAscii(std::string_view text) {
-  return Posix::IsAscii(text);
+bool StringWalk::IsAscii(std::string_view utf8) {
+  return Posix::IsAscii(utf8);
 }
 
 // Counted in blocks whose number fits a byte, which compilers turn into wide additions.

@@ -172,7 +172,6 @@ int FileOps::ListFolder(const char* path, std::vector<FolderEntry>& entries) {
   if (!folder) return -errno;
   const std::size_t before = entries.size();
   errno = 0;
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): the folder's stream belongs to this call.
   while (const dirent* entry = ::readdir(folder.get())) {
     if (!IsSelfOrParent(entry->d_name)) {
       entries.push_back({entry->d_name, KindOfEntry(folder.get(), *entry)});
@@ -184,8 +183,8 @@ int FileOps::ListFolder(const char* path, std::vector<FolderEntry>& entries) {
   return -error;
 }
 
-int FileOps::MakeFolder(const char* path, mode_t mode) {
-  return ResultOf(::mkdir(path, mode));
+int FileOps::MakeFolder(const char* path, unsigned permissions) {
+  return ResultOf(::mkdir(path, permissions));
 }
 
 int FileOps::RemoveFile(const char* path) {

@@ -36,7 +36,7 @@ void Feed(OxSignature& signature, std::string_view bytes) {
 // The content is read, not looked at in the mapping: taking a mapping in page by page costs more than a
 // copy that stays in the cache, and a file that is cut short meanwhile is a failure, not the process's end.
 bool FeedContent(OxSignature& signature, const OxString& path, std::uint64_t length) {
-  constexpr std::size_t kChunk = 256 * 1024;
+  constexpr std::size_t kChunk = std::size_t{256} * 1024;
   OxFile file(path);
   if (file.Open(OxFile::kRead) != kStatusOk) return false;
   const auto buffer = std::make_unique_for_overwrite<std::byte[]>(kChunk);

@@ -22,7 +22,7 @@
 struct SignatureTrailer {
   /// Bytes. Reading PEM text takes several times its length in memory, which a hostile file must not
   /// choose; no real certificate comes near this.
-  static constexpr std::size_t kLongestCertificate = 1024 * 1024;
+  static constexpr std::size_t kLongestCertificate = std::size_t{1024} * 1024;
 
   std::string_view signature;    ///< Base64.
   std::string_view certificate;  ///< PEM.

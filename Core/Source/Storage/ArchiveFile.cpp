@@ -6,7 +6,7 @@
 namespace {
 
 // Longer reads go straight to where they are wanted.
-constexpr std::size_t kLargestCopy = 64 * 1024;
+constexpr std::size_t kLargestCopy = std::size_t{64} * 1024;
 static_assert(kLargestCopy <= ReadWindow::kLargest);
 
 }  // namespace

@@ -26,7 +26,7 @@ struct CopyResult {
 class FileCopier {
  public:
   /// Bytes; large enough that system calls cost nothing beside the copying.
-  static constexpr std::size_t kBufferSize = 256 * 1024;
+  static constexpr std::size_t kBufferSize = std::size_t{256} * 1024;
 
   /// Copies up to `count` bytes; neither file's position matters or moves. `scrambler`, unless null,
   /// changes the bytes on their way.

@@ -12,7 +12,7 @@
 class GatheredAppends {
  public:
   /// The most that is gathered, in bytes. More makes no bundle faster, and the memory has to be paged in.
-  static constexpr std::size_t kCapacity = 64 * 1024;
+  static constexpr std::size_t kCapacity = std::size_t{64} * 1024;
 
   /// Gathers from now on; until then nothing is taken.
   void Begin();

@@ -2,7 +2,6 @@
 
 #include "Storage/OxDataFile.h"
 
-using FlatFile::kNoPosition;
 using FlatFile::kRecordHeaderSize;
 using FlatFile::RecordHeader;
 

@@ -13,7 +13,7 @@
 class ReadWindow {
  public:
   /// The most that can be looked at in one piece, in bytes.
-  static constexpr std::size_t kLargest = 256 * 1024;
+  static constexpr std::size_t kLargest = std::size_t{256} * 1024;
 
   /// Sets `bytes` to what the file holds at `position`, at most `count` (up to kLargest) bytes; valid
   /// until the next call. kStatusEndOfFile when the file ends first.

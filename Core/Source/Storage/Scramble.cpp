@@ -77,7 +77,7 @@ std::uint32_t InByteOrder(std::uint32_t word) {
 void XorWords(const std::uint32_t* words, const unsigned char* in, unsigned char* out,
               std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) {
-    std::uint32_t value;
+    std::uint32_t value = 0;
     std::memcpy(&value, in + kWordBytes * i, kWordBytes);
     value ^= InByteOrder(Tempered(words[i]));
     std::memcpy(out + kWordBytes * i, &value, kWordBytes);

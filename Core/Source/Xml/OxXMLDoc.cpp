@@ -149,15 +149,12 @@ bool OxXMLDoc::GetEntityReplacementText(const OxString& name, OxString& out) con
 // ---- Whole trees
 
 std::int32_t OxXMLDoc::ImportNode(const NodePtr& node, bool deep, NodePtr& out) {
-  const NodePtr source = node;
-  out = nullptr;
-  if (!source) return kOxXMLNotSupported;
-  if (source->GetNodeType() == kDocumentNode || source->GetNodeType() == kDocTypeNode) {
-    return kOxXMLNotSupported;
-  }
-  out = source->Clone(deep);
-  out->MoveTo(this);
-  return kOxXMLSuccess;
+  const bool isImportable =
+      node && node->GetNodeType() != kDocumentNode && node->GetNodeType() != kDocTypeNode;
+  NodePtr copy = isImportable ? node->Clone(deep) : nullptr;
+  if (copy) copy->MoveTo(this);
+  out = std::move(copy);
+  return isImportable ? kOxXMLSuccess : kOxXMLNotSupported;
 }
 
 void OxXMLDoc::Index() {

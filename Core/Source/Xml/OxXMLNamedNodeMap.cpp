@@ -180,7 +180,7 @@ void OxXMLNamedNodeMap::Changed() const {
 }
 
 NodePtr OxXMLNamedNodeMap::RemoveNamedItem(const OxString& name) {
-  const NodePtr node = GetNamedItem(name);
+  NodePtr node = GetNamedItem(name);
   if (!node) return node;
   if (large_ != nullptr) {
     large_->tree.erase(node->GetName().view());

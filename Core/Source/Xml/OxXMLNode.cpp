@@ -55,7 +55,12 @@ void OxXMLNode::MoveTo(OxXMLDoc* document) {
   for (OxXMLNode* node = this; node != nullptr; node = XMLTree::NextBelow(*node, *this)) {
     node->document_ = document;
     if (node->attributes_ == nullptr) continue;
-    node->attributes_->ForEach([=](const NodePtr& attribute) { attribute->MoveTo(document); });
+    node->attributes_->ForEach([=](const NodePtr& attribute) {
+      for (OxXMLNode* part = attribute.get(); part != nullptr;
+           part = XMLTree::NextBelow(*part, *attribute)) {
+        part->document_ = document;
+      }
+    });
   }
 }
 

@@ -1,8 +1,6 @@
 #include "Xml/OxXMLParser.h"
 #include "Xml/XMLEntityValue.h"
 
-using XMLCharacters::IsByte;
-
 // Behind "<!DOCTYPE". The node is the document's while its declarations are read, and goes again when
 // that fails.
 void OxXMLParser::ParseDOCTYPE(std::uint32_t line) {

@@ -1,7 +1,5 @@
 #include "Xml/OxXMLParser.h"
 
-using XMLCharacters::IsByte;
-
 // ---- Failures
 
 void OxXMLParser::Fail(OxXMLError::Error kind, const OxString& text) const {
@@ -62,7 +60,7 @@ OxString OxXMLParser::ExpectLiteral(const char* otherwise) {
 }
 
 OxString OxXMLParser::ExpectPubID(const char* otherwise) {
-  const OxString literal = ExpectLiteral(otherwise);
+  OxString literal = ExpectLiteral(otherwise);
   for (const char byte : literal.view()) {
     if (!XMLCharacters::IsPubIDChar(static_cast<unsigned char>(byte))) Fail(OxXMLError::kInvalidPubID);
   }

@@ -23,7 +23,7 @@ OxString OxXMLTextNode::GetAsString(int) const {
 
 Hux::SmartPtr<OxXMLTextNode> OxXMLTextNode::SplitText(OxString::Index offset) {
   if (offset < 0 || offset > GetLength()) throw OxXMLDOMException(kOxXMLIndexSize);
-  const Hux::SmartPtr<OxXMLTextNode> tail = Make(data().substr(offset, -1));
+  Hux::SmartPtr<OxXMLTextNode> tail = Make(data().substr(offset, -1));
   tail->JoinDocumentOf(*this);
   SetValue(data().substr(0, offset));
   const Hux::SmartPtr<OxXMLNode> parent = GetParent();

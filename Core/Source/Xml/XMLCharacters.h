@@ -130,7 +130,7 @@ constexpr std::uint32_t ClassifyByte(std::uint32_t byte) {
 }
 
 /// ClassifyByte() of every byte.
-inline constexpr std::array<std::uint32_t, 256> kByteClasses = [] {
+inline constexpr std::array<std::uint32_t, 256> kByteClasses = []() {
   std::array<std::uint32_t, 256> classes{};
   for (std::uint32_t byte = 0; byte < classes.size(); ++byte) classes[byte] = ClassifyByte(byte);
   return classes;

@@ -1,6 +1,7 @@
 #include "Xml/XMLNodePool.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <new>
 
@@ -35,7 +36,7 @@ struct Page {
 
 Page* PageOf(void* memory) {
   const auto address = reinterpret_cast<std::uintptr_t>(memory);
-  return reinterpret_cast<Page*>(address & ~(std::uintptr_t{kPageBytes} - 1));
+  return reinterpret_cast<Page*>(static_cast<std::byte*>(memory) - address % kPageBytes);
 }
 
 // The pages for one size of node: those with room in a list, the front one being served from.
