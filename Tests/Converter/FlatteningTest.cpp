@@ -3,6 +3,10 @@
 #include <string>
 #include <vector>
 
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 #include "Flattening.h"
 #include "Listing.h"
 #include "Streams.h"
@@ -125,6 +129,17 @@ TEST_F(Flattening, AFolderThatCannotBeListed) {
     const Printed printed = Capture([&] { EXPECT_EQ(Flatten(), test.succeeds); });
     EXPECT_EQ(printed.err, test.err);
   }
+}
+
+TEST_F(Flattening, ASocketIsNotRead) {
+  const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
+  folder.Path("X.widget/Contents/s").copy(address.sun_path, sizeof address.sun_path - 1);
+  ASSERT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  const Printed printed = Capture([&] { EXPECT_FALSE(Flatten()); });
+  close(fd);
+  EXPECT_EQ(printed.err, "Error: Unable to read s\nError: failed to write files\n");
+  EXPECT_FALSE(folder.Exists("archive"));
 }
 
 TEST_F(Flattening, TheMetaDataRecord) {

@@ -1,3 +1,4 @@
+#include <array>
 #include <filesystem>
 #include <fstream>
 
@@ -52,8 +53,10 @@ TEST_F(FileSigner, EveryChangeAndEveryCutIsNoticed) {
   const std::string good = Signed(valid_, kContent);
   const std::size_t magic = kContent.size(), signature = magic + 8, certificate = signature + 344 + 4;
   std::fstream file(folder_.Path("file"), std::ios::binary | std::ios::in | std::ios::out);
-  for (std::size_t i = 0; i < good.size(); ++i) {
-    file.seekp(static_cast<std::streamoff>(i)).put(static_cast<char>(good[i] ^ 0x11)).flush();
+  for (std::size_t damage = 0; damage < 3 * good.size(); ++damage) {
+    const std::size_t i = damage / 3;
+    const int change = std::array{0x01, 0x11, 0x80}[damage % 3];
+    file.seekp(static_cast<std::streamoff>(i)).put(static_cast<char>(good[i] ^ change)).flush();
     const std::int32_t result = Verify();
     file.seekp(static_cast<std::streamoff>(i)).put(good[i]).flush();
     const bool isContent = i < magic, isUnread = !isContent && i < magic + 4;  // The first magic.
