@@ -33,12 +33,14 @@ void BM_SetText(benchmark::State& state) {
 }
 BENCHMARK(BM_SetText)->Args({10, 1})->Args({1 << 20, 1})->Args({1 << 20, 0});
 
+// Texts that differ in their last letter's case alone.
 void BM_CompareNoCase(benchmark::State& state) {
-  const OxString a("Images/0042/icon-0004217.png");
-  const OxString b("images/0042/ICON-0004217.PNG");
+  const OxString a((Sentence(static_cast<std::size_t>(state.range(0)), true) + "a").c_str());
+  const OxString b((Sentence(static_cast<std::size_t>(state.range(0)), true) + "A").c_str());
   for (auto _ : state) benchmark::DoNotOptimize(a.compare(b, OxString::kCaseInsensitive));
+  state.SetComplexityN(state.range(0));
 }
-BENCHMARK(BM_CompareNoCase);
+BENCHMARK(BM_CompareNoCase)->RangeMultiplier(10)->Range(10, 100000)->Complexity(benchmark::oN);
 
 void BM_FindInText(benchmark::State& state) {
   const OxString text(Sentence(1 << 20, state.range(0) != 0).c_str());
@@ -55,7 +57,8 @@ void BM_Base64(benchmark::State& state) {
     benchmark::DoNotOptimize(buffer.FromBase64());
   }
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes.size()));
+  state.SetComplexityN(state.range(0));
 }
-BENCHMARK(BM_Base64)->Arg(128)->Arg(1 << 20);
+BENCHMARK(BM_Base64)->RangeMultiplier(10)->Range(100, 1000000)->Complexity(benchmark::oN);
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "Xml/OxXMLDoc.h"
 #include "Xml/OxXMLError.h"
 #include "Xml/OxXMLParser.h"
+#include "Xml/OxXMLScanner.h"
 
 namespace {
 
@@ -18,6 +19,24 @@ OxString Description(std::int64_t elements) {
   text += "</widget>\n";
   return OxString(text.data(), text.size());
 }
+
+// Names and what stands between them, as a parser's tokens fall.
+void BM_Scan(benchmark::State& state) {
+  const OxString text = Description(state.range(0));
+  for (auto _ : state) {
+    OxXMLScanner scanner;
+    scanner.SetData(text, 1);
+    OxString name;
+    while (scanner.PeekByte() != 0) {
+      if (!scanner.MatchName(name)) scanner.TakeByte();
+      scanner.SkipWhitespace();
+    }
+    benchmark::DoNotOptimize(name);
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+  state.SetComplexityN(state.range(0));
+}
+BENCHMARK(BM_Scan)->RangeMultiplier(10)->Range(100, 100000)->Complexity(benchmark::oN);
 
 void BM_Parse(benchmark::State& state) {
   const OxString text = Description(state.range(0));
