@@ -278,8 +278,9 @@ TEST(OxString, SecureClearLeavesNothingBehind) {
   OxString small("short");
   small.secure_clear();
   OxString moved("short");
+  const OxString* const wiped[] = {&small, &moved};
   const OxString owner(std::move(moved));
-  for (const OxString* left : {&small, &moved}) {
+  for (const OxString* left : wiped) {
     const std::string_view object(reinterpret_cast<const char*>(left), sizeof *left);
     EXPECT_EQ(object.find("short"), std::string_view::npos);
   }
