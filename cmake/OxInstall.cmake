@@ -12,10 +12,13 @@ install(TARGETS Converter RUNTIME COMPONENT tool)
 install(FILES Packaging/Converter.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tool)
 install(FILES Packaging/completions/Converter.bash RENAME Converter
   DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tool)
+# zsh looks into one folder below /usr/local, and on Debian into another one for what packages bring.
 install(FILES Packaging/completions/_Converter
-  DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions" COMPONENT tool)
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" COMPONENT site)
+install(FILES Packaging/completions/_Converter
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions" COMPONENT tool EXCLUDE_FROM_ALL)
 install(FILES README.md TYPE DOC COMPONENT tool)
-install(DIRECTORY Docs TYPE DOC COMPONENT tool FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY Docs TYPE DOC COMPONENT tool FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
 
 # Programs that verify link the tables too; as objects they could not be installed.
 add_library(ox_builtin_trust STATIC $<TARGET_OBJECTS:ox_trust>)
