@@ -22,6 +22,12 @@ def text_of(string):
     return read(address, size).decode("utf-8", "backslashreplace")
 
 
+def printable(text):
+    """The text without what gdb cannot print, as in the locale C: there, gdb would give up."""
+    charset = gdb.host_charset()
+    return text.encode(charset, "backslashreplace").decode(charset)
+
+
 def target_of(smart_pointer):
     """The object in its own class, or None."""
     pointer = smart_pointer["pointer_"]
@@ -53,8 +59,8 @@ class TextPrinter:
     def to_string(self):
         name = self.value.type.strip_typedefs().name
         if name == "OxXMLName":
-            return text_of(target_of(self.value["shared_"])["text"])
-        return text_of(self.value["text_"] if name == "OxPath" else self.value)
+            return printable(text_of(target_of(self.value["shared_"])["text"]))
+        return printable(text_of(self.value["text_"] if name == "OxPath" else self.value))
 
     def display_hint(self):
         return "string"
@@ -81,7 +87,7 @@ class NodePrinter:
             kind += " " + text_of(target_of(self.value[name]["shared_"])["text"])
         for text in {"data_", "text_"} & known:
             kind += f" {text_of(self.value[text])!r}"
-        return f"{kind}, line {int(self.value['line_'])}"
+        return printable(f"{kind}, line {int(self.value['line_'])}")
 
     def children(self):
         attributes = held(self.value["attributes_"])
