@@ -51,7 +51,7 @@ std::map<unsigned, std::vector<std::string>> ReadRows(const std::string& file, s
 
 TEST(Encodings, SingleBytesReadAsInTheirTables) {
   const auto rows = ReadRows("single-bytes.txt", std::ios::dec);
-  ASSERT_EQ(rows.size(), 16U);
+  ASSERT_GE(rows.size(), 16U);
   for (const auto& [encoding, texts] : rows) {
     ASSERT_EQ(texts.size(), 128U);
     for (unsigned byte = 0; byte < 256; ++byte) {
