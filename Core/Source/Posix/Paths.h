@@ -9,7 +9,7 @@ namespace Posix {
 /// absolute.
 std::string ResolvePath(const std::string& path);
 
-/// The folder for temporary files.
+/// The folder for temporary files: the existing one that the environment names (TMPDIR), else "/tmp".
 std::string TemporaryFolder();
 
 /// `bytes` random bytes as lower-case hexadecimal digits, from the system's source of randomness.
