@@ -40,9 +40,9 @@ class BundlePlan {
 
   /// The record's own name, also when it gets another file's bytes.
   OxString RecordName(std::size_t step) const;
-  /// The file whose bytes the record gets, and its last component.
+  /// The path of the file whose bytes the record gets.
   OxString SourcePath(std::size_t step) const;
-  /// For error lines.
+  /// Its last component, for error lines.
   const OxString& SourceLeaf(std::size_t step) const { return steps[SourceOf(step)].leaf; }
   /// Where an unreadable file fails the run.
   bool IsInFirstFolder(std::size_t step) const { return steps[step].folder == 0; }

@@ -26,10 +26,16 @@ struct ValueOption {
   void (*store)(RunOptions& options, char* value);
 };
 
+// An argument that is not there any more when the scope is left, also by an exception.
+struct WipedAtTheEnd {
+  char* text;
+  ~WipedAtTheEnd() { SecureZeroMemory(text, std::strlen(text)); }
+};
+
 void TakePassPhrase(RunOptions& options, char* value) {
+  const WipedAtTheEnd argument{value};
   options.passPhrase.secure_clear();
   options.passPhrase = value;
-  SecureZeroMemory(value, std::strlen(value));
 }
 
 constexpr ValueOption kValueOptions[] = {

@@ -36,5 +36,5 @@ struct RunOptions {
 ///   Deliberate: an option that takes a value takes the next argument whatever it is, and an empty
 ///   value when it stands last.
 ///   The pass phrase is overwritten in the argument itself, so that it no longer shows in a list of
-///   processes. Throws OxString::InvalidEncoding for a path or value that is not UTF-8.
+///   processes. Throws OxString::InvalidEncoding for a path or value that is not UTF-8, a pass phrase too.
 void ParseArguments(std::span<char*> arguments, RunOptions& options);

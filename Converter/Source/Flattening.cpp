@@ -5,6 +5,7 @@
 
 #include "BundleWalk.h"
 #include "Console.h"
+#include "ObjectIdentity.h"
 #include "Posix/Interruption.h"
 #include "Storage/OxBinaryData.h"
 #include "Storage/OxFile.h"
@@ -69,6 +70,16 @@ bool WriteArchive(const OxPath& description, const OxString& text, const OxStrin
   return true;
 }
 
+// Where the bytes of an archive at `archive` go. A link stays, and what it leads to is the archive. A file
+// that has other names, one of which may lie in the bundle, is given up and not written over.
+OxString PrepareTarget(const OxPath& archive) {
+  const auto info = IdentifyLink(archive);
+  if (!info) return archive.native_string();
+  if (info->kind == Posix::FileKind::kLink) return WobResolvePath(archive.native_string());
+  if (info->kind == Posix::FileKind::kRegular && info->links > 1) OxFileUtils::DeleteFile(archive);
+  return archive.native_string();
+}
+
 bool Convert(const OxPath& bundle, const OxPath& archive, bool protect, bool verbose) {
   OxPath description;
   if (!LocateWobFileInBundle(bundle, description)) return false;
@@ -78,7 +89,7 @@ bool Convert(const OxPath& bundle, const OxPath& archive, bool protect, bool ver
     return false;
   }
   if (!(archive == bundle)) {
-    return WriteArchive(description, text, archive.native_string(), protect, verbose);
+    return WriteArchive(description, text, PrepareTarget(archive), protect, verbose);
   }
   const OxString temporary = WobGetNewTempFilePath();
   if (!WriteArchive(description, text, temporary, protect, verbose)) return false;
@@ -103,7 +114,9 @@ Outcome AddFile(const BundlePlan& plan, std::size_t step, OxDataFile& file) {
   if (source.GetLastKnownLength() > std::numeric_limits<std::uint32_t>::max())
     return Outcome::kUnreadable;
   const FileStatus status = file.AddRecordFromFile(plan.RecordName(step), source);
-  return status == kStatusOk ? Outcome::kDone : Outcome::kBrokenOff;
+  // A file that has become shorter, or never was as long as it said, is stored as it is.
+  const bool isWhole = status == kStatusOk || status == kStatusEndOfFile;
+  return isWhole ? Outcome::kDone : Outcome::kBrokenOff;
 }
 
 Outcome DoStep(const BundlePlan& plan, std::size_t step, OxDataFile& file) {

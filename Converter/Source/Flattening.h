@@ -14,14 +14,16 @@
 bool FlattenBundle(const OxPath& bundle, const OxPath& archive, bool protect, bool verbose);
 
 /// Writes the archive; with `protect` its payloads are scrambled. When both paths are equal, ignoring
-/// letter case, it is made under a temporary name and moved into the bundle folder at the end.
-/// False, and nothing half-made stays, when anything but a file in a subfolder cannot be read, or when
-/// the archive cannot be written or the run is interrupted. What stood at `archive` is lost only once the
-/// archive could be opened. Nothing throws.
+/// letter case, it is made under a temporary name and moved into the bundle folder at the end. A link at
+/// `archive` stays, and what it leads to is written; a file that has further names is replaced, and keeps
+/// its content under those. With `verbose` the description is named on standard output.
+/// False, and nothing half-made stays, when a file directly in "Contents" cannot be read or any other
+/// breaks off, when the archive cannot be written or the run is interrupted. What stood at `archive` is
+/// lost only once the archive could be opened. Nothing throws.
 bool ConvertWidgetBundle(const OxPath& bundle, const OxPath& archive, bool protect, bool verbose);
 
-/// Finds the one description file. Deliberate: a folder that cannot be listed is success too, with
-/// `descriptionFile` as it was.
+/// Finds the one description file; of several `descriptionFile` receives the first, and the result is
+/// false. Deliberate: a folder that cannot be listed is success too, with `descriptionFile` as it was.
 bool LocateWobFileInBundle(const OxPath& bundle, OxPath& descriptionFile);
 
 /// Reads, decodes and leniently parses a description file. Null when that fails or when the root element
@@ -31,11 +33,11 @@ Hux::SmartPtr<OxXMLDoc> ReadWobFile(const OxString& path, OxString& text);
 /// Adds a record for each file below root / relative (see PlanBundle()), named by its path below `root`.
 /// False when a file there cannot be read or there are too many links. Deliberate: one that cannot be
 /// read in a subfolder ends that subfolder alone, and the result is true; `protect` has no effect here.
-/// Throws what OxDataFile::AddRecord() throws.
+/// Throws what OxDataFile::AddRecord() and PlanBundle() throw.
 bool WriteFiles(const OxPath& root, const OxPath& relative, OxDataFile& file, bool protect);
 
 /// Stores the widget's version, author, copyright, company and image, taken from the root element, in
 /// the record "__METADATA__": an unsigned 32-bit 0, little-endian, and five zero-terminated texts, empty
-/// for attributes that are missing. Nothing without a root. An empty version gives a line on standard
-/// output. FlattenBundle() does not call it.
+/// for attributes that are missing. Nothing without a root; `doc` is not null. An empty version gives a line
+/// on standard output. Throws what OxDataFile::AddRecord() throws. FlattenBundle() does not call it.
 void WriteMetaData(Hux::SmartPtr<OxXMLDoc> doc, OxDataFile& file);

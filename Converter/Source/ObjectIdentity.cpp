@@ -8,31 +8,41 @@
 
 #include "Posix/Paths.h"
 #include "Posix/RepeatInterrupted.h"
+#include "Storage/FileTree.h"
 
 namespace {
+
+using Query = int (Posix::FileOps::*)(const char*, Posix::FileInfo&);
 
 bool LeadsNowhere(int result) {
   constexpr std::array kNowhere = {-ENOENT, -ENOTDIR, -EACCES, -ELOOP, -ENAMETOOLONG};
   return std::ranges::find(kNowhere, result) != kNowhere.end();
 }
 
-// Cuts the last component off an absolute path without "." and ".."; false when "/" is left.
-bool GoToParent(std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  if (slash == std::string::npos || path.size() == 1) return false;
-  path.erase(std::max<std::size_t>(slash, 1));
-  return true;
+std::optional<Posix::FileInfo> Ask(Query query, const OxPath& path) {
+  const char* const text = path.native_string().c_str();
+  Posix::FileInfo info;
+  const int result = RepeatInterrupted([&] { return (Posix::Files().*query)(text, info); });
+  if (LeadsNowhere(result)) return std::nullopt;
+  if (result < 0) throw std::system_error(-result, std::generic_category(), text);
+  return info;
+}
+
+// Where the object itself lies, when a link leads to it.
+std::string PlaceOf(const OxPath& object) {
+  const std::string text(object.native_string().view());
+  const auto info = IdentifyLink(object);
+  return info && info->kind == Posix::FileKind::kLink ? Posix::ResolvePath(text) : text;
 }
 
 }  // namespace
 
 std::optional<Posix::FileInfo> Identify(const OxPath& path) {
-  const char* const text = path.native_string().c_str();
-  Posix::FileInfo info;
-  const int result = RepeatInterrupted([&] { return Posix::Files().Status(text, info); });
-  if (LeadsNowhere(result)) return std::nullopt;
-  if (result < 0) throw std::system_error(-result, std::generic_category(), text);
-  return info;
+  return Ask(&Posix::FileOps::Status, path);
+}
+
+std::optional<Posix::FileInfo> IdentifyLink(const OxPath& path) {
+  return Ask(&Posix::FileOps::LinkStatus, path);
 }
 
 bool IsThere(const OxPath& path) {
@@ -49,11 +59,11 @@ bool IsSameObject(const OxPath& a, const OxPath& b) {
 
 bool LiesInside(const OxPath& object, const OxPath& folder) {
   const auto container = Identify(folder);
-  if (!container || !Identify(object)) return false;
-  std::string place = Posix::ResolvePath(object.native_string().c_str());
-  while (GoToParent(place)) {
-    const auto ancestor = Identify(OxPath(place.c_str()));
-    if (ancestor && ancestor->IsSameObject(*container)) return true;
-  }
-  return false;
+  return container && Identify(object) && FileTree::LiesBelow(PlaceOf(object), *container);
+}
+
+bool GoesWith(const OxPath& object, const OxPath& target) {
+  const auto container = IdentifyLink(target);
+  return container && container->kind == Posix::FileKind::kFolder && Identify(object) &&
+         FileTree::LiesBelow(PlaceOf(object), *container);
 }

@@ -5,18 +5,26 @@
 #include "Foundation/OxPath.h"
 #include "Posix/FileOps.h"
 
-// What two paths mean on the disk, whatever their spelling: links are followed, and objects are told
-// apart by device and inode. A path that leads nowhere is neither the same as nor inside anything.
+// What two paths mean on the disk, whatever their spelling: links are followed unless it says otherwise,
+// and objects are told apart by device and inode. A path that leads nowhere, or nowhere that this user may
+// go, is neither the same as nor inside anything.
 //   Errors: what is there but cannot be asked for (a disk that fails) throws std::system_error: whoever
 //           deletes or overwrites must not take it for absent.
 
 /// Nothing when the path leads nowhere, or nowhere that this user may go.
 std::optional<Posix::FileInfo> Identify(const OxPath& path);
+/// The same, of a link itself.
+std::optional<Posix::FileInfo> IdentifyLink(const OxPath& path);
 
 bool IsSameObject(const OxPath& a, const OxPath& b);
 
 /// Whether `object` lies in `folder`, at any depth. A folder does not lie inside itself.
 bool LiesInside(const OxPath& object, const OxPath& folder);
 
-/// Whether there is an object, be it a dangling link. One that cannot be asked for counts as there.
+/// Whether deleting what is at `target`, a folder with everything in it, would take `object` along. A link
+/// takes nothing along.
+bool GoesWith(const OxPath& object, const OxPath& target);
+
+/// Whether there is an object, be it a dangling link. One that cannot be asked for counts as there, unless
+/// this user may not go there.
 bool IsThere(const OxPath& path);

@@ -63,11 +63,8 @@ bool RecordExtraction::WriteRecord(const OxDataFile::Record& record, OxFile& tar
     Console::Error("warning: record '%s' replaces a file that another record made\n",
                    record.GetName().c_str());
   }
-  if (copy.readStatus != kStatusOk) {
-    ReportTruncation(record, copy.readStatus);
-  } else if (verbose_) {
-    Console::PrintFormatted("Extracted %s\n", record.GetName().c_str());
-  }
+  if (copy.readStatus != kStatusOk) ReportTruncation(record, copy.readStatus);
+  if (verbose_) Console::PrintFormatted("Extracted %s\n", record.GetName().c_str());
   return true;
 }
 

@@ -15,7 +15,7 @@ namespace {
 // Deletes the old bundle, unless that would take the archive with it.
 bool ClearTarget(const OxPath& archive, const OxPath& bundle) {
   const char* const target = bundle.native_string().c_str();
-  if (IsSameObject(archive, bundle) || LiesInside(archive, bundle)) {
+  if (IsSameObject(archive, bundle) || GoesWith(archive, bundle)) {
     Console::Error("Error: '%s' lies inside '%s'\n", archive.native_string().c_str(), target);
     return false;
   }
@@ -62,7 +62,6 @@ bool Unflatten(const OxPath& archive, const OxPath& bundle, bool verbose) {
   const bool extracted = ExtractAll(file, target, verbose);
   file.Close();
   if (isSamePath && extracted) MoveIntoFolderOf(bundle, target);
-  if (isSamePath && !extracted) WobDeleteDirectory(target.native_string());
   return extracted;
 }
 
@@ -74,7 +73,7 @@ bool UnflattenFile(const OxPath& archive, const OxPath& bundle, bool verbose) {
   } catch (const std::system_error& failure) {
     Console::Error("Error: %s\n", failure.what());
   } catch (...) {
-    // Out of memory: the result says it.
+    // Out of memory, which the result says; no other failure comes this far.
   }
   return false;
 }

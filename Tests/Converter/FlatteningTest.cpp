@@ -131,6 +131,29 @@ TEST_F(Flattening, AFolderThatCannotBeListed) {
   }
 }
 
+// As files do that a system makes up when they are read.
+class EveryFileSeemsLonger : public Posix::FileOps {
+  int OpenStatus(int fd, Posix::FileInfo& info) override {
+    const int result = FileOps::OpenStatus(fd, info);
+    info.size += 1000;
+    return result;
+  }
+
+  Posix::ScopedFileOps installed_{this};
+};
+
+TEST_F(Flattening, FilesThatAreShorterThanTheySayAreStoredAsTheyAre) {
+  {
+    const EveryFileSeemsLonger longer;
+    EXPECT_EQ(Capture([&] { EXPECT_TRUE(Flatten()); }).err, "");
+  }
+  OxDataFile archive(0x77646774, Path("archive").native_string());
+  ASSERT_TRUE(archive.Open(OxDataFile::kOpenRead));
+  OxBuffer data;
+  ASSERT_TRUE(archive.GetRecord("sub/b", data));
+  EXPECT_EQ(data.view(), "second");
+}
+
 TEST_F(Flattening, ASocketIsNotRead) {
   const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
   sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};

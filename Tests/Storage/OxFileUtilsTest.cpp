@@ -75,8 +75,11 @@ TEST_F(OxFileUtilsTest, ListingsMatchTheWholeNameAndTellEveryEntry) {
   EXPECT_EQ(OxFileUtils::GetFolderContents(Path(""), "*", found), 6);
   EXPECT_EQ(OxFileUtils::GetFolderContents(Path("c.txt"), "*", found), 0);
   EXPECT_TRUE(found.empty());
+  const OxPath tooLong(OxString(std::string(5000, 'x')));
+  EXPECT_EQ(OxFileUtils::GetFolderContents(tooLong, "*", found), 0);
 
   std::vector<OxFolderEntry> entries;
+  EXPECT_EQ(OxFileUtils::ListFolder(tooLong, "*", entries), -1);
   EXPECT_EQ(OxFileUtils::ListFolder(Path(""), "*.wob", entries), 6);
   std::string told;
   std::ranges::sort(entries, {}, [](const OxFolderEntry& entry) { return entry.name.view(); });
@@ -205,6 +208,13 @@ TEST_F(OxFileUtilsTest, Places) {
     scope.Set();
   }
   EXPECT_EQ(WobGetCurrentDirectory(), before);
+  folder_.MakeFolder("b\xFF");
+  ASSERT_EQ(Posix::Files().ChangeFolder(folder_.Path("b\xFF").c_str()), 0);
+  { StCurrentDirectory scope(Path("here")); }
+  std::string restored;
+  Posix::Files().CurrentFolder(restored);
+  EXPECT_EQ(restored, folder_.Path("b\xFF"));
+  EXPECT_TRUE(WobSetCurrentDirectory(before));
   EXPECT_FALSE(WobSetCurrentDirectory(Text("missing")));
   EXPECT_EQ(WobResolvePath(""), "");
 

@@ -59,6 +59,7 @@ int Inform(int returned, const struct stat& status, FileInfo& info) {
   info.size = static_cast<std::uint64_t>(status.st_size);
   info.device = status.st_dev;
   info.inode = status.st_ino;
+  info.links = status.st_nlink;
   info.modified = status.st_mtim.tv_sec;
   return 0;
 }

@@ -30,6 +30,7 @@ struct FileInfo {
   std::uint64_t size = 0;            ///< Bytes.
   std::uint64_t device = 0;          ///< With `inode`: which object this is, whatever its name.
   std::uint64_t inode = 0;           ///< With `device`.
+  std::uint64_t links = 0;           ///< Names that the object has.
   std::int64_t modified = 0;         ///< Whole seconds since 1970-01-01 UTC, fraction dropped.
 
   /// Whether both describe one object, under whatever names.

@@ -41,6 +41,36 @@ std::string ParentOf(const std::string& path) {
   return path.substr(0, separator == 0 ? 1 : separator);
 }
 
+// A text that leads to the folder that `path` lies in.
+std::string FolderAround(const std::string& path) {
+  FileInfo info;
+  if (GetLinkStatus(path, info) && info.kind == FileKind::kFolder) return path + "/..";
+  const std::string parent = ParentOf(path);
+  return parent.empty() ? "." : parent;
+}
+
+// Goes up as the file system does, which needs neither names nor the rights to see them.
+bool IsReachedByClimbing(std::string place, const FileInfo& folder) {
+  FileInfo here;
+  FileInfo above;
+  for (bool known = GetStatus(place, here); known; here = above) {
+    if (here.IsSameObject(folder)) return true;
+    place += "/..";
+    known = GetStatus(place, above) && !above.IsSameObject(here);
+  }
+  return false;
+}
+
+// Goes up by cutting names off, which works where the way up would be too long a path.
+bool IsReachedByName(std::string place, const FileInfo& folder) {
+  for (place = Posix::ResolvePath(place); !place.empty();
+       place = place.size() > 1 ? ParentOf(place) : "") {
+    FileInfo here;
+    if (GetStatus(place, here) && here.IsSameObject(folder)) return true;
+  }
+  return false;
+}
+
 // The files in the folders go first, then the folders, the deepest first.
 bool RemoveFolder(const std::string& path) {
   std::vector<std::string> folders{path};
@@ -161,17 +191,19 @@ bool AreSameObject(const std::string& a, const std::string& b) {
   return GetStatus(a, first) && GetStatus(b, second) && first.IsSameObject(second);
 }
 
+bool LiesBelow(const std::string& path, const FileInfo& folder) {
+  const std::string around = FolderAround(path);
+  return IsReachedByClimbing(around, folder) || IsReachedByName(around, folder);
+}
+
 bool LiesInside(const std::string& path, const std::string& folder) {
-  FileInfo outer;
-  if (!GetLinkStatus(folder, outer) || outer.kind != FileKind::kFolder) return false;
-  const std::string parent = ParentOf(path);
-  std::string above = Posix::ResolvePath(parent.empty() ? "." : parent);
-  for (;;) {
-    FileInfo info;
-    if (GetStatus(above, info) && info.IsSameObject(outer)) return true;
-    if (above.size() <= 1) return false;
-    above = ParentOf(above);
-  }
+  FileInfo info;
+  return GetLinkStatus(folder, info) && info.kind == FileKind::kFolder && LiesBelow(path, info);
+}
+
+bool IsCopyable(const std::string& path) {
+  FileInfo info;
+  return GetLinkStatus(path, info) && info.kind != FileKind::kOther;
 }
 
 // With a "/" behind it a link would be followed.

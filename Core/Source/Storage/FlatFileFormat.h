@@ -27,12 +27,12 @@ struct LinkedList {
 
 /// What stands at the file's beginning.
 struct FileHeader {
-  std::uint32_t typeCode = 0;                ///< Four characters that name the kind of archive.
-  std::uint32_t reserved = 0;                ///< A reader refuses anything but 0.
-  std::uint32_t recordCount = 0;             ///< Live records, without index and name table.
-  std::uint32_t freeCount = 0;               ///< Blocks of the free list.
-  LinkedList usedList;                       ///< Live records in order.
-  LinkedList freeList;                       ///< Free blocks in order.
+  std::uint32_t typeCode = 0;     ///< Four characters that name the kind of archive.
+  std::uint32_t reserved = 0;     ///< A reader refuses anything but 0.
+  std::uint32_t recordCount = 0;  ///< Live records; one less for a table that outgrew its block.
+  std::uint32_t freeCount = 0;    ///< Blocks of the free list.
+  LinkedList usedList;            ///< Live records in order.
+  LinkedList freeList;            ///< Free blocks in order.
   std::uint64_t nameTablePos = kNoPosition;  ///< Of the name-table block.
   std::uint64_t indexPos = kNoPosition;      ///< Of the index block.
   std::uint32_t flags = 0;                   ///< kProtected or 0.

@@ -10,7 +10,8 @@
 ///   Owns:    its bytes.
 ///   Cursor:  every write puts it back at the first byte. Reading moves it, also on a const object.
 ///   Errors:  a read past the end throws OutOfData and consumes nothing, unless an operation says
-///            otherwise. An object without bytes never throws when read: it gives 0 or nothing.
+///            otherwise. An object without bytes never throws when read: it gives 0 or nothing. 4 GiB
+///            and more throw std::bad_alloc.
 class OxBinaryData : private OxBuffer {
  public:
   /// Fewer bytes are left than were asked for.
@@ -23,7 +24,7 @@ class OxBinaryData : private OxBuffer {
   explicit OxBinaryData(const OxBuffer& bytes);  ///< A copy, read from its first byte.
   /// A negative length gives no bytes.
   OxBinaryData(const char* bytes, int length);
-  explicit OxBinaryData(const char* text);
+  explicit OxBinaryData(const char* text);  ///< Zero-terminated, not null; the terminator is not copied.
   /// The copy's cursor stands at the first byte, wherever the source's is.
   OxBinaryData(const OxBinaryData& other);
   OxBinaryData& operator=(const OxBinaryData& other);
@@ -45,10 +46,10 @@ class OxBinaryData : private OxBuffer {
   void Append(const OxBinaryData& other);
   void Append(const OxBuffer& bytes);
 
-  void AddUInt8(unsigned char value);                                        ///< One byte.
-  void AddChar(char value) { AddUInt8(static_cast<unsigned char>(value)); }  ///< One byte.
-  void AddUInt16(unsigned short value, WhichEnd end);                        ///< Two bytes.
-  /// The low 32 bits.
+  void AddUInt8(unsigned char value);
+  void AddChar(char value) { AddUInt8(static_cast<unsigned char>(value)); }
+  void AddUInt16(unsigned short value, WhichEnd end);
+  /// Deliberate: the low 32 bits, whatever the value.
   void AddUInt32(unsigned long value, WhichEnd end);
   /// Deliberate: with kBigEndian the high 32 bits, most significant byte first, and then four zero
   /// bytes; a value below 2^32 is eight zero bytes.
@@ -62,10 +63,10 @@ class OxBinaryData : private OxBuffer {
   /// Not checked: past the end, every later read throws OutOfData.
   void Skip(unsigned long count) const;
 
-  unsigned char GetUInt8() const;                                               ///< One byte.
-  signed char GetChar() const { return static_cast<signed char>(GetUInt8()); }  ///< One byte, signed.
-  unsigned short GetUInt16(WhichEnd end) const;                                 ///< Two bytes.
-  std::uint32_t GetUInt32(WhichEnd end) const;                                  ///< Four bytes.
+  unsigned char GetUInt8() const;
+  signed char GetChar() const { return static_cast<signed char>(GetUInt8()); }
+  unsigned short GetUInt16(WhichEnd end) const;
+  std::uint32_t GetUInt32(WhichEnd end) const;
   /// Deliberate: with kBigEndian only the last four of the eight bytes count, so the result is the
   /// value modulo 2^32.
   unsigned long long GetUInt64(WhichEnd end) const;

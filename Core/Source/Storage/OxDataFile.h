@@ -23,7 +23,8 @@
 ///            after Close(). Whatever is read through this object is what was written through it, but
 ///            another reader of the file sees the archive whole only when it is closed.
 ///   Errors:  Open() returns false; writers throw. A block that lies outside the file reads as
-///            kStatusEndOfFile; in a mapped archive going past its end throws EndOfFile.
+///            kStatusEndOfFile; in a mapped archive going past its end throws EndOfFile. What returns a
+///            status gives kStatusNotOpen while the archive is closed.
 ///   Threads: one. Operations put the position back, also when they throw, but for FindRecord() and what
 ///            finds a record by its name, Beginning(), Skip(), ReadBytes(), WriteBytes() and the writers
 ///            of records.
@@ -89,16 +90,20 @@ class OxDataFile {
   // ---- Records by name
 
   /// Stores a record. One of that name is overwritten where it lies if `length` fits its block, else
-  /// moved to a new block and to the end of the list. Throws FileNotOpen, AccessDenied (not open for
-  /// writing) or FileError; then the record is not there. Null `data` counts as no bytes.
+  /// moved to a new block and to the end of the list. Throws FileNotOpen or AccessDenied (not open for
+  /// writing), or FileError: too long, and nothing has changed; or not written, and a new record is not
+  /// there, one that was overwritten has bytes of both. Null `data` counts as no bytes.
   /// Deliberate: a record that gets a free block's place is written 32 bytes behind the block's start,
-  /// over what may follow it, and the block itself reads as a nameless, empty record. And a free list
-  /// that cannot be read (any status but kStatusEndOfFile) ends the operation without a word.
+  /// over what may follow it, and the block itself reads as a nameless, empty record. That holds for the
+  /// index and the name table of Close() as well, so adding to an archive that was closed before, whose
+  /// tables outgrow their blocks, may cost names. And a free list that cannot be read (any status but
+  /// kStatusEndOfFile) ends the operation without a word.
   void AddRecord(const OxString& name, unsigned long length, const char* data);
   void AddRecord(const OxString& name, const OxBuffer& data);
   /// This system's own extension: stores the bytes of an open file from its beginning to its end (as
   /// its length was last known), in bounded memory whatever the length. Returns the status of reading
-  /// the source; when it cannot be read to its end the record has the bytes that could be read.
+  /// the source, kStatusNotOpen for a closed one, which stores nothing; when it cannot be read to its end
+  /// the record has the bytes that could be read. Throws as AddRecord().
   FileStatus AddRecordFromFile(const OxString& name, OxFile& source);
   /// False, and `out` untouched, if there is no such record. `out` gets the bytes that are there, which
   /// are fewer than the record says if the file ends inside.
@@ -110,7 +115,8 @@ class OxDataFile {
   /// position stays, if there is no such record.
   std::uint64_t FindRecord(const OxString& name);
   /// The payload inside the mapping, as it is stored. Null, with length 0, if there is no such record or
-  /// its payload is not wholly inside. Throws AccessDenied unless opened with kOpenMapped.
+  /// its payload is not wholly inside. Throws AccessDenied unless opened with kOpenMapped, and EndOfFile
+  /// when the index of a damaged archive leads out of the mapping.
   const char* GetMappedRecordPtr(const OxString& name, unsigned long& length);
 
   // ---- Positions and raw access
@@ -119,15 +125,15 @@ class OxDataFile {
   /// Past the end: the position stands at the end, and the result is kStatusEndOfFile (a file) or
   /// EndOfFile is thrown (a mapping).
   FileStatus SetPosition(std::uint64_t position);
-  FileStatus GoToEOF();                     ///< Files only.
-  FileStatus SetEOF(std::uint64_t length);  ///< Files only.
+  FileStatus GoToEOF();                     ///< Files only; kStatusNotOpen for a mapping.
+  FileStatus SetEOF(std::uint64_t length);  ///< Files only; kStatusNotOpen for a mapping.
   /// To the first record, or to where the first block begins if there is none.
   FileStatus Beginning();
   /// Over the block at the position, to the next one in the file.
   FileStatus Skip();
   /// Reads at the position and moves it; kStatusEndOfFile when fewer bytes are left.
   FileStatus ReadBytes(unsigned long count, void* buffer);
-  /// Throws ReadOnly unless opened for writing.
+  /// Writes at the position and moves it; throws ReadOnly unless opened for writing.
   FileStatus WriteBytes(unsigned long count, const void* buffer);
   /// With `restore` the position is put back, else it stands behind the header.
   FileStatus ReadFileHeader(FlatFile::FileHeader& header, bool restore);
@@ -146,7 +152,8 @@ class OxDataFile {
 
   // ---- Upkeep
 
-  /// Rebuilds the index from the list of records.
+  /// Rebuilds the index from the list of records, as far as its blocks can be read. Throws EndOfFile where
+  /// the list leaves a mapping.
   void BuildIndex();
   /// Deliberate: refuses a writable archive with ReadOnly; of one open for reading it empties the lists
   /// in memory and then throws ReadOnly too, since nothing can be written.
@@ -226,10 +233,9 @@ class OxDataFile::Record {
   /// name is no UTF-8.
   Record(OxDataFile* file, std::uint64_t position);
 
-  const OxString& GetName() const { return name_; }                    ///< Empty if the block has none.
-  std::uint32_t GetDataLength() const { return header_.dataLength; }   ///< As the header says.
-  std::uint64_t GetPosition() const { return position_; }              ///< Of its block.
-  const FlatFile::RecordHeader& GetHeader() const { return header_; }  ///< As it was when it was read.
+  const OxString& GetName() const { return name_; }                   ///< Empty if the block has none.
+  std::uint32_t GetDataLength() const { return header_.dataLength; }  ///< As the header says.
+  std::uint64_t GetPosition() const { return position_; }             ///< Of its block.
 
   /// The payload, unscrambled, as far as the file has it.
   FileStatus GetData(OxBuffer& out) const;
@@ -262,6 +268,7 @@ class OxDataFile::Iterator {
   Iterator() = default;
   /// At the first record.
   explicit Iterator(OxDataFile* file);
+  /// At the record whose block is there; the end when it cannot be loaded.
   Iterator(OxDataFile* file, std::uint64_t position);
 
   /// Valid until the iterator moves. Throws InvalidState at the end.
@@ -270,12 +277,12 @@ class OxDataFile::Iterator {
   const Record* operator->() const { return &**this; }
   /// To the next record of the list, or to the end. Throws InvalidState at the end.
   Iterator& operator++();
-  Iterator operator++(int);
+  Iterator operator++(int);  ///< The same; gives a copy from before.
   /// Same archive, same position.
   bool operator==(const Iterator& other) const {
     return file_ == other.file_ && position_ == other.position_;
   }
-  /// By position alone.
+  /// By position alone; the end is the greatest.
   bool operator>(const Iterator& other) const { return position_ > other.position_; }
 
  private:

@@ -31,7 +31,8 @@ class OxFile {
   };
 
   /// Bits of the permission that Open() takes. kExpectNew changes nothing but the cost: beside kCreate it
-  /// saves a system call where the file is missing, and costs one where it exists.
+  /// saves a system call where the file is missing, and costs one where it exists; a dangling link then
+  /// gives kStatusFileNotFound and not kStatusDuplicateName.
   enum Permission : unsigned long { kRead = 1, kWrite = 2, kCreate = 4, kExpectNew = 8 };
 
   /// A path as the file system has it, which need not be UTF-8.
@@ -69,7 +70,7 @@ class OxFile {
   FileStatus Write(const void* buffer, unsigned long count);
   /// Past the end: kStatusEndOfFile, and the position stands at the end.
   FileStatus SetPosition(std::uint64_t position);
-  FileStatus GoToEOF();  ///< To the end of the file.
+  FileStatus GoToEOF();  ///< The position is the length then.
   /// Truncates or extends (with zeros); the position stays, also beyond the new end.
   FileStatus SetEOF(std::uint64_t length);
   /// Throws FileNotOpen.

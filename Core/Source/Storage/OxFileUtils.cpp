@@ -172,7 +172,7 @@ long OxFileUtils::ListFolder(const OxPath& folder, const OxString& pattern,
     std::vector<Posix::FolderEntry> entries;
     const char* bytes = folder.native_string().c_str();
     const int listed = RepeatInterrupted([&] { return Files().ListFolder(bytes, entries); });
-    if (listed < 0) return IsDirectory(folder) ? -1 : 0;
+    if (listed < 0) return listed == -ENOENT || listed == -ENOTDIR ? 0 : -1;
     for (const Posix::FolderEntry& entry : entries) {
       if (OxPathMatcher(entry.name.c_str(), pattern.c_str())) out.push_back(MakeEntry(entry));
     }
@@ -186,7 +186,7 @@ long OxFileUtils::GetFolderContents(const OxPath& folder, const OxString& patter
   return Guarded(-1L, [&]() -> long {
     std::vector<OxFolderEntry> entries;
     const long listed = ListFolder(folder, pattern, entries);
-    if (listed < 0) return listed;
+    if (listed < 0) return IsDirectory(folder) ? -1 : 0;
     for (const OxFolderEntry& entry : entries) {
       if (entry.isNamed) out.push_back(folder / OxPath(entry.name));
     }

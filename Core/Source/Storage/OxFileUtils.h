@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "Foundation/OxBuffer.h"
@@ -24,7 +25,7 @@ struct OxFolderEntry {
 /// Operations on whole files and folders. Nothing here throws: failures are false, 0 or an empty text.
 ///   Links: the tests follow symbolic links; whatever deletes, moves or copies acts on a link itself and
 ///          never on what it points to.
-///   Depth: folders are walked by loops, however deep they are.
+///   Depth: folders are walked by loops, as deep as the system's paths reach.
 /// The free functions below do the same for paths given as text.
 class OxFileUtils {
  public:
@@ -54,7 +55,8 @@ class OxFileUtils {
   static bool DeleteFile(const OxPath& path);
   /// False when nothing is there.
   static bool DeletePath(const OxPath& path);
-  /// `name`, or when the folder has it already the first free "base n.ext" for n = 1, 2, 3 ...
+  /// `name`, or when the folder has it already (also as a dangling link) the first free "base n.ext" for
+  /// n = 1, 2, 3 ...; empty when memory runs out.
   /// Deliberate: without an extension the form is "base n " with a space at the end.
   static OxString GetUniqueName(const OxPath& folder, const OxString& name);
 
@@ -62,12 +64,14 @@ class OxFileUtils {
 
   /// Replaces `out` by folder / entry for every entry, hidden ones included, whose name matches
   /// `pattern` by OxPathMatcher(), in the order in which the file system lists them. Returns how many;
-  /// 0 when `folder` is no folder, -1 when it cannot be listed. Names that are no UTF-8 are left out.
+  /// 0 when `folder` is no folder or cannot be examined, -1 when it is one that cannot be listed. Names
+  /// that are no UTF-8 are left out.
   static long GetFolderContents(const OxPath& folder, const OxString& pattern, std::vector<OxPath>& out);
   /// The same with the entries' kinds, which the file system gives without a query per entry. Here the
-  /// names that are no UTF-8 are reported too.
+  /// names that are no UTF-8 are reported too, and -1 stands for a folder that cannot be examined as well.
   static long ListFolder(const OxPath& folder, const OxString& pattern, std::vector<OxFolderEntry>& out);
-  /// The first matching entry in case-insensitive order whose name does not begin with ".".
+  /// The first matching entry in case-insensitive order whose name does not begin with "."; without one
+  /// `out` is left alone.
   static bool LocateFirstFileMatching(const OxPath& folder, const OxString& pattern, OxPath& out);
 
   // Whole text files.
@@ -81,9 +85,11 @@ class OxFileUtils {
 
   static OxPath GetCurrentDirectory();                  ///< Absolute; empty when it is gone.
   static bool SetCurrentDirectory(const OxPath& path);  ///< Of the whole process.
-  /// A name in the folder for temporary files that nothing has. No file is made.
+  /// A name in the folder for temporary files that nothing has; empty when that folder's path is no UTF-8.
+  /// No file is made.
   static OxPath GetNewTempFilePath();
-  /// Only kApplicationSupport is known: ".local/share" in the effective user's home, made if missing.
+  /// Only kApplicationSupport is known: ".local/share" in the effective user's home, made with mode 0700 if
+  /// missing. False, and `out` as it was, when the user database has no home.
   static bool GetStandardDirectoryPath(DirID id, OxPath& out);
 
   /// 32 lower-case hexadecimal digits; empty when the file cannot be mapped, as an empty one cannot.
@@ -107,7 +113,7 @@ class StCurrentDirectory {
 
  private:
   OxPath target_;
-  OxPath remembered_;
+  std::string remembered_;  // Bytes as the file system has them.
 };
 
 /// A hook in front of every whole-file operation; accepts every path.
@@ -132,7 +138,8 @@ bool WobWriteTextFile(const OxString& path, const OxString& text);
 /// that fails is removed again.
 bool WobCopyFile(const OxString& source, const OxString& destination);
 /// Moves, across file systems by copying. The target is chosen as by WobCopyFile(), `mode` decides when
-/// it exists. True, with nothing done, when source and target are one object.
+/// it exists. True, with nothing done, when source and target are one object. Deliberate: a numbered name
+/// stands below `destination` itself, so that the move fails when that is a file.
 bool WobMoveFile(const OxString& source, const OxString& destination, OxFileConflictMode mode);
 
 bool WobCreateDirectory(const OxString& path);

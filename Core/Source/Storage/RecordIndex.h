@@ -37,8 +37,6 @@ class RecordIndex {
 
   /// The slot that a new name gets. Slots stay valid until the next Insert().
   std::size_t EndSlot() const { return entries_.size(); }
-  /// Whether its entry was removed.
-  bool IsVacant(std::size_t slot) const { return slot < entries_.size() && vacant_[slot]; }
 
   /// `name` must be acceptable UTF-8.
   std::optional<Found> Find(std::string_view name, std::string_view names);
@@ -50,6 +48,7 @@ class RecordIndex {
   void Remove(std::size_t slot, std::string_view names);
 
  private:
+  bool IsVacant(std::size_t slot) const { return slot < entries_.size() && vacant_[slot]; }
   void CloseVacantSlots();
   void MakeTable(std::string_view names);
   void AddToTable(std::size_t slot, std::string_view names);

@@ -15,14 +15,16 @@
 constexpr std::uint32_t kScrambleSeed = 0x5E91A7C3;
 
 /// Writes `length` bytes to `out`, which may be `in`. Only the low 32 bits of `seed` count. Afterwards
-/// the generator is seeded with 0, so that no trace of the keystream stays in memory.
+/// the generator is seeded with 0, so that no trace of the keystream stays in memory. Null data, or a length
+/// of 0, does only that.
 void scramble(unsigned long seed, const void* in, void* out, unsigned long length);
 
 /// The scrambled or unscrambled bytes. Deliberate: the flag changes nothing.
 OxBuffer WobScrambleData(const void* data, unsigned long length, bool);
 OxBuffer WobScrambleData(const OxBuffer& data, bool);
 
-/// The same into `count` new bytes at `out`, which the caller releases with free().
+/// The same into `count` new bytes at `out`, which the caller releases with free(); null when there is no
+/// memory. A count below 1 gives one byte that means nothing.
 void WobScrambleString(const unsigned char* in, unsigned char*& out, int count);
 
 /// scramble() for bytes that come piece by piece: the pieces give what the whole would.

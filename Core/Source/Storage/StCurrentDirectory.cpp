@@ -1,4 +1,7 @@
+#include "Posix/RepeatInterrupted.h"
 #include "Storage/OxFileUtils.h"
+
+using Posix::Files;
 
 StCurrentDirectory::StCurrentDirectory(const OxPath& target) : target_(target) {
   Set();
@@ -9,13 +12,13 @@ StCurrentDirectory::~StCurrentDirectory() {
 }
 
 void StCurrentDirectory::Set() {
-  if (!remembered_.native_string().empty()) return;
-  remembered_ = OxFileUtils::GetCurrentDirectory();
+  if (!remembered_.empty()) return;
+  RepeatInterrupted([&] { return Files().CurrentFolder(remembered_); });
   OxFileUtils::SetCurrentDirectory(target_);
 }
 
 void StCurrentDirectory::Restore() {
-  if (remembered_.native_string().empty()) return;
-  OxFileUtils::SetCurrentDirectory(remembered_);
+  if (remembered_.empty()) return;
+  RepeatInterrupted([&] { return Files().ChangeFolder(remembered_.c_str()); });
   remembered_.clear();
 }

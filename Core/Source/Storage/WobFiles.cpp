@@ -48,7 +48,7 @@ bool Copy(const OxString& source, const OxString& destination) {
   const std::string from = Bytes(source);
   const OxPath path = TargetOf(source, destination);
   const std::string target = Bytes(path.native_string());
-  if (!FileTree::ObjectExists(from) || FileTree::AreSameObject(from, target)) return false;
+  if (!FileTree::IsCopyable(from) || FileTree::AreSameObject(from, target)) return false;
   if (FileTree::LiesInside(target, from)) return false;
   return OxFileUtils::DeleteFile(path) && FileTree::Copy(from, target);
 }
