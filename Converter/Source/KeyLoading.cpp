@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include <openssl/pem.h>
 
@@ -19,6 +20,21 @@ struct KeyFile {
   KeyFile& operator=(const KeyFile&) = delete;
   ~KeyFile() { bytes.SecureClear(); }
 };
+
+// The first private key's block in a PEM text, with what stands around it; empty without one. The library
+// by itself would pass over a block that it cannot read and take the next.
+std::string_view FirstKey(std::string_view pem) {
+  constexpr std::string_view kBegin = "-----BEGIN ";
+  constexpr std::string_view kKey = "PRIVATE KEY-----";
+  constexpr std::string_view kEnd = "-----END ";
+  for (std::size_t at = pem.find(kBegin); at != pem.npos; at = pem.find(kBegin, at + kBegin.size())) {
+    const std::string_view label = pem.substr(at, pem.find_first_of("\r\n", at) - at);
+    if (!label.ends_with(kKey)) continue;
+    const std::size_t end = pem.find(kEnd, at);
+    return pem.substr(at, pem.find('\n', end) - at);
+  }
+  return {};
+}
 
 // Stands in for the library's own callback, which would ask at the terminal when there is no pass phrase.
 // Without one the answer is a failure and not the empty phrase, which would open a key that has it.
@@ -38,7 +54,8 @@ CryptoPtr<rsa_st> ReadPrivateKey(const OxString& keyFile, const OxString& passPh
     Console::Error("Error: Can't read private key file\n");
     return nullptr;
   }
-  const CryptoPtr<bio_st> stream = OpenMemoryStream(file.bytes.data(), file.bytes.length());
+  const std::string_view pem = FirstKey(file.bytes.view());
+  const CryptoPtr<bio_st> stream = OpenMemoryStream(pem.data(), pem.size());
   if (!stream) return nullptr;
   void* phrase = const_cast<OxString*>(&passPhrase);
   const CryptoPtr<evp_pkey_st> key(

@@ -118,6 +118,11 @@ TEST(TextDecodingHelpers, CharsetNamesComeFromTheTableFirst) {
                                                        {"", ""}};
   for (const auto& [name, text] : cases)
     EXPECT_EQ(WobDecodeUsingCharset(OxBuffer("\xAF"), name).view(), text) << name;
+  // Whatever name an encoding is called by, its holes stay holes and a mark is no text.
+  EXPECT_EQ(WobDecodeUsingCharset(OxBuffer("\x81"), "cp1252"), "");
+  EXPECT_EQ(WobDecodeUsingCharset(OxBuffer("\xEF\xBB\xBFx"), "utf8"), "x");
+  EXPECT_EQ(WobDecodeUsingCharset(OxBuffer("\xFF\xFEx\0", 4), "utf-16le"), "x");
+  EXPECT_EQ(WobDecodeUsingCharset(OxBuffer("\xFF\xFE\xFF\xFE", 4), "utf-16"), "\xEF\xBB\xBF");
 }
 
 }  // namespace

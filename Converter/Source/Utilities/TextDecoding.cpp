@@ -58,17 +58,12 @@ Text DecodeDetecting(std::string_view bytes, unsigned int& encoding, std::string
                : Posix::DecodeNumbered(Posix::kUtf8, bytes, storage);
 }
 
-OxString MakeString(std::string_view validUtf8) {
-  OxString text;
-  text.append_valid(validUtf8);
-  return text;
-}
-
 // Only a mark leads here, as the system encoding takes any bytes; what a mark decides has no name.
 OxString ReadLossily(std::string_view bytes) {
   std::printf("Could not load using encoding 'unknown'; falling back to lossy ASCII");
   WipedText storage;
-  return MakeString(Posix::DecodeNumbered(Posix::kSystemEncoding, bytes, storage.storage()).value());
+  return OxString::from_valid(
+      Posix::DecodeNumbered(Posix::kSystemEncoding, bytes, storage.storage()).value());
 }
 
 }  // namespace
@@ -78,7 +73,7 @@ OxString WobHandleCharacterEncodings(const OxBuffer& bytes, unsigned int& encodi
   WipedText storage;
   const Text text = DecodeDetecting(bytes.view(), encoding, storage.storage());
   if (!text) return ReadLossily(bytes.view());
-  return MakeString(WithoutZeros(*text, storage.storage()));
+  return OxString::from_valid(WithoutZeros(*text, storage.storage()));
 }
 
 unsigned int WobCheckForExplicitEncoding(const char* text) {
@@ -96,15 +91,16 @@ unsigned int WobCheckForExplicitEncoding(const OxString& text) {
 int WobConvertToUTF8(unsigned int encoding, const char* bytes, unsigned long length, OxString& text) {
   WipedText storage;
   const Text decoded = Posix::DecodeNumbered(encoding, {bytes, length}, storage.storage());
-  if (decoded) text = MakeString(*decoded);
+  if (decoded) text = OxString::from_valid(*decoded);
   return 1;
 }
 
 OxString WobDecodeUsingCharset(const OxBuffer& bytes, const OxString& charset) {
   WipedText storage;
-  const std::optional<unsigned int> number = FindEncodingNumber(charset.view());
-  const Text text =
-      number ? Posix::DecodeNumbered(*number, bytes.view(), storage.storage())
-             : Posix::DecodeNamed(std::string(charset.view()), bytes.view(), storage.storage());
-  return text ? MakeString(*text) : OxString();
+  const std::string name(charset.view());
+  std::optional<unsigned int> number = FindEncodingNumber(name);
+  if (!number) number = FindEncodingNumber(Posix::StandardName(name));
+  const Text text = number ? Posix::DecodeNumbered(*number, bytes.view(), storage.storage())
+                           : Posix::DecodeNamed(name, bytes.view(), storage.storage());
+  return text ? OxString::from_valid(*text) : OxString();
 }

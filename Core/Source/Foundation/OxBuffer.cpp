@@ -31,6 +31,10 @@ constexpr std::array<std::uint8_t, 256> kBase64Values = []() {
   return values;
 }();
 
+std::size_t LengthOf(const char* text) {
+  return text == nullptr ? 0 : std::strlen(text);
+}
+
 std::uint8_t HexValue(char digit) {
   if (digit >= '0' && digit <= '9') return static_cast<std::uint8_t>(digit - '0');
   if (digit >= 'A' && digit <= 'F') return static_cast<std::uint8_t>(digit - 'A' + 10);
@@ -175,6 +179,7 @@ bool OxBuffer::Owns(const char* bytes) const {
 }
 
 void OxBuffer::Assign(const char* bytes, std::size_t count) {
+  if (bytes == nullptr) count = 0;
   if (Owns(bytes)) {
     const OxBuffer copy(bytes, count);
     *this = copy;
@@ -185,7 +190,7 @@ void OxBuffer::Assign(const char* bytes, std::size_t count) {
 }
 
 void OxBuffer::Assign(const char* text) {
-  Assign(text, std::strlen(text));
+  Assign(text, LengthOf(text));
 }
 
 void OxBuffer::Append(const char* bytes, std::size_t count) {
@@ -198,7 +203,7 @@ void OxBuffer::Append(const char* bytes, std::size_t count) {
 }
 
 void OxBuffer::Append(const char* text) {
-  Append(text, std::strlen(text));
+  Append(text, LengthOf(text));
 }
 
 void OxBuffer::Append(char byte) {

@@ -24,7 +24,7 @@ class OxBuffer {
   OxBuffer() = default;
   /// Storage of exactly `count` bytes; null bytes need a count of 0.
   OxBuffer(const char* bytes, std::size_t count);
-  /// The bytes of a zero-terminated text, without the terminator.
+  /// The bytes of a zero-terminated text, which must not be null, without the terminator.
   explicit OxBuffer(const char* text);
   /// `count` undefined bytes, with the growth rule of SetLength().
   explicit OxBuffer(std::size_t count);
@@ -36,18 +36,20 @@ class OxBuffer {
 
   std::uint32_t length() const { return length_; }      ///< Bytes.
   std::uint32_t capacity() const { return capacity_; }  ///< Bytes of storage.
-  bool empty() const { return length_ == 0; }           ///< Whether the length is 0.
+  bool empty() const { return length_ == 0; }           ///< Also with storage.
   /// The first byte, or null without storage; valid until the length changes.
   char* data() { return data_; }
   const char* data() const { return data_; }
   std::string_view view() const { return {data_, length_}; }  ///< Valid as data() is.
 
-  /// Replaces the content; null counts as no bytes.
+  /// Replaces the content. Null counts as no bytes, whatever the count.
   void Assign(const char* bytes, std::size_t count);
+  /// The bytes of a zero-terminated text; null counts as none.
   void Assign(const char* text);
 
   /// Nothing when `bytes` is null or `count` is 0.
   void Append(const char* bytes, std::size_t count);
+  /// The bytes of a zero-terminated text; null counts as none.
   void Append(const char* text);
   /// Appends one byte, also the zero byte.
   void Append(char byte);
@@ -98,8 +100,9 @@ class OxBuffer {
   /// Overwrites the whole capacity with zeros, then gives the storage back.
   void SecureClear();
 
-  /// Replaces the content by that of a regular file. False, and empty, when it cannot be opened or
-  /// read, is no regular file or has 4 GiB or more; an empty file is true.
+  /// Replaces the content by that of a regular file, as far as there is any. False, and empty, when it
+  /// cannot be opened, is no regular file or has 4 GiB or more; and when reading it fails half-way, so that
+  /// a part is never taken for the whole.
   bool LoadFromFile(const char* path);
 
  private:

@@ -17,8 +17,10 @@
 ///            "to the end" (or "from the last character") as an argument. Two operations deliberately
 ///            differ: find() of a code point and operator[]; each says so.
 ///   Zeros:   a U+0000 inside the text is stored and counted, but walks over characters stop at it.
-///   Numbers: wherever one character is meant, any integer type is its code point; what UTF-8 cannot
-///            hold (surrogates, U+FFFE, U+FFFF, above U+10FFFF) is stored as U+FFFD.
+///   Numbers: wherever one character is meant, any integer type is its code point, so a negative `char`
+///            is none. Deliberate: surrogates, U+FFFE, U+FFFF and what is above U+10FFFF become U+FFFD.
+///   Texts:   where UTF-8 bytes are an argument, bytes that are not acceptable throw InvalidEncoding, and
+///            null is an empty text.
 ///   Sizes:   32-bit; text of 4 GiB and more throws std::bad_alloc.
 ///   Alias:   a source inside the string's own storage is allowed everywhere.
 ///   Cost:    short text lives in the object. A position in ASCII text is found as fast as memory is
@@ -41,7 +43,7 @@ class OxString {
   OxString(const OxString& other);
   OxString(OxString&& other) noexcept;
   OxString(std::nullptr_t) noexcept {}  ///< Empty.
-  /// Zero-terminated UTF-8; null gives an empty string. Throws InvalidEncoding.
+  /// Zero-terminated UTF-8.
   OxString(const char* utf8) { set(utf8); }
   OxString(const char* utf8, std::size_t bytes) { set(utf8, bytes); }
   explicit OxString(std::string_view utf8) { set(utf8.data(), utf8.size()); }
@@ -54,7 +56,7 @@ class OxString {
     set(codePoint);
   }
   ~OxString();
-  /// A string of whole characters that were taken out of another OxString: counted, not checked.
+  /// A string of whole characters that are known to be acceptable: counted, not checked.
   static OxString from_valid(std::string_view utf8);
 
   OxString& operator=(const OxString& other);
@@ -91,6 +93,7 @@ class OxString {
   }
 
   /// printf-style; a null or empty format clears the string, a failing formatter leaves it unchanged.
+  /// Output that is no UTF-8 empties it and throws InvalidEncoding.
   OxString& format(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
   /// The same for arguments that were begun already.
   OxString& format_v(const char* fmt, va_list arguments) __attribute__((format(printf, 2, 0)));
@@ -114,8 +117,8 @@ class OxString {
   /// Zero-terminated UTF-16 in machine order, never null: built on first use and kept until the text
   /// changes. Empty when the text cannot be converted.
   const unsigned short* u_str() const;
-  /// Copies the text and its terminator (nothing for an empty string) and returns the copy's bytes;
-  /// never throws: on a failure `out` is empty and the result null.
+  /// Copies the text and its terminator and returns the copy's bytes. An empty string gives no bytes and
+  /// null. Never throws: on a failure `out` is empty and the result null, too.
   const char* get_utf8(OxBuffer& out) const;
   /// The same for UTF-16, 2 bytes per code unit, without a terminator.
   const char* get_utf16(OxBuffer& out) const;
@@ -123,14 +126,17 @@ class OxString {
   /// Deliberate: index 0 gives the first code point; any other index gives the BYTE at that byte
   /// offset, sign-extended, which is the code point only in ASCII text. Throws OutOfRange.
   int operator[](std::size_t index) const;
-  /// The first number in the text, other characters before it skipped ("abc12" is 12), 32-bit with
-  /// wrap-around; 0 when there is none.
+  /// The first number in the text, other characters before it skipped ("abc12" is 12, "x-5" is -5),
+  /// 32-bit with wrap-around; 0 when there is none. Deliberate: a sign begins the number, so that one
+  /// without a digit behind it is 0 ("- 5", "a-b7").
   int to_int() const;
   /// The number at the front, as atof() reads it in the C locale; 0 when there is none.
   double to_double() const;
 
   const_iterator begin() const;  ///< At the first character.
   const_iterator end() const;    ///< Behind the last one.
+
+  // A start below 0 finds nothing, unless -1 has a meaning.
 
   /// Position of the first occurrence of `text` at or after `start`; an empty text is never found.
   template <std::integral Start = int>
@@ -160,8 +166,9 @@ class OxString {
   /// Whether the bytes of `text` occur; false for an empty text.
   bool contains(const char* text) const;
 
-  /// The sub-matches of a POSIX extended expression, the whole match first; empty when it does not
-  /// match or compile. Deliberate: the matcher's byte offsets are used as code point positions.
+  /// The sub-matches of a POSIX extended expression, the whole match first, as far as
+  /// Posix::SearchExpression() gives them; empty when it does not match or compile. Deliberate: the
+  /// matcher's byte offsets are used as code point positions.
   std::vector<OxString> findRE(const OxString& pattern, ECaseSense caseSense) const;
   /// The pieces between delimiters; an empty string has none, "a," has two.
   template <std::integral CodePoint>
@@ -176,8 +183,8 @@ class OxString {
   /// By compare(): letter case counts.
   bool operator==(const OxString& other) const { return compare(other) == 0; }
   bool operator==(const char* utf8) const { return compare(utf8) == 0; }
-  bool operator<(const OxString& other) const { return compare(other) < 0; }  ///< By compare().
-  bool operator>(const OxString& other) const { return compare(other) > 0; }  ///< By compare().
+  bool operator<(const OxString& other) const { return compare(other) < 0; }  ///< Likewise.
+  bool operator>(const OxString& other) const { return compare(other) > 0; }  ///< Likewise.
 
   /// Appends; the text itself is allowed.
   OxString& operator+=(const OxString& text);
@@ -192,10 +199,11 @@ class OxString {
     sum += b;
     return sum;
   }
-  /// Appends whole characters that were taken out of another OxString: they are counted, not checked.
+  /// Appends whole characters that are known to be acceptable: they are counted, not checked.
   OxString& append_valid(std::string_view utf8);
 
-  /// Up to `count` characters from `position`; fewer at the end, none past it.
+  /// Up to `count` characters from `position` (-1: to the end); fewer at the end, none past it or for any
+  /// other negative number.
   template <std::integral Position, std::integral Count>
   OxString substr(Position position, Count count) const {
     return Substring(static_cast<Index>(position), static_cast<Index>(count));
@@ -221,8 +229,9 @@ class OxString {
   OxString& trim();        ///< At both ends.
   /// Every byte but ASCII letters and digits becomes "%" and two upper-case digits.
   OxString& encode_url();
-  /// The reverse; throws InvalidEncoding for a "%" with fewer than two bytes behind it or for a result
-  /// that is no UTF-8. Deliberate: a wrong digit counts as all ones, and "+" stays.
+  /// The reverse. Throws InvalidEncoding for a "%" with fewer than two bytes behind it, the text unchanged,
+  /// and for a result that is no UTF-8, the text empty. Deliberate: a wrong digit counts as all ones, and
+  /// "+" stays.
   OxString& decode_url();
 
  private:
@@ -271,7 +280,7 @@ class OxString {
   mutable std::unique_ptr<OxBuffer> utf16_;
 };
 
-/// Walks the characters of a string that must outlive it. All comparisons compare the index alone.
+/// Walks the characters of a string, valid until its text changes. All comparisons compare the index alone.
 class OxString::const_iterator {
  public:
   /// Dereferencing an iterator that points nowhere.
@@ -286,8 +295,10 @@ class OxString::const_iterator {
   /// Beyond the end the index goes on counting, but nothing can be read.
   const_iterator& operator+=(std::size_t count);
   const_iterator operator+(std::size_t count) const;  ///< The same on a copy.
-  bool operator==(const const_iterator& other) const { return index_ == other.index_; }    ///< By index.
-  auto operator<=>(const const_iterator& other) const { return index_ <=> other.index_; }  ///< By index.
+  bool operator==(const const_iterator& other) const { return index_ == other.index_; }  ///< See above.
+  auto operator<=>(const const_iterator& other) const {
+    return index_ <=> other.index_;
+  }  ///< See above.
 
  private:
   friend class OxString;
@@ -336,7 +347,7 @@ inline OxString::const_iterator& OxString::const_iterator::operator++() {
   return *this;
 }
 
-/// A hash that is equal for any two strings that compare equal without regard to letter case.
+/// A hash that is equal for any two strings with the same characters, without regard to letter case.
 std::size_t HashNoCase(const OxString& text);
 /// The same for bytes that would be acceptable to OxString.
 std::size_t HashNoCase(std::string_view utf8);

@@ -21,7 +21,7 @@ inline unsigned short SequenceLength(const char* p) {
   return length;
 }
 
-/// The code point at `p`, whose bytes are all there.
+/// The code point at `p`, whose bytes are all there; throws ::InvalidEncoding for a byte that begins none.
 inline unsigned long Decode(const char* p) {
   unsigned short length = 0;
   return UTF8CharToUnicode(reinterpret_cast<const unsigned char*>(p), length);

@@ -39,7 +39,7 @@ inline unsigned long UTF8CharToUnicode(const unsigned char* p, unsigned short& l
 unsigned short UnicodeCharToUTF8(unsigned long codePoint, unsigned char* out);
 
 /// Converts `count` characters; `out` may be null to count only. Returns the code units. Throws
-/// InvalidEncoding for a code point above U+10FFFF.
+/// InvalidEncoding for a code point above U+10FFFF and where UTF8CharToUnicode() does.
 std::size_t ConvertUTF8ToUTF16(const unsigned char* in, unsigned short* out, std::size_t count);
 
 /// Converts `units` code units (at most 4 bytes each) and returns the bytes written; `codePoints`
@@ -55,7 +55,7 @@ unsigned short GetUTF16SequenceLength(unsigned long codePoint);
 unsigned short UnicodeCharToUTF16(unsigned long codePoint, unsigned short* out);
 
 /// Decodes the character at `p`, of which `units` code units are left, and sets `length` to the units
-/// it takes. Same rules as ConvertUTF16ToUTF8: a last lone surrogate is returned as it is.
+/// it takes. Throws InvalidEncoding as ConvertUTF16ToUTF8() does; a last lone surrogate is returned as it is.
 unsigned long UTF16CharToUnicode(const unsigned short* p, std::size_t units, unsigned short& length);
 
 /// ASCII white space as the string sees it: 0x00 to 0x20 and 0x7F. Anything outside 0 to 127 is none.

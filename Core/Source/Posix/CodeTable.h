@@ -15,7 +15,7 @@ class CodeTable {
   CodeTable();
 
   void SetByte(unsigned char byte, char16_t character);  ///< Replaces what the byte read as.
-  /// Makes `lead` the first byte of pairs.
+  /// Makes `lead` the first byte of pairs, unless it reads as a character by itself.
   void SetPair(unsigned char lead, unsigned char trail, char16_t character);
 
   /// Sets `utf8` to the text. False, and `utf8` untouched, when a byte or pair is undefined or the last
@@ -23,7 +23,7 @@ class CodeTable {
   bool Decode(std::string_view bytes, std::string& utf8) const;
 
  private:
-  /// The UTF-8 bytes of a character, or no length and perhaps the row that continues here.
+  /// The UTF-8 bytes of a character; no length where there is none.
   struct Cell {
     std::array<char, 3> utf8 = {};
     std::uint8_t length = 0;

@@ -13,6 +13,12 @@ namespace {
 
 using Text = std::optional<std::string_view>;
 
+std::string_view WithoutMark(std::string_view utf8) {
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  if (utf8.starts_with(kMark)) utf8.remove_prefix(kMark.size());
+  return utf8;
+}
+
 Text DecodeBy(const CodeTable& table, std::string_view bytes, std::string& storage) {
   if (!table.Decode(bytes, storage)) return std::nullopt;
   return storage;
@@ -21,12 +27,11 @@ Text DecodeBy(const CodeTable& table, std::string_view bytes, std::string& stora
 Text DecodeBy(const char* converterName, std::string_view bytes, std::string& storage) {
   const IcuConverter converter(converterName);
   if (!converter.IsOpen() || !converter.Decode(bytes, storage)) return std::nullopt;
-  return storage;
+  return converter.TakesMarks() ? storage : WithoutMark(storage);
 }
 
 Text DecodeUtf8(std::string_view bytes) {
-  constexpr std::string_view kMark = "\xEF\xBB\xBF";
-  if (bytes.starts_with(kMark)) bytes.remove_prefix(kMark.size());
+  bytes = WithoutMark(bytes);
   if (!IsUtf8(bytes)) return std::nullopt;
   return bytes;
 }
@@ -37,7 +42,8 @@ Text DecodeMacJapanese(std::string_view bytes, std::string& storage) {
   return DecodeBy(table, bytes, storage);
 }
 
-bool IsNumberKnown(std::uint32_t encoding) {
+// One byte to a character, and 00 to 7F as in ASCII.
+bool ExtendsAscii(std::uint32_t encoding) {
   constexpr std::uint32_t kMissingPart = 512 + 12;
   const bool iso = encoding >= kIsoLatin1 && encoding <= kIsoLatin9 && encoding != kMissingPart;
   return iso || encoding == kMacRoman || encoding == kWindowsLatin1 || encoding == kAscii;
@@ -54,7 +60,7 @@ bool IsNameSafe(std::string_view name) {
 Text DecodeNumbered(std::uint32_t encoding, std::string_view bytes, std::string& storage) {
   if (encoding == kUtf8) return DecodeUtf8(bytes);
   if (encoding == kMacJapanese) return DecodeMacJapanese(bytes, storage);
-  if (!IsNumberKnown(encoding)) return std::nullopt;
+  if (!ExtendsAscii(encoding)) return std::nullopt;
   if (IsAscii(bytes)) return bytes;
   if (encoding == kAscii) return std::nullopt;
   return DecodeBy(encoding == kMacRoman ? MakeMacRoman() : MakeSingleByte(encoding), bytes, storage);
@@ -67,6 +73,10 @@ Text DecodeUtf16(std::string_view bytes, std::string& storage) {
 Text DecodeNamed(const std::string& charset, std::string_view bytes, std::string& storage) {
   if (!IsNameSafe(charset)) return std::nullopt;
   return DecodeBy(charset.c_str(), bytes, storage);
+}
+
+std::string StandardName(const std::string& charset) {
+  return IsNameSafe(charset) ? IcuConverter::StandardName(charset) : std::string();
 }
 
 }  // namespace Posix

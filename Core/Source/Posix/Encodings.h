@@ -25,7 +25,8 @@ constexpr std::uint32_t kSystemEncoding = kMacRoman;
 //            empty. It is sized before the text is written, so that growing leaves no copy behind.
 //   Strict:  undefined bytes, truncated characters, and in UTF-8 overlong forms, surrogates and numbers
 //            above U+10FFFF are invalid. Zero bytes are text.
-//   Cost:    linear. ASCII and UTF-8 are checked and never copied, and load none of ICU's tables.
+//   Cost:    linear. By number, ASCII and UTF-8 are checked and never copied, and load none of ICU's tables;
+//            only Mac Japanese, which reads 5C in its own way, is always copied.
 
 /// An unknown number gives nothing. A UTF-8 mark in front is no part of the text.
 ///   Mac Japanese has no vendor characters (rows 85 to 88 below 889F, and EB to FC); byte 5C is the yen
@@ -38,8 +39,11 @@ std::optional<std::string_view> DecodeNumbered(std::uint32_t encoding, std::stri
 std::optional<std::string_view> DecodeUtf16(std::string_view bytes, std::string& storage);
 
 /// A character set by its IANA name or another that ICU knows, made of letters, digits and "._:-+"
-/// only. An unknown name gives nothing.
+/// only. A mark in front is no part of the text. An unknown name gives nothing.
 std::optional<std::string_view> DecodeNamed(const std::string& charset, std::string_view bytes,
                                             std::string& storage);
+
+/// The IANA name of the character set that ICU knows by `charset`; empty for an unknown one.
+std::string StandardName(const std::string& charset);
 
 }  // namespace Posix

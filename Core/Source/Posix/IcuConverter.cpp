@@ -83,6 +83,17 @@ IcuConverter::IcuConverter(const char* name) {
   if (U_FAILURE(error)) converter_.reset();
 }
 
+std::string IcuConverter::StandardName(const std::string& alias) {
+  UErrorCode error = U_ZERO_ERROR;
+  const char* const name = ucnv_getStandardName(alias.c_str(), "IANA", &error);
+  return U_SUCCESS(error) && name != nullptr ? name : "";
+}
+
+bool IcuConverter::TakesMarks() const {
+  const UConverterType type = ucnv_getType(converter_.get());
+  return type == UCNV_UTF16 || type == UCNV_UTF32;
+}
+
 std::optional<char16_t> IcuConverter::DecodeCell(std::string_view bytes) const {
   std::array<UChar, 4> units;
   UErrorCode error = U_ZERO_ERROR;

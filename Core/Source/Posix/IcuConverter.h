@@ -13,9 +13,15 @@ namespace Posix {
 /// process is dear: ICU loads its list of names.
 class IcuConverter {
  public:
-  /// `name` must not be null or empty, which would mean ICU's default encoding.
+  /// `name` must not be null or empty, which would mean ICU's default encoding. Bars ICU from files, for
+  /// the whole process: its tables come from the library alone.
   explicit IcuConverter(const char* name);
 
+  /// The IANA name of the encoding that ICU knows by `alias`; empty for an unknown one.
+  static std::string StandardName(const std::string& alias);
+
+  /// Whether a byte-order mark in front is taken for one, and so is missing in the text.
+  bool TakesMarks() const;
   bool IsOpen() const { return converter_ != nullptr; }  ///< False for a name that ICU does not know.
 
   /// What one or two bytes read as; nothing when that is no single character of the basic plane.

@@ -13,6 +13,7 @@ std::string ResolvePath(const std::string& path);
 std::string TemporaryFolder();
 
 /// `bytes` random bytes as lower-case hexadecimal digits, from the system's source of randomness.
+/// Throws std::system_error when the system has none to give.
 std::string RandomHexDigits(std::size_t bytes);
 
 }  // namespace Posix

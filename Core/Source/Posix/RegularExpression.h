@@ -14,7 +14,8 @@ struct Match {
 
 /// Searches `subject` (up to its first zero byte) for a POSIX extended regular expression in the C
 /// locale. Returns the whole match and then the groups, in order, up to the first group that took no
-/// part or the hundredth sub-match; empty when nothing matches or the pattern does not compile.
+/// part or the hundredth sub-match; empty when nothing matches or the pattern does not compile. The C
+/// library counts in an int: nothing matches from 2 GiB on.
 std::vector<Match> SearchExpression(const std::string& pattern, const char* subject, bool ignoreCase);
 
 }  // namespace Posix

@@ -10,7 +10,8 @@
 /// signing, a private key that the caller hands in.
 ///   Owns:    the certificate object and both keys; raw pointers given out are borrowed and live until
 ///            the next Set(), SetPrivateKey() or the end of the object.
-///   Errors:  only PEM text throws (UnableToSetPEM), and GetSigner() for a name that is no UTF-8.
+///   Errors:  only PEM text throws (UnableToSetPEM), and GetSigner() for a name that is no UTF-8; and
+///            std::bad_alloc.
 ///   Threads: one.
 /// InitialiseCryptoLibrary() comes first; the file signer calls it for its own callers.
 class OxCertificate : public Hux::Retainable {
@@ -32,14 +33,14 @@ class OxCertificate : public Hux::Retainable {
   static Hux::SmartPtr<OxCertificate> Make(const OxBuffer& pem);
   static Hux::SmartPtr<OxCertificate> Make(const Hux::SmartPtr<OxCertificate>& other);
 
-  /// Takes ownership of another certificate. Both keys are dropped first, so a private key is set
-  /// after the certificate.
+  /// Takes ownership of another certificate, not of this object's own. Both keys are dropped first, so a
+  /// private key is set after the certificate.
   void Set(x509_st* certificate);
   /// Reads the first certificate of a PEM text; what stands around it is ignored. Throws
   /// UnableToSetPEM, with nothing set, when there is none. Encrypted text counts as none: nobody is
   /// ever asked for a pass phrase.
   void Set(const OxBuffer& pem);
-  /// Takes ownership of `key` and frees the one set before.
+  /// Takes ownership of `key`, which is another one, and frees the one set before.
   void SetPrivateKey(rsa_st* key);
 
   /// Null when the certificate has no key or one that is not RSA.

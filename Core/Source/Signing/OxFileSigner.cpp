@@ -22,7 +22,8 @@ constexpr std::uint64_t kFileLimit = 0xFFFFFFFF;  // Bytes; what can be mapped t
 // not worth a copy.
 constexpr std::size_t kLongestSignatureText = 4096;
 
-constexpr std::uint32_t kShortestTrailer = 2;
+// A smaller length in front of the magic is no trailer's; one up to the least possible is a damaged one's.
+constexpr std::uint32_t kLeastTrailerLength = 2;
 
 OxBuffer Copy(std::string_view bytes) {
   return OxBuffer(bytes.data(), bytes.size());
@@ -155,7 +156,7 @@ std::int32_t VerifyFile(const OxString& path, OxString& signer, unsigned long& t
   }
   const std::string_view file = mapping.view();
   const std::optional<std::uint32_t> length = SignatureTrailer::FindLength(file);
-  if (!length || *length < kShortestTrailer) return OxFileSigner::kNoSignature;
+  if (!length || *length < kLeastTrailerLength) return OxFileSigner::kNoSignature;
   if (*length > file.size()) return OxFileSigner::kUnreadable;
   const std::size_t start = file.size() - *length;
   const std::optional<SignatureTrailer> trailer = SignatureTrailer::Parse(file.substr(start));

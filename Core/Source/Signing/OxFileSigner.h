@@ -20,18 +20,20 @@ class OxFileSigner {
     kUnreadable = -4,   ///< Verify: the trailer cannot be taken apart, or checking it failed.
     kMismatch = -5,     ///< Verify: the signature does not belong to this content and certificate.
     kNotTrusted = -6,   ///< Verify: the signature matches, but no built-in root vouches for the signer.
-    kKeyMismatch = -7,  ///< Sign: the private key is missing or is not the certificate's own.
+    kKeyMismatch = -7,  ///< Sign: the signature made does not fit the certificate (see Sign()).
   };
 
   /// InitialiseCryptoLibrary(), once in a process. Sign() and Verify() begin with it.
   static void LazyInit();
 
   /// Signs the file at `path`, replacing the trailer that it may have. `ignored` is ignored; the
-  /// certificate carries the private key. Returns kSuccess, kCannotOpen (also for an empty file) or
-  /// kKeyMismatch; in the latter two cases the file is unchanged.
+  /// certificate carries the private key. Returns kSuccess, kCannotOpen (also for an empty file, and where
+  /// content and trailer come to 4 GiB) or kKeyMismatch: the private key is missing, is not the
+  /// certificate's own or has more than 4104 bits, or the certificate's key is not RSA or its text longer
+  /// than a trailer may hold. In the latter two cases the file is unchanged.
   /// Only the trailer is written; the content's bytes are never touched. Deliberate: a trailer that
   /// cannot be written gives kSuccess too; one line on standard error says so, and the end of the
-  /// file is put back as it was.
+  /// file is put back as it was, as far as that can be written.
   static std::int32_t Sign(const OxString& path, const OxString& ignored,
                            const Hux::SmartPtr<OxCertificate>& certificate);
 

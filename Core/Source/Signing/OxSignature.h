@@ -29,7 +29,7 @@ class OxSignature {
   /// that are no signature and the result is true; callers verify what they have just signed. Keys
   /// of more than 4104 bits fail in this way.
   bool Sign(OxBuffer& out);
-  /// The same, as base64 text.
+  /// The same, and then turns what `out` holds into base64 text, also where there was no private key.
   bool SignBase64(OxBuffer& out);
 
   /// Whether the certificate's public key accepts `signature` for the bytes fed in.

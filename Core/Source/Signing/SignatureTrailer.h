@@ -35,6 +35,6 @@ struct SignatureTrailer {
   /// too long.
   static std::optional<SignatureTrailer> Parse(std::string_view block);
 
-  /// The block for two texts.
+  /// The block for two texts; whether the certificate is too long is the caller's to check.
   OxBuffer Build() const;
 };
