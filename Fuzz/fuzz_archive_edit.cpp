@@ -6,7 +6,7 @@
 
 #include "Foundation/OxBuffer.h"
 #include "FuzzFolder.h"
-#include "Storage/LiteralArchive.h"
+#include "LiteralArchive.h"
 #include "Storage/OxDataFile.h"
 #include "Storage/Scramble.h"
 

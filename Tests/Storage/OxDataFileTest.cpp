@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "Storage/ArchiveHelpers.h"
-#include "Storage/LiteralArchive.h"
 #include "Support/FaultyFileOps.h"
 
 namespace {
@@ -283,40 +282,6 @@ TEST_F(OxDataFileTest, TooLongForTheFormatIsRefusedUntouched) {
   EXPECT_THROW(file_.AddRecordFromFile("x", *huge), OxDataFile::FileError);
   file_.Close();
   EXPECT_EQ(folder_.Read("a").size(), 136U);
-}
-
-// The same series of edits, done literally, gives the same answers and the same bytes.
-TEST_F(OxDataFileTest, EditsAgreeWithTheLiteralProcedures) {
-  std::uint32_t random = 1;
-  const auto below = [&random](std::uint32_t bound) {
-    random = random * 1664525 + 1013904223;
-    return (random >> 8) % bound;
-  };
-  for (int round = 0; round < 60; ++round) {
-    LiteralArchive judge(kWidget);
-    ASSERT_TRUE(file_.Open(kCreate));
-    for (int step = 0; step <= 40; ++step) {
-      OxString name;
-      name.format(below(2) == 0 ? "name%u" : "NAME%u", below(6));
-      const std::uint32_t action = step == 40 ? 8 : below(10);
-      if (action < 6) {
-        const std::string data(below(90), static_cast<char>(below(256)));
-        Add(file_, name.c_str(), data);
-        judge.AddRecord(name, data);
-      } else if (action < 8) {
-        ASSERT_EQ(file_.DeleteRecord(name), judge.DeleteRecord(name));
-      } else if (action == 8) {
-        file_.Close();
-        judge.Close();
-        ASSERT_TRUE(folder_.Read("a") == judge.file()) << round << ' ' << step;
-        ASSERT_TRUE(judge.Open(judge.file()));
-        ASSERT_TRUE(file_.Open(kEdit));
-      }
-      std::string expected = "(none)";
-      judge.GetRecord(name, expected);
-      ASSERT_EQ(Get(file_, name.c_str()), expected) << round << ' ' << step;
-    }
-  }
 }
 
 }  // namespace

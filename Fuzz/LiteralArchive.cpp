@@ -1,4 +1,4 @@
-#include "Storage/LiteralArchive.h"
+#include "LiteralArchive.h"
 
 #include <algorithm>
 #include <cstring>
