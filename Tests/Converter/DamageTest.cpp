@@ -1,10 +1,10 @@
-#include <functional>
 #include <iostream>
 #include <string>
 
 #include "Flattening.h"
 #include "Listing.h"
 #include "Streams.h"
+#include "Support/Damage.h"
 #include "Support/TemporaryFolder.h"
 #include "Unflattening.h"
 #include "Utilities/TextDecoding.h"
@@ -14,24 +14,8 @@
 // Every truncation and every changed byte of what comes from strangers.
 namespace {
 
+using Support::ForEachDamage;
 using Support::TemporaryFolder;
-
-// Gives `judge` every beginning of `good`, and it with each byte changed by every one of `changes`; how many
-// that were.
-int ForEachDamage(const std::string& good, const std::string& changes,
-                  const std::function<void(const std::string&)>& judge) {
-  int damages = 0;
-  for (std::size_t length = 0; length < good.size(); ++length, ++damages) judge(good.substr(0, length));
-  for (std::size_t at = 0; at < good.size(); ++at) {
-    for (const char change : changes) {
-      std::string bytes = good;
-      bytes[at] = static_cast<char>(bytes[at] ^ change);
-      judge(bytes);
-      ++damages;
-    }
-  }
-  return damages;
-}
 
 bool Parses(const OxString& text, bool strict, const Hux::SmartPtr<OxXMLDoc>& document) {
   OxXMLParser parser;

@@ -6,12 +6,11 @@
 #include "Foundation/OxBuffer.h"
 #include "Support/FaultyFileOps.h"
 #include "Support/TemporaryFolder.h"
+#include "Support/Text.h"
 
 namespace {
 
-std::string Text(const OxBuffer& buffer) {
-  return std::string(buffer.view());
-}
+using Support::Text;
 
 TEST(OxBuffer, CapacityFollowsTheGrowthRule) {
   struct Step {

@@ -5,12 +5,11 @@
 
 #include "Foundation/OxString.h"
 #include "Foundation/UnicodeConversion.h"
+#include "Support/Text.h"
 
 namespace {
 
-std::string Text(const OxString& text) {
-  return std::string(text.view());
-}
+using Support::Text;
 
 std::vector<std::string> Texts(const std::vector<OxString>& pieces) {
   std::vector<std::string> texts;

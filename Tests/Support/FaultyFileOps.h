@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <functional>
@@ -47,6 +48,11 @@ struct FaultPlan {
   std::function<void(std::vector<Posix::FolderEntry>&)> order = nullptr;
 };
 
+/// Brings the entries of a folder into byte order, whatever order the disk has them in.
+inline void SortByName(std::vector<Posix::FolderEntry>& entries) {
+  std::ranges::sort(entries, {}, &Posix::FolderEntry::name);
+}
+
 /// The system's file operations, failing where the plan says. In place from its making to its end.
 /// A failing Close() or Unmap() has still closed or unmapped; any other failing call did nothing.
 class FaultyFileOps final : public Posix::FileOps {
@@ -59,29 +65,62 @@ class FaultyFileOps final : public Posix::FileOps {
   FileCall FailedCall() const { return failedCall_; }
   const std::string& FailedPath() const { return failedPath_; }
 
-  int Open(const char* path, unsigned flags) override;
+  int Open(const char* path, unsigned flags) override {
+    return Fails(FileCall::kOpen, path) ? -plan_.error : FileOps::Open(path, flags);
+  }
   int Close(int fd) override;
   std::int64_t ReadAt(int fd, std::span<std::byte> out, std::uint64_t position) override;
   std::int64_t WriteAt(int fd, std::span<const Posix::Piece> pieces, std::uint64_t position) override;
   std::int64_t CopyRange(int from, std::uint64_t fromPosition, int to, std::uint64_t toPosition,
                          std::size_t count) override;
-  int SetLength(int fd, std::uint64_t length) override;
-  int Status(const char* path, Posix::FileInfo& info) override;
-  int LinkStatus(const char* path, Posix::FileInfo& info) override;
-  int OpenStatus(int fd, Posix::FileInfo& info) override;
-  int Map(int fd, std::size_t length, const std::byte*& address) override;
+  int SetLength(int fd, std::uint64_t length) override {
+    return Fails(FileCall::kSetLength) ? -plan_.error : FileOps::SetLength(fd, length);
+  }
+  int Status(const char* path, Posix::FileInfo& info) override {
+    return Fails(FileCall::kStatus, path) ? -plan_.error : FileOps::Status(path, info);
+  }
+  int LinkStatus(const char* path, Posix::FileInfo& info) override {
+    return Fails(FileCall::kLinkStatus, path) ? -plan_.error : FileOps::LinkStatus(path, info);
+  }
+  int OpenStatus(int fd, Posix::FileInfo& info) override {
+    return Fails(FileCall::kOpenStatus) ? -plan_.error : FileOps::OpenStatus(fd, info);
+  }
+  int Map(int fd, std::size_t length, const std::byte*& address) override {
+    return Fails(FileCall::kMap) ? -plan_.error : FileOps::Map(fd, length, address);
+  }
   int Unmap(const std::byte* address, std::size_t length) override;
   int ListFolder(const char* path, std::vector<Posix::FolderEntry>& entries) override;
-  int MakeFolder(const char* path, unsigned permissions) override;
-  int RemoveFile(const char* path) override;
-  int RemoveFolder(const char* path) override;
-  int Rename(const char* from, const char* to) override;
-  int RenameWithoutReplacing(const char* from, const char* to) override;
-  int ReadLink(const char* path, std::string& target) override;
-  int MakeLink(const std::string& target, const char* path) override;
-  int CopyAttributes(int from, int to) override;
-  int CurrentFolder(std::string& path) override;
-  int ChangeFolder(const char* path) override;
+  int MakeFolder(const char* path, unsigned permissions) override {
+    return Fails(FileCall::kMakeFolder, path) ? -plan_.error : FileOps::MakeFolder(path, permissions);
+  }
+  int RemoveFile(const char* path) override {
+    return Fails(FileCall::kRemoveFile, path) ? -plan_.error : FileOps::RemoveFile(path);
+  }
+  int RemoveFolder(const char* path) override {
+    return Fails(FileCall::kRemoveFolder, path) ? -plan_.error : FileOps::RemoveFolder(path);
+  }
+  int Rename(const char* from, const char* to) override {
+    return Fails(FileCall::kRename, from) ? -plan_.error : FileOps::Rename(from, to);
+  }
+  int RenameWithoutReplacing(const char* from, const char* to) override {
+    return Fails(FileCall::kRenameWithoutReplacing, from) ? -plan_.error
+                                                          : FileOps::RenameWithoutReplacing(from, to);
+  }
+  int ReadLink(const char* path, std::string& target) override {
+    return Fails(FileCall::kReadLink, path) ? -plan_.error : FileOps::ReadLink(path, target);
+  }
+  int MakeLink(const std::string& target, const char* path) override {
+    return Fails(FileCall::kMakeLink, path) ? -plan_.error : FileOps::MakeLink(target, path);
+  }
+  int CopyAttributes(int from, int to) override {
+    return Fails(FileCall::kCopyAttributes) ? -plan_.error : FileOps::CopyAttributes(from, to);
+  }
+  int CurrentFolder(std::string& path) override {
+    return Fails(FileCall::kCurrentFolder) ? -plan_.error : FileOps::CurrentFolder(path);
+  }
+  int ChangeFolder(const char* path) override {
+    return Fails(FileCall::kChangeFolder, path) ? -plan_.error : FileOps::ChangeFolder(path);
+  }
 
  private:
   bool Fails(FileCall call, const char* path = "");

@@ -8,6 +8,13 @@ namespace {
 
 using Kind = OxScanner::MatchKind;
 
+// A scanner with the text that it scans.
+template <typename Scanner>
+struct Over : Scanner {
+  explicit Over(const OxString& all, std::uint32_t line = 1) : text(all) { this->SetData(text, line); }
+  const OxString text;
+};
+
 std::string Rest(OxScanner& scanner) {
   OxString rest;
   scanner.Match([](std::uint32_t) { return true; }, Kind::kZeroOrMore, rest);
@@ -15,10 +22,8 @@ std::string Rest(OxScanner& scanner) {
 }
 
 TEST(OxScanner, ReadsByCodePointAndStopsAtTheEnd) {
-  const OxString text("a\xC3\xA9\xF0\x9F\x98\x80z");
-  OxScanner scanner;
-  EXPECT_TRUE(scanner.IsEOF());
-  scanner.SetData(text, 1);
+  EXPECT_TRUE(OxScanner().IsEOF());
+  Over<OxScanner> scanner("a\xC3\xA9\xF0\x9F\x98\x80z");
   EXPECT_EQ(scanner.PeekAhead(0), 'a');
   EXPECT_EQ(scanner.PeekAhead(2), 0x1F600U);
   EXPECT_EQ(scanner.PeekAhead(4), 0U);
@@ -40,18 +45,14 @@ TEST(OxScanner, CountsLinesByLineFeeds) {
     std::uint32_t line;
   } cases[] = {{"a\r\nb\nc", 4, 3}, {"a\rb\rc", 5, 1}, {"\r\r\n\n", 3, 3}, {"\n\n\n", 2, 3}};
   for (const auto& row : cases) {
-    const OxString text(row.text);
-    OxScanner scanner;
-    scanner.SetData(text, 1);
+    Over<OxScanner> scanner(row.text);
     EXPECT_TRUE(scanner.Advance(row.characters)) << row.text;
     EXPECT_EQ(scanner.GetLine(), row.line) << row.text;
   }
 }
 
 TEST(OxScanner, PushedTextNestsAndCountsNoLines) {
-  const OxString text("ab\nc");
-  OxScanner scanner;
-  scanner.SetData(text, 7);
+  Over<OxScanner> scanner("ab\nc", 7);
   EXPECT_TRUE(scanner.Match('a'));
   scanner.PushData("1\n3");
   EXPECT_TRUE(scanner.Match('1'));
@@ -73,9 +74,7 @@ TEST(OxScanner, PushedTextNestsAndCountsNoLines) {
 }
 
 TEST(OxScanner, MatchersTakeAllOrNothing) {
-  const OxString text("12ab12");
-  OxScanner scanner;
-  scanner.SetData(text, 1);
+  Over<OxScanner> scanner("12ab12");
   OxString out;
   EXPECT_FALSE(scanner.Match("12x"));
   EXPECT_FALSE(scanner.MatchASCII("12ab123"));
@@ -92,9 +91,7 @@ TEST(OxScanner, MatchersTakeAllOrNothing) {
 }
 
 TEST(OxScanner, AZeroCannotBeRead) {
-  const OxString text("a\0b", 3);
-  OxScanner scanner;
-  scanner.SetData(text, 1);
+  Over<OxScanner> scanner(OxString("a\0b", 3));
   EXPECT_TRUE(scanner.Match('a'));
   EXPECT_FALSE(scanner.IsEOF());
   EXPECT_THROW(scanner.PeekAhead(0), OxString::const_iterator::OutOfBounds);
@@ -104,9 +101,7 @@ TEST(OxScanner, AZeroCannotBeRead) {
 // `text` after a match, which gives `out`; "-" when it fails.
 template <typename Matcher>
 std::string Matched(const char* text, Matcher match) {
-  const OxString input(text);
-  OxXMLScanner scanner;
-  scanner.SetData(input, 1);
+  Over<OxXMLScanner> scanner(text);
   OxString out;
   const bool matched = (scanner.*match)(out);
   return (matched ? std::string(out.view()) : "-") + "|" + Rest(scanner);
@@ -141,9 +136,7 @@ TEST(OxXMLScanner, References) {
 }
 
 TEST(OxXMLScanner, TokensMayLieInSeveralSegments) {
-  const OxString text("&xme; ");
-  OxXMLScanner scanner;
-  scanner.SetData(text, 1);
+  Over<OxXMLScanner> scanner("&xme; ");
   EXPECT_TRUE(scanner.Match('&'));
   EXPECT_TRUE(scanner.Match('x'));
   scanner.PushData("na");
@@ -152,7 +145,7 @@ TEST(OxXMLScanner, TokensMayLieInSeveralSegments) {
   EXPECT_EQ(out.view(), "name");
   EXPECT_EQ(Rest(scanner), "; ");
 
-  scanner.SetData(text, 1);
+  scanner.SetData(scanner.text, 1);
   scanner.PushData("&#6");
   std::uint32_t c = 0;
   EXPECT_FALSE(scanner.TakeCharRef(c));  // Goes wrong in the second segment.
@@ -160,9 +153,7 @@ TEST(OxXMLScanner, TokensMayLieInSeveralSegments) {
 }
 
 TEST(OxXMLScanner, WhitespaceNumbersAndClasses) {
-  const OxString text(" \t\r\n x7f");
-  OxXMLScanner scanner;
-  scanner.SetData(text, 1);
+  Over<OxXMLScanner> scanner(" \t\r\n x7f");
   OxString out;
   EXPECT_TRUE(scanner.MatchWhitespace(Kind::kExactlyOne));
   EXPECT_TRUE(scanner.MatchWhitespace(Kind::kOneOrMore));

@@ -33,12 +33,11 @@ TEST(OxXMLDoc, WhatADocumentTakes) {
   const auto doc = OxXMLDoc::Make();
   const auto root = doc->CreateElementNode("r");
   EXPECT_EQ(doc->AppendChild(root), 0);
-  EXPECT_EQ(doc->AppendChild(doc->CreateElementNode("s")), 3);
-  EXPECT_EQ(doc->AppendChild(doc->CreateTextNode("x")), 3);
-  EXPECT_EQ(doc->AppendChild(doc->CreateCDATANode("x")), 3);
-  EXPECT_EQ(doc->AppendChild(doc->CreateAttrNode("x", "y")), 3);
-  EXPECT_EQ(doc->AppendChild(doc), 3);
-  EXPECT_EQ(doc->AppendChild(nullptr), 3);
+  for (const NodePtr& refused :
+       std::vector<NodePtr>{doc->CreateElementNode("s"), doc->CreateTextNode("x"),
+                            doc->CreateCDATANode("x"), doc->CreateAttrNode("x", "y"), doc, nullptr}) {
+    EXPECT_EQ(doc->AppendChild(refused), 3);
+  }
   EXPECT_EQ(doc->AppendChild(OxXMLCommentNode::Make("x")), 4);
   EXPECT_EQ(doc->AppendChild(doc->CreateCommentNode("c")), 0);
   EXPECT_EQ(doc->InsertChildBefore(doc->CreatePINode("p", "q"), root), 0);
@@ -63,10 +62,10 @@ TEST(OxXMLNode, WhatNodesTakeAndRefuse) {
   const auto inner = doc->CreateElementNode("i");
   EXPECT_EQ(element->AppendChild(inner), 0);
   EXPECT_EQ(inner->AppendChild(element), 3);
-  EXPECT_EQ(element->AppendChild(element), 3);
-  EXPECT_EQ(element->AppendChild(doc), 3);
-  EXPECT_EQ(element->AppendChild(doc->CreateDocTypeNode("e")), 3);
-  EXPECT_EQ(element->AppendChild(doc->CreateAttrNode("a", "b")), 3);
+  for (const NodePtr& refused :
+       std::vector<NodePtr>{element, doc, doc->CreateDocTypeNode("e"), doc->CreateAttrNode("a", "b")}) {
+    EXPECT_EQ(element->AppendChild(refused), 3);
+  }
   EXPECT_EQ(element->AppendChild(other->CreateTextNode("x")), 4);
   EXPECT_EQ(doc->CreateTextNode("x")->AppendChild(inner), 3);
   EXPECT_EQ(doc->CreatePINode("p", "")->AppendChild(doc->CreateTextNode("x")), 3);

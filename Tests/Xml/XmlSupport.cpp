@@ -6,20 +6,26 @@
 
 namespace Support {
 
-std::string Text(const OxString& text) {
-  return std::string(text.view());
-}
-
 std::string Joined(std::initializer_list<std::string_view> parts) {
   std::string all;
   for (const std::string_view part : parts) all += part;
   return all;
 }
 
-std::string Dump(const OxXMLNode& node) {
-  const std::string name = Text(node.GetName());
-  const std::string value = Text(node.GetValue());
-  switch (node.GetNodeType()) {
+namespace {
+
+std::string Row(const char* before, const std::vector<std::string>& pieces, const char* behind) {
+  std::string all;
+  for (const std::string& piece : pieces) all += Joined({all.empty() ? before : " ", piece});
+  return all.empty() ? all : all + behind;
+}
+
+}  // namespace
+
+std::string DumpOf(OxXMLNode::NodeType type, const std::string& name, const std::string& value,
+                   const std::vector<std::string>& attributes,
+                   const std::vector<std::string>& children) {
+  switch (type) {
     case OxXMLNode::kTextNode:
       return Joined({"'", value, "'"});
     case OxXMLNode::kCDATANode:
@@ -30,24 +36,31 @@ std::string Dump(const OxXMLNode& node) {
       return Joined({"?", name, " ", value, "?"});
     case OxXMLNode::kDocTypeNode:
       return Joined({"D'", name, "'"});
+    case OxXMLNode::kDocumentNode: {
+      std::vector<std::string> all = attributes;
+      all.insert(all.end(), children.begin(), children.end());
+      return Row("", all, "");
+    }
     default:
-      break;
+      return Joined({name, Row("{", attributes, "}"), Row("(", children, ")")});
   }
-  std::string attributes;
-  node.GetAttributes().ForEach([&](const Hux::SmartPtr<OxXMLNode>& attribute) {
-    const OxString text = attribute->GetValue();
-    attributes += Joined({attributes.empty() ? "" : " ", attribute->GetName().view(), "=", text.view()});
-  });
-  std::string children;
+}
+
+std::vector<std::string> DumpsOfChildren(const OxXMLNode& node) {
+  std::vector<std::string> dumps;
   for (auto child = node.GetFirstChild(); child; child = child->GetNextSibling()) {
-    children += Joined({children.empty() ? "" : " ", Dump(*child)});
+    dumps.push_back(Dump(*child));
   }
-  const bool both = !attributes.empty() && !children.empty();
-  if (node.GetNodeType() == OxXMLNode::kDocumentNode)
-    return Joined({attributes, both ? " " : "", children});
-  if (!attributes.empty()) attributes = Joined({"{", attributes, "}"});
-  if (!children.empty()) children = Joined({"(", children, ")"});
-  return Joined({name, attributes, children});
+  return dumps;
+}
+
+std::string Dump(const OxXMLNode& node) {
+  std::vector<std::string> attributes;
+  node.GetAttributes().ForEach([&](const Hux::SmartPtr<OxXMLNode>& attribute) {
+    attributes.push_back(Text(attribute->GetName() + "=" + attribute->GetValue()));
+  });
+  return DumpOf(node.GetNodeType(), Text(node.GetName()), Text(node.GetValue()), attributes,
+                DumpsOfChildren(node));
 }
 
 namespace {

@@ -3,18 +3,23 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "Support/Text.h"
 #include "Xml/OxXMLParser.h"
 
 namespace Support {
-
-std::string Text(const OxString& text);
 
 std::string Joined(std::initializer_list<std::string_view> parts);
 
 /// A tree in one line: element a{name=value ...}(children), 'text', [cdata], !comment!, ?target data?,
 /// and D'name' for a document type.
 std::string Dump(const OxXMLNode& node);
+/// The dumps of the nodes below it.
+std::vector<std::string> DumpsOfChildren(const OxXMLNode& node);
+/// The dump of a node with these parts.
+std::string DumpOf(OxXMLNode::NodeType type, const std::string& name, const std::string& value,
+                   const std::vector<std::string>& attributes, const std::vector<std::string>& children);
 
 /// The dump of the document that `text` becomes, or the message of its error.
 std::string Outcome(std::string_view text, bool strict);
