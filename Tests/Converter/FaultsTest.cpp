@@ -9,6 +9,7 @@
 
 #include "Converter.h"
 #include "Flattening.h"
+#include "Signing/SigningFixtures.h"
 #include "Streams.h"
 #include "Support/FaultyFileOps.h"
 #include "Support/TemporaryFolder.h"
@@ -44,10 +45,6 @@ int Convert(std::vector<std::string> arguments) {
   return RunConverter(static_cast<int>(pointers.size()), pointers.data());
 }
 
-std::string Fixture(const char* name) {
-  return std::string(OX_SOURCE_DIR "/Tests/Fixtures/Signing/") + name;
-}
-
 class Box {
  public:
   Box() {
@@ -67,8 +64,8 @@ class Box {
   void Write(const char* name, const std::string& text) const { folder_.Write(name, text); }
   int Flatten(const char* to) const { return Convert({"-flat", At("X.widget"), "-o", At(to)}); }
   int Sign(const char* name, const std::string& with) const {
-    return Convert({"-sign", "-key", Fixture((with + ".key").c_str()), "-cert",
-                    Fixture((with + ".pem").c_str()), At(name)});
+    return Convert({"-sign", "-key", SigningFixtures::Path(with + ".key"), "-cert",
+                    SigningFixtures::Path(with + ".pem"), At(name)});
   }
 
   Tree Look() const {
@@ -97,8 +94,8 @@ class Box {
   TemporaryFolder folder_;
 };
 
-// What a run may leave at the place of its result, should it fail.
-enum class Leaves { kNothing, kWhatWasThere, kFilesWritten };
+// What a run may leave at the place of its result, should it fail; kRefused for a run that makes none.
+enum class Leaves { kNothing, kWhatWasThere, kFilesWritten, kRefused };
 
 struct Job {
   const char* name;
@@ -132,7 +129,7 @@ const Job kJobs[] = {
        box.Write("out/in/old/file", "old");
      },
      UnflattenIntoOut},
-    {"unflatten over the archive's own folder", "none", Leaves::kNothing,
+    {"unflatten over the archive's own folder", "none", Leaves::kRefused,
      [](const Box& box) {
        box.Write("out/in/old", "old");
        box.Flatten("out/in/in");
@@ -196,19 +193,15 @@ const Exception kExceptions[] = {
      "whether the bundle could be moved out of the temporary folder is not asked"},
 };
 
-void Sort(std::vector<Posix::FolderEntry>& entries) {
-  std::ranges::sort(entries, {}, &Posix::FolderEntry::name);
-}
-
 Result Try(const Job& job, int failCall, int error, Tree& before) {
   const Box box;
   Result run;
   {
-    FaultyFileOps sorted({.order = Sort});
+    FaultyFileOps sorted({.order = Support::SortByName});
     Capture([&] { job.prepare(box); });
   }
   before = box.Look();
-  FaultyFileOps faults({.failCall = failCall, .error = error, .order = Sort});
+  FaultyFileOps faults({.failCall = failCall, .error = error, .order = Support::SortByName});
   const Printed printed = Capture([&] { run.status = job.run(box); });
   run.out = box.Shown(printed.out);
   run.err = box.Shown(printed.err);
@@ -276,6 +269,7 @@ TEST_P(Faults, WhicheverOperationFailsTheRunSaysSoAndHarmsNothing) {
   for (const Job& job : kJobs) {
     Tree before;
     const Result good = Try(job, 0, 0, before);
+    EXPECT_EQ(good.tree.contains(job.result), job.leaves != Leaves::kRefused) << job.name;
     for (int n = 1;; ++n, ++injected) {
       const Result run = Try(job, n, GetParam(), before);
       if (run.call == FileCall::kAny) break;

@@ -1,43 +1,22 @@
-#include <algorithm>
 #include <csignal>
 #include <string>
 #include <vector>
 
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
-#include "Flattening.h"
+#include "BundleTest.h"
 #include "Listing.h"
 #include "Streams.h"
 #include "Support/DocumentDump.h"
 #include "Support/FaultyFileOps.h"
-#include "Support/TemporaryFolder.h"
 
 namespace {
 
 using Support::FaultyFileOps;
-using Support::TemporaryFolder;
 
-class Flattening : public testing::Test {
+class Flattening : public BundleTest {
  protected:
-  Flattening() {
-    folder.Write("X.widget/Contents/main.wob", "<widget version='1.5' image='i.png'/>");
-    folder.Write("X.widget/Contents/a", "first");
-    folder.Write("X.widget/Contents/sub/b", "second");
+  std::string Names() const {
+    return Capture([&] { ListFileContents(Path("archive"), false); }).out;
   }
-
-  OxPath Path(const char* name) const { return OxPath(folder.Path(name).c_str()); }
-  bool Flatten() const { return FlattenBundle(Path("X.widget"), Path("archive"), false, false); }
-  std::string Names(const char* archive = "archive") const {
-    return Capture([&] { ListFileContents(Path(archive), false); }).out;
-  }
-  // The entries of every folder in byte order.
-  static void Sort(std::vector<Posix::FolderEntry>& entries) {
-    std::ranges::sort(entries, {}, &Posix::FolderEntry::name);
-  }
-
-  TemporaryFolder folder;
 };
 
 TEST_F(Flattening, TheDocumentsDumpIsWhatTheToolWrites) {
@@ -45,14 +24,6 @@ TEST_F(Flattening, TheDocumentsDumpIsWhatTheToolWrites) {
   folder.Write("Hello.widget/Contents/Images/dot.png", "\x89PNG\r\n");
   ASSERT_TRUE(FlattenBundle(Path("Hello.widget"), Path("hello"), false, false));
   EXPECT_EQ(folder.Read("hello"), Support::DocumentDump("flat-archive-format.md", 1));
-}
-
-TEST_F(Flattening, AFullDiskLeavesNothing) {
-  FaultyFileOps faults(
-      {.failCall = 2, .error = ENOSPC, .only = Support::FileCall::kWriteAt, .keepFailing = true});
-  const Printed printed = Capture([&] { EXPECT_FALSE(Flatten()); });
-  EXPECT_EQ(printed.err, "Error: ConvertWidgetBundle: Caught exception!\n");
-  EXPECT_FALSE(folder.Exists("archive"));
 }
 
 TEST_F(Flattening, AnInterruptionRemovesTheArchiveAndEndsTheProcess) {
@@ -83,16 +54,6 @@ TEST_F(Flattening, ALateSignalAndAnIgnoredOneChangeNothing) {
   EXPECT_TRUE(folder.Exists("archive"));
 }
 
-// The same path in another case reaches the branch that writes to a temporary file first.
-TEST_F(Flattening, IdenticalPathsPutTheArchiveIntoTheBundleFolder) {
-  ASSERT_TRUE(FlattenBundle(Path("X.widget"), Path("X.widget"), true, false));
-  std::vector<Posix::FolderEntry> entries;
-  ASSERT_EQ(Posix::Files().ListFolder(folder.Path("X.widget").c_str(), entries), 0);
-  ASSERT_EQ(entries.size(), 2U);
-  const std::string name = entries[entries[0].name == "Contents" ? 1 : 0].name;
-  EXPECT_EQ(Names(("X.widget/" + name).c_str()).size(), std::string("main.wob\na\nsub/b\n").size());
-}
-
 // Of names that differ only in case the archive has what replacing one after the other leaves.
 TEST_F(Flattening, TheLaterOfTwoNamesThatDifferInCaseIsStored) {
   folder.Write("X.widget/Contents/A", "bigger");
@@ -101,7 +62,7 @@ TEST_F(Flattening, TheLaterOfTwoNamesThatDifferInCaseIsStored) {
   folder.MakeLink("X.widget/Contents/SUB/d", "nowhere");
   folder.Write("X.widget/Contents/SUB/e", "not reached");
   folder.Write("X.widget/Contents/sub/e", "kept");
-  FaultyFileOps sorted({.order = Sort});
+  FaultyFileOps sorted({.order = Support::SortByName});
   const Printed printed = Capture([&] { ASSERT_TRUE(Flatten()); });
   EXPECT_EQ(printed.err,
             "warning: 'A' and 'a' differ only in letter case, the later one is stored\n"
@@ -152,17 +113,6 @@ TEST_F(Flattening, FilesThatAreShorterThanTheySayAreStoredAsTheyAre) {
   OxBuffer data;
   ASSERT_TRUE(archive.GetRecord("sub/b", data));
   EXPECT_EQ(data.view(), "second");
-}
-
-TEST_F(Flattening, ASocketIsNotRead) {
-  const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-  sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
-  folder.Path("X.widget/Contents/s").copy(address.sun_path, sizeof address.sun_path - 1);
-  ASSERT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  const Printed printed = Capture([&] { EXPECT_FALSE(Flatten()); });
-  close(fd);
-  EXPECT_EQ(printed.err, "Error: Unable to read s\nError: failed to write files\n");
-  EXPECT_FALSE(folder.Exists("archive"));
 }
 
 TEST_F(Flattening, TheMetaDataRecord) {

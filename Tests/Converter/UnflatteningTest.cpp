@@ -1,29 +1,16 @@
 #include <span>
 
-#include "Flattening.h"
+#include "BundleTest.h"
 #include "Listing.h"
 #include "Streams.h"
 #include "Support/FaultyFileOps.h"
-#include "Support/TemporaryFolder.h"
 #include "Unflattening.h"
 
 namespace {
 
 using Support::FaultyFileOps;
-using Support::TemporaryFolder;
 
-class Unflattening : public testing::Test {
- protected:
-  Unflattening() {
-    folder.Write("X.widget/Contents/main.wob", "<widget/>");
-    folder.Write("X.widget/Contents/sub/b", "second");
-    FlattenBundle(Path("X.widget"), Path("archive"), false, false);
-  }
-
-  OxPath Path(const char* name) const { return OxPath(folder.Path(name).c_str()); }
-
-  TemporaryFolder folder;
-};
+class Unflattening : public BundleTest {};
 
 template <std::size_t Size>
 std::string Text(const std::array<std::byte, Size>& bytes) {
@@ -59,6 +46,7 @@ TEST_F(Unflattening, WhatStopsIt) {
       {Support::FileCall::kWriteAt, "Error: could not write to file 'OUT/Contents/main.wob'\n"},
       {Support::FileCall::kRemoveFile, "Error: could not delete 'OUT'\n"},
   };
+  ASSERT_TRUE(Flatten());
   for (const auto& test : kCases) {
     folder.Write("out/old", "old");
     FaultyFileOps faults({.failCall = 1, .error = EACCES, .only = test.call, .keepFailing = true});
@@ -68,28 +56,6 @@ TEST_F(Unflattening, WhatStopsIt) {
       err.replace(at, folder.Path("out").size(), "OUT");
     }
     EXPECT_EQ(err, test.message);
-  }
-}
-
-TEST_F(Unflattening, AnArchiveInsideTheBundleToBeDeletedStopsIt) {
-  folder.Write("out/kept", "old");
-  folder.Write("out/deep/archive", folder.Read("archive"));
-  folder.MakeLink("link", folder.Path("out/deep/archive"));
-  for (const char* archive : {"out/deep/archive", "link"}) {
-    Capture([&] { EXPECT_FALSE(UnflattenFile(Path(archive), Path("out"), false)); });
-    EXPECT_TRUE(folder.Exists("out/kept") && folder.Exists("out/deep/archive"));
-  }
-}
-
-// Only callers other than the program's entry, and its "-flat -unflat", give identical paths.
-TEST_F(Unflattening, IdenticalPathsPutTheBundleBesideTheArchive) {
-  ASSERT_TRUE(UnflattenFile(Path("archive"), Path("archive"), false));
-  std::vector<Posix::FolderEntry> entries;
-  ASSERT_EQ(Posix::Files().ListFolder(folder.path().c_str(), entries), 0);
-  EXPECT_EQ(entries.size(), 3U);
-  for (const auto& entry : entries) {
-    if (entry.name == "archive" || entry.name == "X.widget") continue;
-    EXPECT_EQ(folder.Read(entry.name + "/Contents/sub/b"), "second");
   }
 }
 

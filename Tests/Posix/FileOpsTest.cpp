@@ -7,7 +7,6 @@
 #include <sys/stat.h>
 
 #include "Posix/FileOps.h"
-#include "Support/FaultyFileOps.h"
 #include "Support/TemporaryFolder.h"
 
 namespace {
@@ -133,25 +132,6 @@ TEST_F(FileOps, CopiesBytesPermissionsAndTime) {
   ASSERT_EQ(::stat(folder_.Path("to").c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777U, 0741U);
   EXPECT_EQ(status.st_mtim.tv_sec, 1'000'000'000);
-}
-
-TEST_F(FileOps, FaultsComeWhereTheyArePlanned) {
-  folder_.Write("file", "0123456789");
-  Posix::FileOps* const system = &Files();
-  {
-    Support::FaultyFileOps faults(
-        {.failCall = 2, .error = ENOSPC, .only = Support::FileCall::kReadAt, .mostBytes = 4});
-    const int fd = Open("file", Posix::kOpenToRead);
-    std::byte bytes[10];
-    EXPECT_EQ(Files().ReadAt(fd, bytes, 0), 4);
-    EXPECT_FALSE(faults.Fired());
-    EXPECT_EQ(Files().ReadAt(fd, bytes, 0), -ENOSPC);
-    EXPECT_TRUE(faults.Fired());
-    EXPECT_EQ(Files().ReadAt(fd, bytes, 0), 4);
-    EXPECT_EQ(Files().Close(fd), 0);
-    EXPECT_EQ(faults.Calls(), 3);
-  }
-  EXPECT_EQ(&Files(), system);
 }
 
 }  // namespace

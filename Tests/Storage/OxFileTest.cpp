@@ -128,24 +128,6 @@ TEST(OxFile, PositionsAndLengths) {
   EXPECT_FALSE(file.Exists());
 }
 
-TEST(OxFile, ShortAndInterruptedTransfersGoOn) {
-  const TemporaryFolder folder;
-  for (int n = 1; n < 12; ++n) {
-    const FaultyFileOps faults({.failCall = n, .error = EINTR, .mostBytes = 3});
-    OxFile file(folder.Path("f").c_str());
-    ASSERT_EQ(file.Open(7), 0);
-    const std::string head = "0123";
-    const std::string tail = "456789";
-    const Posix::Piece pieces[] = {std::as_bytes(std::span(head)), {}, std::as_bytes(std::span(tail))};
-    EXPECT_EQ(file.WriteAt(1, pieces), 0);
-    std::array<char, 12> bytes{};
-    unsigned long got = 0;
-    EXPECT_EQ(file.Read(bytes.data(), bytes.size(), &got), kStatusEndOfFile);
-    EXPECT_EQ(std::string(bytes.data(), got), '\0' + head + tail) << n;
-    EXPECT_EQ(file.Close(), 0);
-  }
-}
-
 TEST(OxMappedFile, ChunksStopAtTheEnd) {
   const TemporaryFolder folder;
   OxMappedFile file;

@@ -1,5 +1,6 @@
 #include <fstream>
 #include <iterator>
+#include <span>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -21,17 +22,12 @@ struct Case {
   const char* lenient;
 };
 
-void Check(const Case* cases, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) {
-    const Case& row = cases[i];
+void Check(std::span<const Case> cases) {
+  for (const Case& row : cases) {
     EXPECT_EQ(Outcome(row.text, true), row.strict) << row.text;
     const char* lenient = std::string_view(row.lenient) == "=" ? row.strict : row.lenient;
     EXPECT_EQ(Outcome(row.text, false), lenient) << row.text;
   }
-}
-template <std::size_t kCount>
-void Check(const Case (&cases)[kCount]) {
-  Check(cases, kCount);
 }
 
 const char kIllegalElement[] = "Illegal element encountered at line 1";
@@ -261,42 +257,18 @@ TEST(OxXMLParser, WhatNothingNamesIsAnUnknownError) {
   EXPECT_EQ(error.GetLine(), 2U);
 }
 
-TEST(OxXMLError, MessagesOfEveryKind) {
-  const char* expected[] = {
-      "No error",
-      "Syntax Error (T%s) on line 7.",
-      "Unterminated string on line 7",
-      "Unexpected EOF at line 7",
-      "Mismatched end tag: T%s at line 7.",
-      "Malformed entity 'T%s' at line 7",
-      "Unknown entity 'T%s' at line 7",
-      "Double hyphens are illegal in comments except as part of the end tag \"-->\" (line 7)",
-      "Only one root element allowed (line 7)",
-      "Illegal element encountered at line 7",
-      "Illegal character encountered (T%s) at line 7",
-      "Illegal attribute encountered at line 7",
-      "Unexpected token 'T%s' encountered at line 7",
-      "Expected token (T%s) at line 7",
-      "Invalid PubID Literal",
-      "The parameter entity '%T%s;' cannot appear in markup in the internal DTD subset.",
-      "DOM Exception: (%)",
-  };
-  std::int32_t kind = 0;
-  for (const char* message : expected) {
-    EXPECT_EQ(Text(OxXMLError(static_cast<OxXMLError::Error>(kind++), "T%s", 7).GetDescription()),
-              message);
-  }
-  EXPECT_EQ(Text(OxXMLError(OxXMLError::kUnexpectedEOF, 4000000000U).GetDescription()),
-            "Unexpected EOF at line 4000000000");
-}
-
 TEST(OxXMLError, TheDocumentHasEveryMessage) {
+  EXPECT_EQ(Text(OxXMLError(OxXMLError::kMismatchedEndTag, "T%s%d", 4000000000U).GetDescription()),
+            "Mismatched end tag: T%s%d at line 4000000000.");
   std::ifstream file(OX_SOURCE_DIR "/Docs/description-files.md");
   const std::string document{std::istreambuf_iterator<char>(file), {}};
   for (std::int32_t kind = 0; kind <= OxXMLError::kDOMException; ++kind) {
     const OxXMLError error(static_cast<OxXMLError::Error>(kind), "...", 77777);
-    std::string row = "| " + std::to_string(kind) + " | " + Text(error.GetDescription()) + " |";
-    if (const std::size_t line = row.find("77777"); line != std::string::npos) row.replace(line, 5, "N");
+    std::string row =
+        Support::Joined({"| ", std::to_string(kind), " | ", error.GetDescription().view(), " |"});
+    if (const std::size_t line = row.find("77777"); line != std::string::npos) {
+      row = Support::Joined({row.substr(0, line), "N", row.substr(line + 5)});
+    }
     EXPECT_NE(document.find(row), std::string::npos) << row;
   }
 }
