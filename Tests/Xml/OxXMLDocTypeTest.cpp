@@ -43,6 +43,9 @@ TEST(OxXMLDocType, ExternalIdentifiers) {
       {"<!DOCTYPE a PUBLIC '<' 'y'>", "Invalid PubID Literal"},
       {"<!DOCTYPE a SYSTEM 'x' y>", Syntax("Expected '>'")},
       {"<!DOCTYPE a", Syntax("Expected '>'")},
+      {"<!DOCTYPE a 'x\n' >", Syntax("Expected '>'")},
+      {"<!DOCTYPE a 'x", "Unterminated string on line 1"},
+      {"<!DOCTYPE a SYSTEM 'x' \"y'>", "Unterminated string on line 1"},
       {"<!DOCTYPE a [", "Unexpected EOF at line 1"},
       {"<!DOCTYPE a []", Syntax("Expected '>'")},
       {"<a><!DOCTYPE a></a>", Syntax("Expected element tag name")},
@@ -190,6 +193,9 @@ TEST(OxXMLDocType, EntitiesInUse) {
        "Syntax Error (Expected '>') on line 1."},
       {"<!-- ' <!ENTITY e 'x'> --><?p ' ?><!FOO x><!ENTITY e 'y'>", "<r>&e;</r>", "D'r' r('y')"},
   };
+  // What begins in the subset and ends behind it leads to declarations there.
+  EXPECT_EQ(InBothModes("<!DOCTYPE r [<?]><!-- ?><!ENTITY e 'x'>]--><r>&e;</r>"),
+            "D'r' ! ?><!ENTITY e 'x'>]! r('x')");
   for (const auto& row : cases) {
     const std::string text = std::string("<!DOCTYPE r [") + row.subset + "]>" + row.content;
     EXPECT_EQ(Outcome(text, true), row.outcome) << text;

@@ -228,6 +228,9 @@ TEST(OxXMLParser, NodesKnowTheirLines) {
     lines += std::to_string(node->GetLine()) + " ";
   }
   EXPECT_EQ(lines, "6 7 8 10 11 ");
+  const auto declared = ParseDoc("\n<?xml a='1'\nb='2'?>");
+  EXPECT_EQ(declared->GetAttributeNode("a")->GetLine(), 2U);
+  EXPECT_EQ(declared->GetAttributeNode("b")->GetLine(), 3U);
 }
 
 TEST(OxXMLParser, AFailureKeepsWhatWasComplete) {

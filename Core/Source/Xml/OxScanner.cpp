@@ -20,11 +20,14 @@ struct OxScanner::Segment : Hux::Retainable {
     while (next && next->GetRefCount() == 1) next = Hux::SmartPtr<Segment>(std::move(next->next));
   }
 
+  std::uint64_t Size() const { return static_cast<std::uint64_t>(end - begin); }
+
   const char* begin = nullptr;
   const char* end = nullptr;
   std::shared_ptr<const OxString> ownText;  // Null for the text of SetData().
   std::uint32_t lineStep = 0;
   std::uint32_t depth = 0;
+  std::uint64_t behind = 0;  // Bytes of all the segments behind this one.
   Hux::SmartPtr<Segment> next;
 };
 
@@ -86,12 +89,14 @@ void OxScanner::PushData(const OxString& text) {
   rest->ownText = segment_->ownText;
   rest->lineStep = segment_->lineStep;
   rest->depth = segment_->depth;
+  rest->behind = segment_->behind;
   rest->next = segment_->next;
   auto pushed = Hux::SmartPtr<Segment>::Adopt(new Segment());
   pushed->ownText = std::make_shared<const OxString>(text);
   pushed->begin = pushed->ownText->c_str();
   pushed->end = pushed->begin + pushed->ownText->size();
   pushed->depth = segment_->depth + 1;
+  pushed->behind = rest->Size() + rest->behind;
   pushed->next = rest;
   Enter(pushed);
 }
@@ -114,6 +119,11 @@ bool OxScanner::IsEOF() const {
     if (segment == nullptr) return true;
   }
   return false;
+}
+
+std::uint64_t OxScanner::BytesLeft() const {
+  if (!segment_) return 0;
+  return static_cast<std::uint64_t>(segment_->end - at_) + segment_->behind;
 }
 
 // ---- Reading

@@ -15,6 +15,8 @@
 ///            return alone does not, and neither does anything in pushed text.
 ///   Failure: a matcher that fails restores the position, and appends nothing to its output.
 ///   Zeros:   a U+0000 cannot be read: reaching one throws OxString::const_iterator::OutOfBounds.
+///   Bytes:   everything compares code points but Match() of a text, which compares bytes: a character in a
+///            longer form than it needs, which OxString accepts, matches only the same form there.
 class OxScanner {
  private:
   struct Segment;
@@ -23,7 +25,8 @@ class OxScanner {
   /// How many characters a matcher takes.
   enum MatchKind { kExactlyOne, kOneOrMore, kZeroOrMore };
 
-  /// A place in the input; it keeps pushed text alive for as long as it exists.
+  /// A place in the input; it keeps pushed text alive for as long as it exists. One that GetPos() did not
+  /// give, or gave before there was any input, is no place.
   class Pos {
    public:
     Pos();
@@ -38,7 +41,7 @@ class OxScanner {
     Hux::SmartPtr<Segment> segment_;
   };
 
-  OxScanner();
+  OxScanner();  ///< Without input: at its end, at line 0.
   OxScanner(const OxScanner&) = delete;
   OxScanner& operator=(const OxScanner&) = delete;
   virtual ~OxScanner();
@@ -47,24 +50,25 @@ class OxScanner {
 
   /// Begins to read `text`, whose first line has the number `line`.
   void SetData(const OxString& text, std::uint32_t line);
-  /// Puts a copy of `text` in front of the position.
+  /// Puts a copy of `text` in front of the position. Nothing before the first SetData().
   void PushData(const OxString& text);
 
   /// Whether nothing is left, in pushed text either.
   bool IsEOF() const;
   std::uint32_t GetLine() const { return line_; }  ///< Of the position, as SetData() counts.
   Pos GetPos() const;                              ///< The place that SetPos() goes back to.
-  /// Goes back, or forward, to a place of the input that was set last.
+  /// Goes back, or forward, to a place of the input that was set last; nothing for no place.
   void SetPos(const Pos& pos);
 
-  /// Advances by one and gives the character that is current then; false at the end.
+  /// Advances by one and gives the character that is current then; false, and `out` untouched, when the
+  /// position is at the end then.
   bool GetNextChar(std::uint32_t& out);
   /// The character `count` places ahead, 0 being the current one; 0 at the end.
   std::uint32_t PeekAhead(std::size_t count) const;
   /// Whether `text` comes next.
   bool PeekAhead(const OxString& text) const;
   /// Moves by characters, a carriage return and its line feed counting as one; false when the input ends
-  /// first.
+  /// first. Deliberate: the position is at the end then and not where it was.
   bool Advance(std::size_t count);
 
   /// Take the text or the character if it comes next. An empty text always does.
@@ -87,6 +91,7 @@ class OxScanner {
     }
     return any || kind == kZeroOrMore;
   }
+  /// The same with a member function of the scanner's own class.
   template <std::derived_from<OxScanner> Scanner>
   bool Match(bool (Scanner::*accepts)(std::uint32_t) const, MatchKind kind, OxString& out) {
     const auto& self = static_cast<const Scanner&>(*this);
@@ -101,6 +106,8 @@ class OxScanner {
 
   /// How many pushed texts the position stands in that have not been left yet.
   std::uint32_t Depth() const { return depth_; }
+  /// How many bytes are still to be read, pushed text included.
+  std::uint64_t BytesLeft() const;
 
  protected:
   /// The current character; false at the end of the input.

@@ -14,6 +14,8 @@ OxXMLError OxXMLParser::Parse(const OxString& text, Hux::SmartPtr<OxXMLDoc> doc)
   doc_ = std::move(doc);
   scanner_.SetData(text, 1);
   budget_ = XMLExpansionBudget(text.size());
+  textBytes_ = text.size();
+  readBehind_ = 0;
   OxXMLError result = ParseCatching();
   open_.clear();
   expansion_.Reset();

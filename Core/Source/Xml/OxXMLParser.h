@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Foundation/OxString.h"
@@ -16,13 +17,19 @@
 /// Turns XML text into a tree of nodes.
 ///   Modes:   strict (the default) or lenient. Lenient also takes "<--" as the opener of a comment, "--"
 ///            inside a comment, attribute values without quotes, a "&" that begins no reference, and end
-///            tags in other letter case; it keeps white space inside text and trims both ends, where
-///            strict turns every run of it into one space and drops the first. A document can ask for
-///            strict with <?wobblefield xml-strict="yes"?> ("1", "true").
+///            tags in other letter case. White space in front of text goes in both modes; lenient keeps
+///            the rest and then trims both ends, as OxString::trim() does; strict turns every run into one
+///            space, of which one may stay at the end. A document can ask for strict from its own place on
+///            with <?wobblefield xml-strict="yes"?> ("1", "true").
 ///   Entities: references in text and attribute values are replaced by what the internal subset declares.
 ///            One that refers to itself, or that would exceed XMLExpansionBudget, stays as "&name;".
+///            Deliberate: a subset ends at its first "]", but a literal, a comment or an instruction in it
+///            is read to its own end, so that text behind the declaration can declare entities, too. Once
+///            1 MiB, or the length of the text if that is more, was read so, further subsets are only
+///            kept, and not read for declarations.
 ///   Lines:   each node knows the line on which it begins; an error has the line of the position.
 ///   Depth:   documents may nest as deep as memory allows; nothing recurses.
+///   Copying: not possible; a parser serves one document after the other.
 ///
 ///   OxXMLParser parser;
 ///   parser.SetStrict(false);
@@ -50,19 +57,21 @@ class OxXMLParser {
   OxXMLParser();
   ~OxXMLParser();
 
-  /// What a document asks for itself ends with its parse.
+  /// Strict or lenient, for all parses from now on; what a document asks for itself ends with its parse.
   void SetStrict(bool strict) { strict_ = strict ? 1 : 0; }
-  bool IsStrict() const { return strict_ != 0; }  ///< Of the next parse.
+  bool IsStrict() const { return strict_ != 0; }  ///< Of the next parse; true until SetStrict(false).
 
   /// Parses `text` into `doc`. Success is kNoError with line 0. After a failure the document holds what
-  /// was complete before it: a top-level element arrives with its end tag. Deliberate: a second root
-  /// element is parsed and then dropped without an error.
+  /// was complete before it: a top-level element arrives with its end tag. Throws nothing of its own: a
+  /// null `doc`, a zero in the text and lack of memory give kSyntaxError, "Unknown error". The parser holds
+  /// `doc` until the next parse. Deliberate: a second root element is parsed and then dropped without an
+  /// error.
   OxXMLError Parse(const OxString& text, Hux::SmartPtr<OxXMLDoc> doc);
 
   /// The replacement text of a literal in an entity declaration at `line`: character references replaced,
   /// white space turned into spaces, general references kept. Parameter references are replaced by what
-  /// the document under way declares, or refused with kParameterEntityInMarkup inside an internal subset.
-  /// Throws OxXMLError.
+  /// the document of the last parse declares, or refused with kParameterEntityInMarkup inside an internal
+  /// subset. Throws OxXMLError, and OxString::const_iterator::OutOfBounds for a zero in `value`.
   OxString NormalizeEntityValue(const OxString& value, int line, bool internalSubset);
 
  private:
@@ -102,15 +111,16 @@ class OxXMLParser {
   void ParsePseudoAttribute(bool declaration);
 
   // ---- Document type declaration (OxXMLParserDocType.cpp)
-  using DocType = OxXMLDocTypeNode&;
   void ParseDOCTYPE(std::uint32_t line);
-  void ParseExternalID(DocType docType);
-  void ParseInternalSubset(DocType docType);
-  void ParseEntities(DocType docType);
-  void ParseEntityRef(DocType docType);
+  void ParseExternalID(OxXMLDocTypeNode& docType);
+  OxString ExpectSystemID();
+  std::pair<OxString, OxString> ExpectPublicID();
+  void ParseInternalSubset(OxXMLDocTypeNode& docType);
+  void ParseEntities(OxXMLDocTypeNode& docType);
+  void ParseEntityRef(OxXMLDocTypeNode& docType);
   void SkipPast(const char* terminator, unsigned stops);
-  void ParseSubsetMarkup(DocType docType);
-  void ParseEntityDecl(DocType docType, bool internalSubset);
+  void ParseSubsetMarkup(OxXMLDocTypeNode& docType);
+  void ParseEntityDecl(OxXMLDocTypeNode& docType, bool internalSubset);
   void ParseExternalEntity();
 
   // ---- Declarations of which nothing is kept (OxXMLParserDeclarations.cpp)
@@ -133,6 +143,7 @@ class OxXMLParser {
   [[noreturn]] void FailGot(const char* expected) const;
   void GetToken();
   bool MatchLiteral(OxString& text);
+  void CheckLiteral();
   OxString ExpectLiteral(const char* otherwise);
   OxString ExpectPubID(const char* otherwise);
   OxString ExpectName(const char* description);
@@ -148,7 +159,9 @@ class OxXMLParser {
   XMLNameCache names_;
   XMLExpansionBudget budget_{0};
   XMLExpansion expansion_{scanner_, budget_};
-  std::string text_;           // What is being collected.
+  std::uint64_t textBytes_ = 0;   // Of the whole text.
+  std::uint64_t readBehind_ = 0;  // Bytes that subsets have read behind their "]".
+  std::string text_;              // What is being collected.
   bool spacePending_ = false;  // White space was met that becomes one space if text follows or it ends.
   std::string spill_;          // A name that lies in two segments.
 };

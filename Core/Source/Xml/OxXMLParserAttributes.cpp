@@ -32,8 +32,8 @@ OxString OxXMLParser::GetAttribute() {
 
 // Most values are one run and hold nothing to normalise.
 OxString OxXMLParser::GetQuotedValue(char quote) {
-  constexpr unsigned kSpecial = XMLCharacters::kAmpersandByte | XMLCharacters::kBreakByte;
-  const unsigned quoteClass = quote == '"' ? XMLCharacters::kQuoteByte : XMLCharacters::kApostropheByte;
+  constexpr unsigned kSpecial = XMLCharacters::kAmpersandByte | XMLCharacters::kTabOrBreakByte;
+  const unsigned quoteClass = XMLCharacters::QuoteClass(quote);
   scanner_.TakeByte();
   const std::uint32_t depth = scanner_.Depth();
   const std::string_view run = scanner_.TakeRun(kSpecial | quoteClass);

@@ -8,7 +8,7 @@ using XMLCharacters::IsByte;
 
 namespace {
 
-// The white space of OxString::trim().
+// The white space of OxString::trim(), which would first copy what it removes.
 bool IsTrimmed(char byte) {
   return IsWhitespace(static_cast<signed char>(byte));
 }
@@ -186,12 +186,14 @@ void OxXMLParser::ParsePseudoAttributes(bool declaration) {
 }
 
 void OxXMLParser::ParsePseudoAttribute(bool declaration) {
+  const std::uint32_t line = scanner_.GetLine();
   const OxString name(scanner_.TakeName(spill_));
   if (name.empty()) FailSyntax("Unexpected token");
   ExpectEquals();
   const OxString value = GetAttribute();
   if (declaration) {
     doc_->AddAttribute(name, value);
+    doc_->GetAttributeNode(name)->SetLine(line);
   } else if (name == "xml-strict" && (value == "yes" || value == "1" || value == "true")) {
     strict_ = 1;
   }

@@ -1,5 +1,15 @@
+#include <algorithm>
+#include <utility>
+
 #include "Xml/OxXMLParser.h"
 #include "Xml/XMLEntityValue.h"
+
+namespace {
+
+// Bytes behind the "]" of subsets that may be read for declarations in documents that are shorter.
+constexpr std::uint64_t kReadBehind = std::uint64_t{1} << 20;
+
+}  // namespace
 
 // Behind "<!DOCTYPE". The node is the document's while its declarations are read, and goes again when
 // that fails.
@@ -19,42 +29,58 @@ void OxXMLParser::ParseDOCTYPE(std::uint32_t line) {
   }
 }
 
-void OxXMLParser::ParseExternalID(DocType docType) {
+void OxXMLParser::ParseExternalID(OxXMLDocTypeNode& docType) {
   scanner_.SkipWhitespace();
   OxString keyword;
   if (!scanner_.MatchName(keyword)) return;
   if (keyword == "SYSTEM") {
-    ExpectWhitespace("'SYSTEM'");
-    docType.SetLocalPath(ExpectLiteral("Expected string"));
+    docType.SetLocalPath(ExpectSystemID());
   } else if (keyword == "PUBLIC") {
-    ExpectWhitespace("'PUBLIC'");
-    const OxString publicID = ExpectPubID("Expected string");
-    ExpectWhitespace("public id literal");
-    docType.SetPublicPath(publicID, ExpectLiteral("Expected string"));
+    const auto [publicID, path] = ExpectPublicID();
+    docType.SetPublicPath(publicID, path);
   } else {
     FailSyntax(OxString("Expected SYSTEM or PUBLIC. Found \"") + keyword + "\"");
   }
 }
 
+// Behind SYSTEM: its literal.
+OxString OxXMLParser::ExpectSystemID() {
+  ExpectWhitespace("'SYSTEM'");
+  return ExpectLiteral("Expected string");
+}
+
+// Behind PUBLIC: both literals.
+std::pair<OxString, OxString> OxXMLParser::ExpectPublicID() {
+  ExpectWhitespace("'PUBLIC'");
+  OxString publicID = ExpectPubID("Expected string");
+  ExpectWhitespace("public id literal");
+  return {std::move(publicID), ExpectLiteral("Expected string")};
+}
+
 // ---- Internal subset
 
 // Deliberate: the text that is kept ends at the first "]", wherever that stands, and so does the subset,
-// although its declarations are read with "]" allowed inside literals and comments.
-void OxXMLParser::ParseInternalSubset(DocType docType) {
+// although its declarations are read with "]" allowed inside literals, comments and instructions, and so
+// perhaps out of what follows. One such subset after the other would read the rest of the text each time;
+// past kReadBehind no more declarations are read.
+void OxXMLParser::ParseInternalSubset(OxXMLDocTypeNode& docType) {
   scanner_.SkipWhitespace();
-  if (!scanner_.MatchByte('[')) return;
+  if (!scanner_.MatchByte('[')) return CheckLiteral();
   const OxScanner::Pos start = scanner_.GetPos();
-  ParseEntities(docType);
+  if (readBehind_ <= std::max(kReadBehind, textBytes_)) ParseEntities(docType);
+  const std::uint64_t left = scanner_.BytesLeft();
   scanner_.SetPos(start);
   for (text_.clear(); !scanner_.MatchByte(']');) {
     if (scanner_.PeekByte() == 0) Fail(OxXMLError::kUnexpectedEOF);
     text_ += scanner_.TakeRun(XMLCharacters::kBracketByte);
   }
   docType.SetInternalSubset(OxString::from_valid(text_).trim());
+  const std::uint64_t behind = scanner_.BytesLeft();
+  if (left < behind) readBehind_ += behind - left;
 }
 
 // Reads declarations up to "]" or the end of the text; what is none is passed over.
-void OxXMLParser::ParseEntities(DocType docType) {
+void OxXMLParser::ParseEntities(OxXMLDocTypeNode& docType) {
   for (;;) {
     scanner_.SkipWhitespace();
     switch (scanner_.PeekByte()) {
@@ -73,7 +99,7 @@ void OxXMLParser::ParseEntities(DocType docType) {
   }
 }
 
-void OxXMLParser::ParseSubsetMarkup(DocType docType) {
+void OxXMLParser::ParseSubsetMarkup(OxXMLDocTypeNode& docType) {
   scanner_.TakeByte();
   if (MatchCommentOpener()) return SkipPast("-->", XMLCharacters::kHyphenByte);
   if (scanner_.MatchByte('?')) return SkipPast("?>", XMLCharacters::kQuestionByte);
@@ -93,7 +119,7 @@ void OxXMLParser::SkipPast(const char* terminator, unsigned stops) {
 
 // At "%". A reference between declarations is replaced by its text; one that is being read already, or
 // is past the budget, is passed over, as is a "%" alone.
-void OxXMLParser::ParseEntityRef(DocType docType) {
+void OxXMLParser::ParseEntityRef(OxXMLDocTypeNode& docType) {
   const std::uint32_t depth = scanner_.Depth();
   const std::string_view name = scanner_.TakePERef(spill_);
   if (name.empty()) return scanner_.TakeByte();
@@ -105,7 +131,7 @@ void OxXMLParser::ParseEntityRef(DocType docType) {
 // ---- Entity declarations
 
 // Behind "<!ENTITY". Only an entity with a literal is kept: nothing external is ever read.
-void OxXMLParser::ParseEntityDecl(DocType docType, bool internalSubset) {
+void OxXMLParser::ParseEntityDecl(OxXMLDocTypeNode& docType, bool internalSubset) {
   ExpectWhitespace("'!ENTITY'");
   const bool parameter = scanner_.MatchByte('%');
   if (parameter) ExpectWhitespace("'%'");
@@ -125,16 +151,12 @@ void OxXMLParser::ParseEntityDecl(DocType docType, bool internalSubset) {
 // The current token is the keyword.
 void OxXMLParser::ParseExternalEntity() {
   if (token_.IsName("PUBLIC")) {
-    ExpectWhitespace("'PUBLIC'");
-    ExpectPubID("Expected string");
-    ExpectWhitespace("public id literal");
+    ExpectPublicID();
   } else if (token_.IsName("SYSTEM")) {
-    ExpectWhitespace("'SYSTEM'");
+    ExpectSystemID();
   } else {
     Fail(OxXMLError::kUnexpectedToken, token_.text);
   }
-  ExpectLiteral("Expected string");
-
   scanner_.SkipWhitespace();
   OxString keyword;
   if (!scanner_.MatchName(keyword)) return;

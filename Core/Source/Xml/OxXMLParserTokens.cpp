@@ -41,14 +41,20 @@ void OxXMLParser::GetToken() {
 bool OxXMLParser::MatchLiteral(OxString& text) {
   const char quote = scanner_.PeekByte();
   if (quote != '"' && quote != '\'') return false;
-  const unsigned end = quote == '"' ? XMLCharacters::kQuoteByte : XMLCharacters::kApostropheByte;
   scanner_.TakeByte();
   for (text_.clear(); !scanner_.MatchByte(quote);) {
     if (scanner_.PeekByte() == 0) Fail(OxXMLError::kUnterminatedString);
-    text_ += scanner_.TakeRun(end);
+    text_ += scanner_.TakeRun(XMLCharacters::QuoteClass(quote));
   }
   text = OxString::from_valid(text_);
   return true;
+}
+
+// A literal that comes next must end, also where none is wanted.
+void OxXMLParser::CheckLiteral() {
+  const OxScanner::Pos start = scanner_.GetPos();
+  OxString literal;
+  if (MatchLiteral(literal)) scanner_.SetPos(start);
 }
 
 // ---- Expectations

@@ -7,17 +7,17 @@
 #include "Xml/XMLCharacters.h"
 
 /// The lexical rules of XML: white space, names and references, and, for the parser's hot loops, runs of
-/// bytes. Only the shortest form of a character counts as markup.
+/// bytes. Only the shortest form of a character counts as markup. Matchers fail as those of OxScanner do.
 class OxXMLScanner : public OxScanner {
  public:
-  bool MatchWhitespace(MatchKind kind);  ///< By XMLCharacters::IsWhitespace().
-  /// The matchers below append what they take to `out`.
+  bool MatchWhitespace(MatchKind kind);  ///< Takes what XMLCharacters::IsWhitespace() accepts.
+  /// Takes a name and appends it to `out`, as the matchers below append what they take.
   bool MatchName(OxString& out);
   /// One or more name characters.
   bool MatchNameToken(OxString& out);
-  /// "&name;" and "%name;"; `out` gets the name.
+  /// "&name;"; `out` gets the name.
   bool MatchEntityRef(OxString& out);
-  /// Likewise with "%".
+  /// "%name;"; `out` gets the name.
   bool MatchPERef(OxString& out);
   /// "&#65;" or "&#x41;" (with a small x); `out` gets the character. Deliberate: the value is taken modulo
   /// 2^32 and not checked.
@@ -32,7 +32,7 @@ class OxXMLScanner : public OxScanner {
   static bool IsNewline(std::uint32_t c) { return c == 0xA || c == 0xD || c == 0xC; }
   static bool IsDigit(std::uint32_t c) { return XMLCharacters::IsDigit(c); }        ///< 0 to 9.
   static bool IsHexDigit(std::uint32_t c) { return XMLCharacters::IsHexDigit(c); }  ///< In either case.
-  /// Tab, space, and what is printable but for quotes and parentheses.
+  /// Tab, space, and what is printable but for the quote, the apostrophe and parentheses.
   static bool IsAsciiStringChar(std::uint32_t c);
   static bool IsNonAsciiChar(std::uint32_t c) { return c >= 0x80 && c <= 0x10FFFF; }  ///< All but ASCII.
 
@@ -72,7 +72,8 @@ class OxXMLScanner : public OxScanner {
   }
   /// Takes the whole character at the position, which is there.
   std::string_view TakeCharacter(std::uint32_t& codePoint);
-  /// Takes a name, or nothing and gives an empty view; `spill` holds it when it lies in two segments.
+  /// Takes a name, or nothing and gives an empty view. `spill` holds a name that ends with its segment, which
+  /// is gone then: such a view lasts until `spill` changes.
   std::string_view TakeName(std::string& spill);
   /// Takes a reference and gives the name in it, or nothing and an empty view.
   std::string_view TakeEntityRef(std::string& spill) { return TakeReference('&', spill); }

@@ -83,20 +83,19 @@ enum ByteClass : std::uint32_t {
   kNameStartByte = 1 << 0,
   kNameByte = 1 << 1,  ///< Of ASCII name characters; U+00B7 is the one that is longer.
   kSpaceByte = 1 << 2,
-  kLineByte = 1 << 3,  ///< Line feed.
-  kEndByte = 1 << 4,   ///< Zero: the end of a text, or a zero inside it.
-  kLessByte = 1 << 5,
-  kAmpersandByte = 1 << 6,
-  kQuoteByte = 1 << 7,
-  kApostropheByte = 1 << 8,
-  kBreakByte = 1 << 9,  ///< White space other than the space.
-  kHyphenByte = 1 << 10,
-  kBracketByte = 1 << 11,  ///< "]"
-  kQuestionByte = 1 << 12,
-  kSuspectByte = 1 << 13,  ///< May begin a character that IsChar() refuses.
-  kSlashByte = 1 << 14,
-  kGreaterByte = 1 << 15,
-  kPercentByte = 1 << 16,
+  kEndByte = 1 << 3,  ///< Zero: the end of a text, or a zero inside it.
+  kLessByte = 1 << 4,
+  kAmpersandByte = 1 << 5,
+  kQuoteByte = 1 << 6,
+  kApostropheByte = 1 << 7,
+  kTabOrBreakByte = 1 << 8,  ///< White space other than the space.
+  kHyphenByte = 1 << 9,
+  kBracketByte = 1 << 10,  ///< "]"
+  kQuestionByte = 1 << 11,
+  kSuspectByte = 1 << 12,  ///< May begin a character that IsChar() refuses.
+  kSlashByte = 1 << 13,
+  kGreaterByte = 1 << 14,
+  kPercentByte = 1 << 15,
 };
 
 /// Every ByteClass of one byte, from 0 to 255.
@@ -109,13 +108,12 @@ constexpr std::uint32_t ClassifyByte(std::uint32_t byte) {
   set(ascii && IsNameStart(byte), kNameStartByte);
   set(ascii && IsNameChar(byte), kNameByte);
   set(IsWhitespace(byte), kSpaceByte);
-  set(byte == '\n', kLineByte);
   set(byte == 0, kEndByte);
   set(byte == '<', kLessByte);
   set(byte == '&', kAmpersandByte);
   set(byte == '"', kQuoteByte);
   set(byte == '\'', kApostropheByte);
-  set(IsWhitespace(byte) && byte != ' ', kBreakByte);
+  set(IsWhitespace(byte) && byte != ' ', kTabOrBreakByte);
   set(byte == '-', kHyphenByte);
   set(byte == ']', kBracketByte);
   set(byte == '?', kQuestionByte);
@@ -135,6 +133,11 @@ inline constexpr std::array<std::uint32_t, 256> kByteClasses = []() {
   for (std::uint32_t byte = 0; byte < classes.size(); ++byte) classes[byte] = ClassifyByte(byte);
   return classes;
 }();
+
+/// The class of a quote or an apostrophe.
+constexpr ByteClass QuoteClass(char quote) {
+  return quote == '"' ? kQuoteByte : kApostropheByte;
+}
 
 /// Whether the byte is of one of the classes, which may be several.
 inline bool IsByte(char byte, unsigned classes) {

@@ -8,7 +8,7 @@
 #include "Xml/XMLExpansion.h"
 
 /// Makes the replacement text of an entity out of the literal in its declaration; see
-/// OxXMLParser::NormalizeEntityValue().
+/// OxXMLParser::NormalizeEntityValue(). Good for one literal.
 class XMLEntityValue {
  public:
   /// `docType` may be null.
