@@ -363,6 +363,16 @@ TEST(OxXMLCharDataNode, DataByCharacters) {
   text->AppendData("\xC3\xA9");
   text->DeleteData(0, 100);
   EXPECT_EQ(text->GetLength(), 0U);
+
+  // A zero is a character like the others.
+  const auto parsed = ParseDoc("<r>a&#0;\xC3\xA9z</r>");
+  const auto zero = Child(*parsed->GetRoot(), 0).dynamic_cast_to<OxXMLTextNode>();
+  zero->InsertData(1, "-");
+  zero->ReplaceData(4, 1, "yz");
+  zero->DeleteData(0, 1);
+  EXPECT_EQ(Text(zero->GetSubstring(1, 2)), std::string("\0\xC3\xA9", 3));
+  EXPECT_EQ(Text(zero->SplitText(2)->GetValue()), "\xC3\xA9yz");
+  EXPECT_EQ(Text(zero->GetValue()), std::string("-\0", 2));
 }
 
 TEST(OxXMLTextNode, SplitAndNormalize) {

@@ -45,6 +45,9 @@ TEST(XMLBudget, AMillionLevels) {
   WalkEverything(doc, kMany);
   EXPECT_THROW(doc->GetAsString(0), std::bad_alloc);  // 2 TB of indentation.
   EXPECT_EQ(Outcome(Repeat("<a>", kMany), false), "Unexpected EOF at line 1");
+  // 5 GB, half of it in front of end tags, are seen before anything is written.
+  constexpr std::size_t kDeep = 50000;
+  EXPECT_THROW(ParseDoc(Repeat("<a>", kDeep) + Repeat("</a>", kDeep))->GetAsString(0), std::bad_alloc);
 }
 
 TEST(XMLBudget, AMillionSiblings) {
@@ -127,6 +130,25 @@ TEST(XMLBudget, LongChainsOfEntities) {
             "Syntax Error (Expected element tag name) on line 1.");
 }
 
+// Each subset is read on to what ends its instruction, which stands behind them all.
+TEST(XMLBudget, SubsetsThatReadOnBehindTheirEnd) {
+  const std::string subset = "<!DOCTYPE r [<?]>";
+  const std::string rest = "<!-- ?><!ENTITY e 'x'>]--><r a='&e;'/>";
+  const auto outcome = [&](std::size_t subsets, std::size_t gap) {
+    const std::string text = Outcome(Repeat(subset, subsets) + std::string(gap, '\n') + rest, true);
+    return text.substr(text.find_last_of(" !") + 1);
+  };
+  EXPECT_EQ(outcome(1, kMany * 2), "r{a=x}");
+  EXPECT_EQ(outcome(100, 0), "r{a=x}");
+  EXPECT_EQ(Outcome(Repeat(subset, kMany / 10) + rest, true), "Unknown entity 'e' at line 1");
+  ParseDoc(Repeat("<!DOCTYPE r [<!--]>", kMany / 10) + "<r/>");
+  ParseDoc("<!DOCTYPE r [<!ENTITY e '</r>" + Repeat("<!DOCTYPE r [<?&#93;>", kMany / 10) + "'>]><r>&e;");
+  EXPECT_EQ(Outcome(Repeat("<!DOCTYPE a [<!--]>", kMany / 20) + "<a/><!-- -->" +
+                        Repeat("<!ENTITY x 'y'>", kMany / 20),
+                    false),
+            "Illegal element encountered at line 1");
+}
+
 TEST(XMLBudget, HonestEntitiesMayGrowWithTheDocument) {
   const std::string big(std::size_t{1} << 20, 'x');
   const std::string text = "<!DOCTYPE r [<!ENTITY e '" + big + "'>]><r>" + Repeat("&e;", 16) + "</r>";
@@ -136,6 +158,21 @@ TEST(XMLBudget, HonestEntitiesMayGrowWithTheDocument) {
       "<!DOCTYPE r [<!ENTITY e '" + big + "'>]><r a=" + Repeat("&e;", 1000) + " />";
   const OxString value = ParseDoc(unquoted)->GetRoot()->GetAttribute("a");
   EXPECT_EQ(value.size(), 16 * big.size() + std::size_t{984} * 3);
+
+  // Writing a tree, or searching it, has one budget for all such values, reading one has its own.
+  const std::string many =
+      "<!DOCTYPE r [<!ENTITY e '" + big + "'>]><r>" + Repeat("<a id=&e; />", 19) + "<a id=&e;20 /></r>";
+  const auto doc = ParseDoc(many);
+  const std::size_t unexpanded = doc->GetDocType()->GetAsString(-1).size();
+  for (const auto& tree : {Hux::SmartPtr<OxXMLNode>(doc), doc->Clone(true)}) {
+    const std::size_t written = tree->GetAsString(-1).size() - unexpanded;
+    EXPECT_GT(written, 16 * big.size());
+    EXPECT_LT(written, 17 * big.size());
+  }
+  const OxString last(big + "20");
+  EXPECT_TRUE(doc->GetRoot()->GetLastChild()->GetAttribute("id") == last);
+  EXPECT_TRUE(doc->GetElementByID(OxString(big)) == doc->GetRoot()->GetFirstChild());
+  EXPECT_FALSE(doc->GetElementByID(last));
 }
 
 }  // namespace

@@ -79,7 +79,10 @@ OxString OxXMLAttrNode::GetValue() const {
   std::size_t found = left.find('&');
   if (found == std::string_view::npos) return text;
   const OxXMLDocTypeNode* docType = document_ == nullptr ? nullptr : document_->GetDocType().get();
-  XMLExpansionBudget budget(text.size());
+  XMLExpansionBudget own(0);
+  XMLExpansionBudget* shared = document_ == nullptr ? nullptr : document_->sharedBudget_;
+  XMLExpansionBudget& budget = shared == nullptr ? own : *shared;
+  budget.AddText(text.size());
   OxString value;
   for (; found != std::string_view::npos; found = left.find('&')) {
     value.append_valid(left.substr(0, found));

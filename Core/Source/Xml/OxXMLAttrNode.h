@@ -15,14 +15,16 @@ class OxXMLAttrNode : public OxXMLNode {
 
   NodeType GetNodeType() const override { return kAttributeNode; }
   const OxString& GetName() const override { return name_.text(); }
-  /// Replaces all children by one text node and calls the owner's AttributeChanged().
+  /// Replaces all children by one text node and calls the owner's AttributeChanged(). References are
+  /// replaced by GetValue(), which need not give `value` then: "&amp;lt;" keeps "&lt;".
   void SetValue(const OxString& value) override;
   /// The text of the children with every reference "&name;" replaced in one pass: replacement text is
-  /// not looked at again, and what does not resolve, or would exceed the bounds of XMLExpansionBudget,
-  /// stays as it is. The five predefined names resolve without a document.
+  /// not looked at again, and what does not resolve, or would exceed XMLExpansionBudget, stays as it is.
+  /// Every call has a budget of its own, but for those that write a tree or search it. The five predefined
+  /// names resolve without a document.
   OxString GetValue() const override;
   OxString GetAsString(int indent) const override;
-  /// The copy has the whole text in one child.
+  /// Deliberate: the copy has the whole text in one child, however many the original has.
   Hux::SmartPtr<OxXMLNode> CloneSelf() const override;
   /// Text nodes only.
   bool AllowChild(const Hux::SmartPtr<OxXMLNode>& node) const override;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "Foundation/StringWalk.h"
+
 // The count as far as there is text.
 OxString::Index OxXMLCharDataNode::CheckRange(OxString::Index offset, OxString::Index count) const {
   const OxString::Index length = data_.length();
@@ -9,8 +11,24 @@ OxString::Index OxXMLCharDataNode::CheckRange(OxString::Index offset, OxString::
   return std::min(count, length - offset);
 }
 
+// Counted in the bytes: the string's own searches for a character stop at a zero.
+std::size_t OxXMLCharDataNode::ByteOf(OxString::Index offset) const {
+  const std::string_view text = data_.view();
+  std::size_t at = 0;
+  for (; at < text.size() && offset > 0; --offset) {
+    do ++at;
+    while (at < text.size() && StringWalk::IsContinuation(text[at]));
+  }
+  return at;
+}
+
+OxString OxXMLCharDataNode::Part(OxString::Index offset, OxString::Index count) const {
+  const std::size_t begin = ByteOf(offset);
+  return OxString::from_valid(data_.view().substr(begin, ByteOf(offset + count) - begin));
+}
+
 OxString OxXMLCharDataNode::GetSubstring(OxString::Index offset, OxString::Index count) const {
-  return data_.substr(offset, CheckRange(offset, count));
+  return Part(offset, CheckRange(offset, count));
 }
 
 void OxXMLCharDataNode::InsertData(OxString::Index offset, const OxString& text) {
@@ -18,14 +36,14 @@ void OxXMLCharDataNode::InsertData(OxString::Index offset, const OxString& text)
 }
 
 void OxXMLCharDataNode::DeleteData(OxString::Index offset, OxString::Index count) {
-  data_.erase(offset, CheckRange(offset, count));
+  ReplaceData(offset, count, OxString());
 }
 
 void OxXMLCharDataNode::ReplaceData(OxString::Index offset, OxString::Index count,
                                     const OxString& text) {
-  const OxString::Index replaced = CheckRange(offset, count);
-  OxString changed = data_.substr(0, offset);
+  const OxString::Index behind = offset + CheckRange(offset, count);
+  OxString changed = Part(0, offset);
   changed += text;
-  changed += data_.substr(offset + replaced, -1);
+  changed += Part(behind, data_.length() - behind);
   data_ = std::move(changed);
 }

@@ -1,11 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <utility>
 
 #include "Xml/OxXMLNode.h"
 
 /// Character data: base of text, CDATA sections and comments.
-///   Units:  offsets and counts are characters; a count past the end is cut to the end.
+///   Units:  offsets and counts are characters, zeros included; a count past the end is cut to the end.
 ///   Errors: OxXMLDOMException(1) for a negative offset or count and for an offset that is not below the
 ///           length. Deliberate: so nothing can be inserted at the very end; that is AppendData()'s job.
 class OxXMLCharDataNode : public OxXMLNode {
@@ -25,12 +26,13 @@ class OxXMLCharDataNode : public OxXMLNode {
   /// A node without a document.
   explicit OxXMLCharDataNode(OxString data) : data_(std::move(data)) {}
   const OxString& data() const { return data_; }  ///< The whole text.
+  /// `count` characters from `offset`, which are there.
+  OxString Part(OxString::Index offset, OxString::Index count) const;
 
  private:
-  friend struct XMLTree;
-
   const OxString& ValueText() const override { return data_; }
   OxString& EditValueText() override { return data_; }
+  std::size_t ByteOf(OxString::Index offset) const;
   OxString::Index CheckRange(OxString::Index offset, OxString::Index count) const;
 
   OxString data_;

@@ -83,50 +83,32 @@ Hux::SmartPtr<OxXMLElementNode> OxXMLDoc::GetRoot() const {
 
 // ---- Making nodes
 
-void OxXMLDoc::Own(OxXMLNode& node) {
-  node.MoveTo(this);
-}
-
 Hux::SmartPtr<OxXMLElementNode> OxXMLDoc::CreateElementNode(const OxXMLName& name) {
-  Hux::SmartPtr<OxXMLElementNode> node = OxXMLElementNode::Make(name);
-  node->document_ = this;
-  return node;
+  return Own(OxXMLElementNode::Make(name));
 }
 
 Hux::SmartPtr<OxXMLAttrNode> OxXMLDoc::CreateAttrNode(const OxXMLName& name, OxString value) {
-  Hux::SmartPtr<OxXMLAttrNode> node = OxXMLAttrNode::Make(name, std::move(value));
-  node->document_ = this;
-  return node;
+  return Own(OxXMLAttrNode::Make(name, std::move(value)));
 }
 
 Hux::SmartPtr<OxXMLTextNode> OxXMLDoc::CreateTextNode(OxString text) {
-  Hux::SmartPtr<OxXMLTextNode> node = OxXMLTextNode::Make(std::move(text));
-  node->document_ = this;
-  return node;
+  return Own(OxXMLTextNode::Make(std::move(text)));
 }
 
 Hux::SmartPtr<OxXMLCDATANode> OxXMLDoc::CreateCDATANode(OxString text) {
-  Hux::SmartPtr<OxXMLCDATANode> node = OxXMLCDATANode::Make(std::move(text));
-  node->document_ = this;
-  return node;
+  return Own(OxXMLCDATANode::Make(std::move(text)));
 }
 
 Hux::SmartPtr<OxXMLCommentNode> OxXMLDoc::CreateCommentNode(OxString text) {
-  Hux::SmartPtr<OxXMLCommentNode> node = OxXMLCommentNode::Make(std::move(text));
-  node->document_ = this;
-  return node;
+  return Own(OxXMLCommentNode::Make(std::move(text)));
 }
 
 Hux::SmartPtr<OxXMLPINode> OxXMLDoc::CreatePINode(const OxXMLName& target, OxString data) {
-  Hux::SmartPtr<OxXMLPINode> node = OxXMLPINode::Make(target, std::move(data));
-  node->document_ = this;
-  return node;
+  return Own(OxXMLPINode::Make(target, std::move(data)));
 }
 
 Hux::SmartPtr<OxXMLDocTypeNode> OxXMLDoc::CreateDocTypeNode(const OxXMLName& name) {
-  Hux::SmartPtr<OxXMLDocTypeNode> node = OxXMLDocTypeNode::Make(name);
-  node->document_ = this;
-  return node;
+  return Own(OxXMLDocTypeNode::Make(name));
 }
 
 // ---- Attributes and entities

@@ -8,6 +8,8 @@
 #include "Xml/OxXMLPINode.h"
 #include "Xml/OxXMLTextNode.h"
 
+class XMLExpansionBudget;
+
 /// A document: the root of a tree, the maker of its nodes and the owner of the XML declaration's
 /// pseudo-attributes. When it dies, nodes of its tree that others hold belong to no document.
 class OxXMLDoc : public OxXMLNode {
@@ -36,8 +38,10 @@ class OxXMLDoc : public OxXMLNode {
   virtual Hux::SmartPtr<OxXMLElementNode> CreateElementNode(const OxXMLName& name);
   /// Its value is `value`, as OxXMLAttrNode::SetValue() takes it.
   Hux::SmartPtr<OxXMLAttrNode> CreateAttrNode(const OxXMLName& name, OxString value);
-  Hux::SmartPtr<OxXMLTextNode> CreateTextNode(OxString text);    ///< Any text, unescaped.
-  Hux::SmartPtr<OxXMLCDATANode> CreateCDATANode(OxString text);  ///< What stands between the delimiters.
+  Hux::SmartPtr<OxXMLTextNode> CreateTextNode(OxString text);  ///< Any text, unescaped.
+  /// What stands between the delimiters. Nothing checks the text of this and the next two: the closing
+  /// delimiter inside it is written as it is and ends the node when that is parsed.
+  Hux::SmartPtr<OxXMLCDATANode> CreateCDATANode(OxString text);
   Hux::SmartPtr<OxXMLCommentNode> CreateCommentNode(OxString text);                 ///< Likewise.
   Hux::SmartPtr<OxXMLPINode> CreatePINode(const OxXMLName& target, OxString data);  ///< Likewise.
   Hux::SmartPtr<OxXMLDocTypeNode> CreateDocTypeNode(const OxXMLName& name);  ///< Without declarations.
@@ -64,12 +68,18 @@ class OxXMLDoc : public OxXMLNode {
 
  protected:
   OxXMLDoc();
-  /// Makes a node that a subclass has created one of this document.
-  void Own(OxXMLNode& node);
+  /// Makes a new node one of this document; for subclasses that make nodes of their own classes.
+  template <typename Node>
+  Hux::SmartPtr<Node> Own(Hux::SmartPtr<Node> node) {
+    static_cast<OxXMLNode&>(*node).document_ = this;
+    return node;
+  }
 
  private:
+  friend class OxXMLAttrNode;
   friend class OxXMLNode;
   friend class OxXMLNamedNodeMap;
+  friend class XMLSharedBudget;
 
   ChildLinks* Children() override { return &children_; }
   const OxString& ValueText() const override { return value_.Get(); }
@@ -79,6 +89,7 @@ class OxXMLDoc : public OxXMLNode {
   Hux::SmartPtr<OxXMLNode> root_;
   Hux::SmartPtr<OxXMLDocTypeNode> docType_;
   XMLLazyText value_;
+  XMLExpansionBudget* sharedBudget_ = nullptr;  // Of the operation that is under way, if it has one.
   bool indexDirty_ = false;
   bool dying_ = false;
 };

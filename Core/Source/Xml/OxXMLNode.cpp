@@ -7,6 +7,7 @@
 #include "Xml/OxXMLNamedNodeMap.h"
 #include "Xml/OxXMLNodeList.h"
 #include "Xml/XMLNodePool.h"
+#include "Xml/XMLSharedBudget.h"
 #include "Xml/XMLTree.h"
 
 using NodePtr = Hux::SmartPtr<OxXMLNode>;
@@ -116,6 +117,12 @@ void OxXMLNode::Link(const NodePtr& child, OxXMLNode* before) {
   (before != nullptr ? before->previous_ : children.last) = child.get();
 }
 
+// Link() for a node that may have a parent, which is told.
+inline void OxXMLNode::Move(const NodePtr& child, OxXMLNode* before) {
+  if (child->parent_ != nullptr) child->parent_->RemoveChild(child);
+  Link(child, before);
+}
+
 // `child` is held by the caller.
 void OxXMLNode::Unlink(OxXMLNode& child) {
   ChildLinks& children = *Children();
@@ -157,8 +164,7 @@ std::int32_t OxXMLNode::CheckNewChild(const NodePtr& child) const {
 std::int32_t OxXMLNode::AppendChild(const NodePtr& child) {
   const std::int32_t result = CheckNewChild(child);
   if (result != kOxXMLSuccess) return result;
-  if (child->parent_ != nullptr) child->parent_->RemoveChild(child);
-  Link(child, nullptr);
+  Move(child, nullptr);
   ChildAdded(child);
   return kOxXMLSuccess;
 }
@@ -168,8 +174,7 @@ std::int32_t OxXMLNode::InsertChildBefore(const NodePtr& child, const NodePtr& r
   if (child == reference) return kOxXMLSuccess;
   const std::int32_t result = CheckNewChild(child);
   if (result != kOxXMLSuccess) return result;
-  if (child->parent_ != nullptr) child->parent_->RemoveChild(child);
-  Link(child, reference.get());
+  Move(child, reference.get());
   ChildAdded(child);
   return kOxXMLSuccess;
 }
@@ -179,8 +184,7 @@ std::int32_t OxXMLNode::ReplaceChild(const NodePtr& newChild, const NodePtr& old
   const std::int32_t result = CheckNewChild(newChild);
   if (result != kOxXMLSuccess) return result;
   if (!IsParentOf(oldChild.get())) return kOxXMLNotFound;
-  if (newChild->parent_ != nullptr) newChild->parent_->RemoveChild(newChild);
-  Link(newChild, oldChild.get());
+  Move(newChild, oldChild.get());
   RemoveChild(oldChild);
   ChildAdded(newChild);
   return kOxXMLSuccess;
@@ -292,6 +296,7 @@ void OxXMLNode::GetElementsByTagName(const OxString& name, OxXMLNodeList& list) 
 }
 
 NodePtr OxXMLNode::GetElementByID(const OxString& id) const {
+  const XMLSharedBudget budget(*this);
   const OxString kID("id");
   OxString value;
   auto* node = const_cast<OxXMLNode*>(this);

@@ -37,8 +37,8 @@ class OxXMLNode : public Hux::Retainable {
   };
 
   ~OxXMLNode() override;
-  static void* operator new(std::size_t size);
-  static void operator delete(void* memory, std::size_t size);
+  static void* operator new(std::size_t size);                  ///< From the pool of nodes.
+  static void operator delete(void* memory, std::size_t size);  ///< Back to it.
 
   virtual NodeType GetNodeType() const = 0;  ///< Never changes.
   /// The tag, the attribute's name, the target, the root element's name, or "#text" and the like.
@@ -57,8 +57,10 @@ class OxXMLNode : public Hux::Retainable {
   virtual std::int32_t AppendChild(const Hux::SmartPtr<OxXMLNode>& child);
   /// Whether both nodes belong to the same document, or both to none.
   virtual bool IsDocumentCorrect(const Hux::SmartPtr<OxXMLNode>& node) const;
-  /// The node as XML text. `indent` is the nesting depth, two spaces each, or -1 for none at all depths.
-  /// Throws std::bad_alloc for a text of 4 GiB or more.
+  /// The node as XML text. `indent` is the nesting depth, two spaces each, or negative for none at all
+  /// depths. Throws std::bad_alloc for a text of 4 GiB or more. Deliberate: a tree is written by one loop,
+  /// which asks elements and documents inside it for no text of their own, so that their overrides count
+  /// only at the top; other nodes and attributes are asked.
   virtual OxString GetAsString(int indent) const;
   /// Whether this kind of node takes that kind of child, there and now.
   virtual bool AllowChild(const Hux::SmartPtr<OxXMLNode>& node) const;
@@ -69,13 +71,14 @@ class OxXMLNode : public Hux::Retainable {
   virtual void AttributeChanged(const OxString& name, const OxString& value);
   virtual void AttributeRemoved(const OxString& name);  ///< Likewise.
   /// A copy with value and clones of the attributes, of the same document, without parent, line and
-  /// children (an attribute's text counts as its value).
+  /// children (an attribute's text counts as its value). A document's copy is a document of its own.
   virtual Hux::SmartPtr<OxXMLNode> CloneSelf() const = 0;
 
-  /// Puts `child` before `reference`: 8, 4, 3 or 0. Nothing moves when both are the same child.
+  /// Puts `child` before `reference`: 8, 4, 3 or 0, checked in this order. Nothing moves when both are the same child.
   std::int32_t InsertChildBefore(const Hux::SmartPtr<OxXMLNode>& child,
                                  const Hux::SmartPtr<OxXMLNode>& reference);
-  /// Puts `newChild` in the place of `oldChild`: 4, 3, 8 or 0. Nothing moves when both are the same.
+  /// Puts `newChild` in the place of `oldChild`: 4, 3, 8 or 0, in this order. Nothing moves when both are
+  /// the same. Deliberate: so 3 for an element in the place of a document's root.
   std::int32_t ReplaceChild(const Hux::SmartPtr<OxXMLNode>& newChild,
                             const Hux::SmartPtr<OxXMLNode>& oldChild);
   /// Whether `child` was a child of this node; it has no parent and no siblings afterwards.
@@ -98,7 +101,7 @@ class OxXMLNode : public Hux::Retainable {
 
   /// As SetAttribute(), but no hook is called.
   void SetAttributeQuiet(const OxString& name, const OxString& value);
-  /// Removes the attribute, if there is one, and then calls AttributeRemoved().
+  /// Removes the attribute and then calls AttributeRemoved(). Nothing, no call either, when there is none.
   void RemoveAttribute(const OxString& name);
   void RemoveAttributeQuiet(const OxString& name);  ///< Without the hook.
   /// Whether there is such an attribute; `out` is its value, or empty.
@@ -108,14 +111,16 @@ class OxXMLNode : public Hux::Retainable {
   Hux::SmartPtr<OxXMLAttrNode> GetAttributeNode(const OxString& name) const;
   /// Whether it was this node's; it has no owner afterwards. No hook is called.
   bool RemoveAttributeNode(const Hux::SmartPtr<OxXMLAttrNode>& attribute);
-  /// Live: what is set there is set here. The const one is an empty map where there are no attributes.
+  /// Live: what is set there is set here. The const one gives, where there never was an attribute, an empty
+  /// map that stays empty when one is set later.
   const OxXMLNamedNodeMap& GetAttributes() const;
   OxXMLNamedNodeMap& GetAttributes();
 
   /// Appends the elements below this node in document order whose name equals `name` exactly; "*" stands
   /// for every name.
   void GetElementsByTagName(const OxString& name, OxXMLNodeList& list) const;
-  /// The first element, this node included, whose attribute "id" equals `id`, or null.
+  /// The first element, this node included, whose attribute "id" equals `id`, or null. Entities in the
+  /// values have one XMLExpansionBudget for the whole search.
   Hux::SmartPtr<OxXMLNode> GetElementByID(const OxString& id) const;
   /// CloneSelf(), with clones of everything below this node when `deep`.
   Hux::SmartPtr<OxXMLNode> Clone(bool deep) const;
@@ -165,6 +170,7 @@ class OxXMLNode : public Hux::Retainable {
   std::int32_t CheckNewChild(const Hux::SmartPtr<OxXMLNode>& child) const;
   bool IsParentOf(const OxXMLNode* node) const;
   void Link(const Hux::SmartPtr<OxXMLNode>& child, OxXMLNode* before);
+  void Move(const Hux::SmartPtr<OxXMLNode>& child, OxXMLNode* before);
   void Unlink(OxXMLNode& child);
   void ChangeAttribute(const OxString& name, const OxString& value, bool quiet);
   void MoveTo(OxXMLDoc* document);

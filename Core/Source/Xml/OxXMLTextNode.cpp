@@ -23,9 +23,9 @@ OxString OxXMLTextNode::GetAsString(int) const {
 
 Hux::SmartPtr<OxXMLTextNode> OxXMLTextNode::SplitText(OxString::Index offset) {
   if (offset < 0 || offset > GetLength()) throw OxXMLDOMException(kOxXMLIndexSize);
-  Hux::SmartPtr<OxXMLTextNode> tail = Make(data().substr(offset, -1));
+  Hux::SmartPtr<OxXMLTextNode> tail = Make(Part(offset, GetLength() - offset));
   tail->JoinDocumentOf(*this);
-  SetValue(data().substr(0, offset));
+  SetValue(Part(0, offset));
   const Hux::SmartPtr<OxXMLNode> parent = GetParent();
   const Hux::SmartPtr<OxXMLNode> next = GetNextSibling();
   if (parent && next) parent->InsertChildBefore(tail, next);

@@ -8,16 +8,19 @@
 #include "Xml/OxScanner.h"
 
 /// How much text the entities of one text may grow into. A ratio above a threshold: honest documents stay
-/// far below both, and what an attack gets is linear in what it sends.
+/// far below both, and what an attack gets is linear in what it sends. Text alone counts, not what a parser
+/// makes of it: expanded markup costs as much as the same markup written out.
 class XMLExpansionBudget {
  public:
-  /// Expansion up to here is allowed whatever the size of the text: it costs milliseconds.
+  /// Expansion up to here is allowed whatever the size of the text.
   static constexpr std::uint64_t kThreshold = std::uint64_t{16} << 20;
   /// Above the threshold, the replacement text may be so many times the text that asked for it.
   static constexpr std::uint64_t kRatio = 8;
 
   /// For a text of so many bytes.
   explicit XMLExpansionBudget(std::uint64_t textBytes) : textBytes_(textBytes) {}
+  /// The text is so much longer.
+  void AddText(std::uint64_t bytes) { textBytes_ += bytes; }
   /// Whether `bytes` more are allowed; they count as used then.
   bool Take(std::uint64_t bytes);
 

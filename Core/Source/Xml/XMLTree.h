@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Xml/OxXMLCharDataNode.h"
 #include "Xml/OxXMLNode.h"
 
 /// Plain links of a tree for the loops that walk it: no references are counted, and a pointer is good as
@@ -19,7 +18,6 @@ struct XMLTree {
   static void SetIndex(OxXMLNode& node, std::uint32_t index) { node.index_ = index; }
   /// What SetValue() set, unresolved.
   static const OxString& Value(const OxXMLNode& node) { return node.ValueText(); }
-  static OxString& EditData(OxXMLCharDataNode& node) { return node.data_; }  ///< The text itself.
 
   /// The node that follows `node` in document order within the tree below `top`, or null.
   static OxXMLNode* NextBelow(const OxXMLNode& node, const OxXMLNode& top);

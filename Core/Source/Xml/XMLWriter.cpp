@@ -5,6 +5,7 @@
 #include <new>
 
 #include "Xml/OxXMLNamedNodeMap.h"
+#include "Xml/XMLSharedBudget.h"
 #include "Xml/XMLTree.h"
 
 namespace {
@@ -50,14 +51,29 @@ void Walk(const OxXMLNode& top, int indent, Enter enter, Leave leave) {
   }
 }
 
+// How often the depth of a node is indented, but for its end tag.
+std::uint64_t IndentsInFront(const OxXMLNode& node) {
+  switch (node.GetNodeType()) {
+    case OxXMLNode::kTextNode:
+      return 0;
+    case OxXMLNode::kCDATANode:
+      return 2;
+    default:
+      return 1;
+  }
+}
+
 // Nested deep enough, a small tree has far more indentation than anything can hold.
 std::uint64_t IndentBytes(const OxXMLNode& top, int indent) {
   if (indent < 0) return 0;
   std::uint64_t units = 0;
-  const auto count = [&units](const OxXMLNode& node, int depth) {
-    if (node.GetNodeType() == OxXMLNode::kElementNode) units += static_cast<unsigned>(depth);
+  const auto enter = [&units](const OxXMLNode& node, int depth) {
+    units += IndentsInFront(node) * static_cast<unsigned>(depth);
   };
-  Walk(top, indent, count, [](const OxXMLNode&, int) {});
+  const auto leave = [&units](const OxXMLNode& node, int depth) {
+    if (!IsDocument(node) && HoldsMoreThanText(node)) units += static_cast<unsigned>(depth);
+  };
+  Walk(top, indent, enter, leave);
   return units * kIndentUnit.size();
 }
 
@@ -110,6 +126,7 @@ std::string_view EscapeOf(char byte) {
 
 OxString XMLWriter::Write(const OxXMLNode& top, int indent) {
   if (IndentBytes(top, indent) > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+  const XMLSharedBudget budget(top);
   OxString out;
   const auto enter = [&out](const OxXMLNode& node, int depth) {
     if (IsDocument(node)) {

@@ -8,7 +8,8 @@
 namespace XMLWriter {
 
 /// An element or a document with everything below it. Throws std::bad_alloc for a text of 4 GiB or more,
-/// and before making any when the indentation alone is that long.
+/// and before making any when the indentation alone is that long. Entities in attributes have one
+/// XMLExpansionBudget for the whole text.
 OxString Write(const OxXMLNode& top, int indent);
 
 /// OxXMLNode::Escape() onto `out`; `text` came out of an OxString.
