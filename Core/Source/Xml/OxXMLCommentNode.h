@@ -2,7 +2,8 @@
 
 #include "Xml/OxXMLCharDataNode.h"
 
-/// A comment; the value is what stands between the delimiters.
+/// A comment; the value is what stands between the delimiters. Deliberate: its text is written unescaped, and
+/// it goes on in the current line, so that its indentation becomes text when it is parsed again behind text.
 class OxXMLCommentNode : public OxXMLCharDataNode {
  public:
   /// A node without a document.

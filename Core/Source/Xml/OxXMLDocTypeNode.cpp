@@ -28,10 +28,10 @@ OxString OxXMLDocTypeNode::GetAsString(int indent) const {
   XMLWriter::AppendIndent(text, indent);
   text.append_valid("<!DOCTYPE ");
   text += GetName();
-  if (!localPath_.empty()) {
+  if (identifier_ == kSystem) {
     text.append_valid(" SYSTEM");
     AppendLiteral(text, localPath_);
-  } else if (!publicID_.empty() || !publicPath_.empty()) {
+  } else if (identifier_ == kPublic) {
     text.append_valid(" PUBLIC");
     AppendLiteral(text, publicID_);
     AppendLiteral(text, publicPath_);
@@ -47,6 +47,7 @@ OxString OxXMLDocTypeNode::GetAsString(int indent) const {
 
 Hux::SmartPtr<OxXMLNode> OxXMLDocTypeNode::CloneSelf() const {
   const Hux::SmartPtr<OxXMLDocTypeNode> copy = Make(name_);
+  copy->identifier_ = identifier_;
   copy->localPath_ = localPath_;
   copy->publicID_ = publicID_;
   copy->publicPath_ = publicPath_;
@@ -61,12 +62,14 @@ Hux::SmartPtr<OxXMLNode> OxXMLDocTypeNode::CloneSelf() const {
 // ---- External identifier
 
 void OxXMLDocTypeNode::SetLocalPath(const OxString& path) {
+  identifier_ = kSystem;
   localPath_ = path;
   publicID_.clear();
   publicPath_.clear();
 }
 
 void OxXMLDocTypeNode::SetPublicPath(const OxString& publicID, const OxString& path) {
+  identifier_ = kPublic;
   localPath_.clear();
   publicID_ = publicID;
   publicPath_ = path;

@@ -9,7 +9,8 @@
 #include "Xml/XMLLazyText.h"
 
 /// A document type declaration: its name is the root element's, and its entities are those that the
-/// internal subset declares. It carries a SYSTEM or a PUBLIC identifier or none, never both.
+/// internal subset declares. It carries a SYSTEM or a PUBLIC identifier or none, never both; none until one is
+/// set. A literal may be empty, so only GetAsString() tells an empty identifier from none.
 class OxXMLDocTypeNode : public OxXMLNode {
  public:
   /// A declaration without a document.
@@ -17,7 +18,8 @@ class OxXMLDocTypeNode : public OxXMLNode {
 
   NodeType GetNodeType() const override { return kDocTypeNode; }
   const OxString& GetName() const override { return name_.text(); }
-  /// A literal is written in quotes, or in apostrophes when it holds a quote.
+  /// A literal is written in quotes, or in apostrophes when it holds a quote. Nothing is escaped: what no
+  /// parser makes, a literal with both or a subset with a "]", does not survive parsing.
   OxString GetAsString(int indent) const override;
   Hux::SmartPtr<OxXMLNode> CloneSelf() const override;
 
@@ -68,6 +70,7 @@ class OxXMLDocTypeNode : public OxXMLNode {
   OxString& EditValueText() override { return value_.Edit(); }
 
   OxXMLName name_;
+  enum { kNone, kSystem, kPublic } identifier_ = kNone;
   OxString localPath_;
   OxString publicID_;
   OxString publicPath_;

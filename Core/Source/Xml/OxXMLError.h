@@ -39,8 +39,8 @@ class OxXMLError {
   const OxString& GetText() const { return text_; }  ///< The detail, often empty.
   std::uint32_t GetLine() const { return line_; }    ///< From 1; 0 when there was no error.
 
-  /// The message for the user, without a line end. Deliberate: the format of kDOMException, "(%)", is
-  /// shown as it stands.
+  /// The message for the user, without a line end; empty for a kind that is none. Deliberate: the format
+  /// of kDOMException, "(%)", is shown as it stands, without the code and the line.
   OxString GetDescription() const;
 
  private:

@@ -7,8 +7,9 @@
 /// string serves where one is wanted.
 class OxXMLName {
  public:
-  /// Any text; nothing checks that XML allows it.
+  /// Any text, an empty one too; nothing checks that XML allows it.
   OxXMLName(const OxString& text);
+  /// The same; throws OxString::InvalidEncoding for what is no UTF-8.
   OxXMLName(const char* utf8) : OxXMLName(OxString(utf8)) {}
 
   const OxString& text() const { return shared_->text; }  ///< Lives as long as a name with this text.

@@ -15,17 +15,17 @@
 /// never in that of the source.
 ///   Owns:  a reference to each attribute. Attributes of a node's own map know that node; an attribute
 ///          belongs to one node at a time and leaves another when it is set here.
-///   Copy:  a copy belongs to no node and shares the attributes. Assigning to a node's own map replaces
-///          its content by clones.
+///   Copy:  a copy, like a map made by itself, belongs to no node and shares the attributes. Assigning to a
+///          node's own map replaces its content by clones.
 ///   Cost:  logarithmic in the number of attributes; going through Item() in order is linear.
 class OxXMLNamedNodeMap {
  public:
-  OxXMLNamedNodeMap() = default;
+  OxXMLNamedNodeMap() = default;  ///< Empty, of no node.
   OxXMLNamedNodeMap(const OxXMLNamedNodeMap& other);
   OxXMLNamedNodeMap& operator=(const OxXMLNamedNodeMap& other);
-  ~OxXMLNamedNodeMap();
-  static void* operator new(std::size_t size);
-  static void operator delete(void* memory, std::size_t size);
+  ~OxXMLNamedNodeMap();                         ///< Attributes that live on have no owner.
+  static void* operator new(std::size_t size);  ///< From the pool of nodes.
+  static void operator delete(void* memory, std::size_t size);  ///< Back to it.
 
   /// How many attributes.
   std::size_t Length() const { return large_ ? large_->tree.size() : small_.size(); }
@@ -33,12 +33,12 @@ class OxXMLNamedNodeMap {
   Hux::SmartPtr<OxXMLNode> Item(std::size_t index) const;
   /// Null when there is none.
   Hux::SmartPtr<OxXMLNode> GetNamedItem(const OxString& name) const;
-  /// Inserts an attribute or replaces the one of the same name. False, and nothing changed, for null and
-  /// for a node that is no attribute.
+  /// Inserts an attribute or replaces the one of the same name, which has no owner then. No hook is called.
+  /// Deliberate: false, and nothing changed, for null and for a node that is no attribute.
   bool SetNamedItem(const Hux::SmartPtr<OxXMLNode>& node);
-  /// The attribute that was removed, or null.
+  /// The attribute that was removed, or null. No hook is called.
   Hux::SmartPtr<OxXMLNode> RemoveNamedItem(const OxString& name);
-  /// Whether `node` itself was here and was removed.
+  /// Whether `node` itself, not another of its name, was here and was removed.
   bool RemoveItem(const Hux::SmartPtr<OxXMLNode>& node);
   /// A map that belongs to no node and holds clones.
   OxXMLNamedNodeMap Clone() const;
