@@ -27,7 +27,8 @@ std::string_view FirstKey(std::string_view pem) {
   constexpr std::string_view kBegin = "-----BEGIN ";
   constexpr std::string_view kKey = "PRIVATE KEY-----";
   constexpr std::string_view kEnd = "-----END ";
-  for (std::size_t at = pem.find(kBegin); at != pem.npos; at = pem.find(kBegin, at + kBegin.size())) {
+  for (std::size_t at = pem.find(kBegin); at != std::string_view::npos;
+       at = pem.find(kBegin, at + kBegin.size())) {
     const std::string_view label = pem.substr(at, pem.find_first_of("\r\n", at) - at);
     if (!label.ends_with(kKey)) continue;
     const std::size_t end = pem.find(kEnd, at);
