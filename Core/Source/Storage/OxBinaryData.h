@@ -46,9 +46,9 @@ class OxBinaryData : private OxBuffer {
   void Append(const OxBinaryData& other);
   void Append(const OxBuffer& bytes);
 
-  void AddUInt8(unsigned char value);
-  void AddChar(char value) { AddUInt8(static_cast<unsigned char>(value)); }
-  void AddUInt16(unsigned short value, WhichEnd end);
+  void AddUInt8(unsigned char value);                                        ///< One byte.
+  void AddChar(char value) { AddUInt8(static_cast<unsigned char>(value)); }  ///< One byte.
+  void AddUInt16(unsigned short value, WhichEnd end);                        ///< Two bytes.
   /// Deliberate: the low 32 bits, whatever the value.
   void AddUInt32(unsigned long value, WhichEnd end);
   /// Deliberate: with kBigEndian the high 32 bits, most significant byte first, and then four zero
@@ -63,10 +63,10 @@ class OxBinaryData : private OxBuffer {
   /// Not checked: past the end, every later read throws OutOfData.
   void Skip(unsigned long count) const;
 
-  unsigned char GetUInt8() const;
-  signed char GetChar() const { return static_cast<signed char>(GetUInt8()); }
-  unsigned short GetUInt16(WhichEnd end) const;
-  std::uint32_t GetUInt32(WhichEnd end) const;
+  unsigned char GetUInt8() const;                                               ///< One byte.
+  signed char GetChar() const { return static_cast<signed char>(GetUInt8()); }  ///< One byte, signed.
+  unsigned short GetUInt16(WhichEnd end) const;                                 ///< Two bytes.
+  std::uint32_t GetUInt32(WhichEnd end) const;                                  ///< Four bytes.
   /// Deliberate: with kBigEndian only the last four of the eight bytes count, so the result is the
   /// value modulo 2^32.
   unsigned long long GetUInt64(WhichEnd end) const;
