@@ -28,7 +28,7 @@ FileKind KindBehind(const OxString& link) {
 
 // A name that a path would change is none that it can hold.
 bool IsUsable(const OxFolderEntry& entry) {
-  return entry.isNamed && entry.name.view().find('\\') == std::string_view::npos;
+  return entry.isExact && entry.name.view().find('\\') == std::string_view::npos;
 }
 
 bool List(const OxPath& folder, std::vector<OxFolderEntry>& entries) {

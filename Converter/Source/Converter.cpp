@@ -16,6 +16,7 @@
 #include "Signing/OxFileSigner.h"
 #include "Storage/OxFileUtils.h"
 #include "Unflattening.h"
+#include "Utilities/TextDecoding.h"
 
 namespace {
 
@@ -23,7 +24,6 @@ enum ExitStatus { kExitSuccess = 0, kExitFailure = 1 };
 
 constexpr const char* sConverterVersion = "1.1";
 constexpr int kBuildNumber = 12;
-constexpr unsigned int kDetectEncoding = 0xFFFFFFFF;
 
 constexpr const char* kUsage =
     "Usage: Converter [-v] [-list] [-flat | -unflat] [-sign -key host.key -cert certfile "
@@ -35,7 +35,7 @@ void PrintBanner() {
 }
 
 bool ReadPassPhraseFile(RunOptions& options) {
-  unsigned int encoding = kDetectEncoding;
+  unsigned int encoding = kWobEncodingUnknown;
   if (!WobReadTextFile(options.passPhraseFile, encoding, options.passPhrase)) {
     Console::Error("Error: Unable to read password from '%s'\n", options.passPhraseFile.c_str());
     return false;

@@ -10,12 +10,11 @@
 #include "Storage/OxBinaryData.h"
 #include "Storage/OxFile.h"
 #include "Storage/OxFileUtils.h"
+#include "Utilities/TextDecoding.h"
 #include "WidgetArchive.h"
 #include "Xml/OxXMLParser.h"
 
 namespace {
-
-constexpr unsigned int kDetectEncoding = 0xFFFFFFFF;
 
 // The archive while it is being written: unless it is finished nothing of it stays, whether the run
 // fails, throws or is interrupted. An archive that could not be opened is not touched.
@@ -173,7 +172,7 @@ bool LocateWobFileInBundle(const OxPath& bundle, OxPath& descriptionFile) {
 }
 
 Hux::SmartPtr<OxXMLDoc> ReadWobFile(const OxString& path, OxString& text) {
-  unsigned int encoding = kDetectEncoding;
+  unsigned int encoding = kWobEncodingUnknown;
   if (!WobReadTextFile(path, encoding, text)) return nullptr;
   Hux::SmartPtr<OxXMLDoc> document = OxXMLDoc::Make();
   OxXMLParser parser;

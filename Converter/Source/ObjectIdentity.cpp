@@ -14,16 +14,16 @@ namespace {
 
 using Query = int (Posix::FileOps::*)(const char*, Posix::FileInfo&);
 
-bool LeadsNowhere(int result) {
-  constexpr std::array kNowhere = {-ENOENT, -ENOTDIR, -EACCES, -ELOOP, -ENAMETOOLONG};
-  return std::ranges::find(kNowhere, result) != kNowhere.end();
+bool IsAbsentOrBarred(int result) {
+  constexpr std::array kAbsentOrBarred = {-ENOENT, -ENOTDIR, -EACCES, -ELOOP, -ENAMETOOLONG};
+  return std::ranges::find(kAbsentOrBarred, result) != kAbsentOrBarred.end();
 }
 
 std::optional<Posix::FileInfo> Ask(Query query, const OxPath& path) {
   const char* const text = path.native_string().c_str();
   Posix::FileInfo info;
   const int result = RepeatInterrupted([&] { return (Posix::Files().*query)(text, info); });
-  if (LeadsNowhere(result)) return std::nullopt;
+  if (IsAbsentOrBarred(result)) return std::nullopt;
   if (result < 0) throw std::system_error(-result, std::generic_category(), text);
   return info;
 }
@@ -48,7 +48,7 @@ std::optional<Posix::FileInfo> IdentifyLink(const OxPath& path) {
 bool IsThere(const OxPath& path) {
   const char* const text = path.native_string().c_str();
   Posix::FileInfo info;
-  return !LeadsNowhere(RepeatInterrupted([&] { return Posix::Files().LinkStatus(text, info); }));
+  return !IsAbsentOrBarred(RepeatInterrupted([&] { return Posix::Files().LinkStatus(text, info); }));
 }
 
 bool IsSameObject(const OxPath& a, const OxPath& b) {

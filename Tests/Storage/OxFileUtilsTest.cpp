@@ -88,7 +88,7 @@ TEST_F(OxFileUtilsTest, ListingsMatchTheWholeNameAndTellEveryEntry) {
   std::ranges::sort(entries, {}, [](const OxFolderEntry& entry) { return entry.name.view(); });
   for (const OxFolderEntry& entry : entries) {
     const char kind = "-dl?"[static_cast<int>(entry.kind)];
-    told += kind + std::string(entry.name.view()) + (entry.isNamed ? " " : "! ");
+    told += kind + std::string(entry.name.view()) + (entry.isExact ? " " : "! ");
   }
   EXPECT_EQ(told, "-.h.wob -B.wob -a.wob -bad?.wob! dd.wob le.wob ");
 

@@ -16,7 +16,7 @@ std::size_t CountUtf16Units(std::string_view utf8) {
   return units;
 }
 
-void Adopt(std::string_view text, std::string& storage) {
+void CopyInto(std::string_view text, std::string& storage) {
   if (text.data() != storage.data()) storage.assign(text);
 }
 
@@ -25,7 +25,7 @@ void Adopt(std::string_view text, std::string& storage) {
 std::string_view WithoutYenSigns(std::string_view text, std::string& storage) {
   constexpr std::string_view kYenSign = "\xC2\xA5";
   if (text.find(kYenSign) == std::string_view::npos) return text;
-  Adopt(text, storage);
+  CopyInto(text, storage);
   std::size_t out = 0;
   for (std::size_t i = 0; i < storage.size(); ++i) {
     const bool yen = storage.compare(i, kYenSign.size(), kYenSign) == 0;
@@ -42,7 +42,7 @@ std::string_view WithoutZeros(std::string_view text, std::string& storage) {
   const std::size_t units = CountUtf16Units(text);
   if (units <= beforeZero) return text;
   std::printf("Encoded string needs fixing (length %zu, strlen %zu)", units, beforeZero);
-  Adopt(text, storage);
+  CopyInto(text, storage);
   std::replace(storage.begin(), storage.end(), '\0', ' ');
   return storage;
 }

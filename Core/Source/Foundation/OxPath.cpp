@@ -1,8 +1,8 @@
 #include "Foundation/OxPath.h"
 
-#include "Posix/FileOps.h"
+#include <algorithm>
+
 #include "Posix/Paths.h"
-#include "Posix/RepeatInterrupted.h"
 #include "Posix/Users.h"
 
 namespace {
@@ -20,13 +20,6 @@ std::string ExpandHome(const std::string& text) {
   const std::string name = text.substr(1, nameEnd - 1);
   const auto home = name.empty() ? Posix::HomeOfEffectiveUser() : Posix::HomeOfUser(name);
   return home ? *home + text.substr(nameEnd) : text;
-}
-
-std::string BelowCurrentFolder(const std::string& text) {
-  std::string folder;
-  if (RepeatInterrupted([&] { return Posix::Files().CurrentFolder(folder); }) < 0) return text;
-  if (text.empty()) return folder;
-  return folder.ends_with(kSeparator) ? folder + text : folder + kSeparator + text;
 }
 
 }  // namespace
@@ -143,8 +136,7 @@ OxPath& OxPath::normalize() {
 OxPath& OxPath::make_absolute() {
   if (has_root_directory()) return normalize();
   const std::string text(text_.view());
-  const std::string absolute = text.starts_with('~') ? ExpandHome(text) : BelowCurrentFolder(text);
-  return *this = OxString(Posix::ResolvePath(absolute));
+  return *this = OxString(Posix::ResolvePath(text.starts_with('~') ? ExpandHome(text) : text));
 }
 
 OxString WobGetPathParent(const OxString& path) {

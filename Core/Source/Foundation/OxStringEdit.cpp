@@ -78,11 +78,9 @@ OxString OxString::Substring(Index position, Index count) const {
   if (position == 0 && count == length_) return *this;
   const Index available = Index{length_} - position;
   if (count == -1 || count > available) count = available;
-  OxString result;
   const char* from = FindCharPos(position);
-  if (from == nullptr) return result;
-  result.append_valid({from, BytesInRange(from, static_cast<std::uint64_t>(count))});
-  return result;
+  if (from == nullptr) return {};
+  return from_valid({from, BytesInRange(from, static_cast<std::uint64_t>(count))});
 }
 
 void OxString::RemoveBytes(std::size_t start, std::size_t count) {

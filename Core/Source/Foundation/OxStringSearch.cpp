@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "Foundation/OxString.h"
 #include "Foundation/StringWalk.h"
@@ -98,9 +99,7 @@ std::vector<OxString> OxString::Explode(unsigned long delimiter) const {
   const char* p = Data();
   const char* end = TextEnd();
   const auto push = [&](const char* pieceEnd) {
-    OxString piece;
-    piece.append_valid({pieceStart, static_cast<std::size_t>(pieceEnd - pieceStart)});
-    pieces.push_back(std::move(piece));
+    pieces.push_back(from_valid({pieceStart, static_cast<std::size_t>(pieceEnd - pieceStart)}));
   };
   while (p < end) {
     const char* next = p + StringWalk::SequenceLength(p);

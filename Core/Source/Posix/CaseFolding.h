@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string_view>
-
 namespace Posix {
 
 /// The simple case folding of one code point (Unicode's default, no locale): 'A' gives 'a', U+212A

@@ -1,7 +1,5 @@
 #include "Posix/Encodings.h"
 
-#include <algorithm>
-
 #include "Posix/CodeTable.h"
 #include "Posix/IcuConverter.h"
 #include "Posix/LegacyEncodings.h"

@@ -32,32 +32,32 @@ std::size_t AsciiLength(std::string_view bytes) {
   return length;
 }
 
-constexpr bool Lies(unsigned char byte, unsigned char lowest, unsigned char highest) {
+constexpr bool IsBetween(unsigned char byte, unsigned char lowest, unsigned char highest) {
   return byte >= lowest && byte <= highest;
 }
 
 bool IsContinuation(unsigned char byte) {
-  return Lies(byte, 0x80, 0xBF);
+  return IsBetween(byte, 0x80, 0xBF);
 }
 
 // The second byte of three: E0 must not begin an overlong form, nor ED a surrogate.
 bool IsSecondOfThree(unsigned char lead, unsigned char byte) {
-  return Lies(byte, lead == 0xE0 ? 0xA0 : 0x80, lead == 0xED ? 0x9F : 0xBF);
+  return IsBetween(byte, lead == 0xE0 ? 0xA0 : 0x80, lead == 0xED ? 0x9F : 0xBF);
 }
 
 // The second byte of four: F0 must not begin an overlong form, nor F4 a number above U+10FFFF.
 bool IsSecondOfFour(unsigned char lead, unsigned char byte) {
-  return Lies(byte, lead == 0xF0 ? 0x90 : 0x80, lead == 0xF4 ? 0x8F : 0xBF);
+  return IsBetween(byte, lead == 0xF0 ? 0x90 : 0x80, lead == 0xF4 ? 0x8F : 0xBF);
 }
 
 // The length of the character beyond ASCII in front of `size` bytes, or 0 when there is none.
 std::size_t CharacterLength(const unsigned char* p, std::size_t size) {
   const unsigned char lead = p[0];
-  if (Lies(lead, 0xE0, 0xEF)) {
+  if (IsBetween(lead, 0xE0, 0xEF)) {
     return size >= 3 && IsSecondOfThree(lead, p[1]) && IsContinuation(p[2]) ? 3 : 0;
   }
-  if (Lies(lead, 0xC2, 0xDF)) return size >= 2 && IsContinuation(p[1]) ? 2 : 0;
-  if (Lies(lead, 0xF0, 0xF4)) {
+  if (IsBetween(lead, 0xC2, 0xDF)) return size >= 2 && IsContinuation(p[1]) ? 2 : 0;
+  if (IsBetween(lead, 0xF0, 0xF4)) {
     const bool whole = size >= 4 && IsSecondOfFour(lead, p[1]);
     return whole && IsContinuation(p[2]) && IsContinuation(p[3]) ? 4 : 0;
   }

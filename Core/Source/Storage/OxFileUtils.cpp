@@ -188,7 +188,7 @@ long OxFileUtils::GetFolderContents(const OxPath& folder, const OxString& patter
     const long listed = ListFolder(folder, pattern, entries);
     if (listed < 0) return IsDirectory(folder) ? -1 : 0;
     for (const OxFolderEntry& entry : entries) {
-      if (entry.isNamed) out.push_back(folder / OxPath(entry.name));
+      if (entry.isExact) out.push_back(folder / OxPath(entry.name));
     }
     return std::ssize(out);
   });
@@ -201,7 +201,7 @@ bool OxFileUtils::LocateFirstFileMatching(const OxPath& folder, const OxString& 
     const OxString* first = nullptr;
     for (const OxFolderEntry& entry : entries) {
       const OxString& name = entry.name;
-      if (!entry.isNamed || name.view().starts_with('.')) continue;
+      if (!entry.isExact || name.view().starts_with('.')) continue;
       if (first == nullptr || name.compare(*first, OxString::kCaseInsensitive) < 0) first = &name;
     }
     if (first != nullptr) out = folder / OxPath(*first);

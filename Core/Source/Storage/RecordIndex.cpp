@@ -14,7 +14,7 @@ using FlatFile::kIndexEntrySize;
 namespace {
 
 // Whether the name lies beyond the table or is not ended by a zero byte in it.
-bool IsOpenName(std::uint32_t offset, std::string_view names) {
+bool IsUnterminated(std::uint32_t offset, std::string_view names) {
   if (offset >= FlatFile::kNameTableName) return false;
   const auto name = NameAt(names, offset);
   return !name || offset + name->size() >= names.size();
@@ -64,7 +64,7 @@ void RecordIndex::Clear() {
 }
 
 std::optional<RecordIndex::Found> RecordIndex::Find(std::string_view name, std::string_view names) {
-  if (!table_ || (someNameIsOpen_ && names.size() != tableMadeFor_)) MakeTable(names);
+  if (!table_ || (someNameIsUnterminated_ && names.size() != tableMadeFor_)) MakeTable(names);
   if (table_->IsCrowded()) return FindLiterally(name, names);
   std::optional<Found> found;
   bool several = false;
@@ -147,7 +147,7 @@ void RecordIndex::CloseVacantSlots() {
 
 void RecordIndex::MakeTable(std::string_view names) {
   table_.emplace(entries_.size());
-  someNameIsOpen_ = false;
+  someNameIsUnterminated_ = false;
   tableMadeFor_ = names.size();
   for (std::size_t slot = 0; slot < entries_.size() && !table_->IsCrowded(); ++slot) {
     if (!vacant_[slot]) AddToTable(slot, names);
@@ -156,7 +156,7 @@ void RecordIndex::MakeTable(std::string_view names) {
 
 void RecordIndex::AddToTable(std::size_t slot, std::string_view names) {
   if (table_->IsCrowded()) return;
-  if (IsOpenName(entries_[slot].nameOffset, names)) someNameIsOpen_ = true;
+  if (IsUnterminated(entries_[slot].nameOffset, names)) someNameIsUnterminated_ = true;
   const auto name = MatchableName(entries_[slot].nameOffset, names);
   if (name) table_->Add(HashNoCase(*name), NarrowLength(slot));
 }

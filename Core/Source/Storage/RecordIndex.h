@@ -60,7 +60,7 @@ class RecordIndex {
   std::size_t vacantCount_ = 0;
   // In a damaged archive an entry's name may lie beyond the name table or run to its very end. Names that
   // are added then change it.
-  bool someNameIsOpen_ = false;
+  bool someNameIsUnterminated_ = false;
   std::size_t tableMadeFor_ = 0;    // Bytes of the name table then.
   std::optional<SlotTable> table_;  // By the hashes of the names; nothing while it is not needed.
 };
