@@ -60,7 +60,7 @@ void OxString::AssignValid(const char* bytes, std::size_t count, std::uint32_t c
     length_ = 0;
     Grow(count);
   }
-  std::memcpy(Data(), bytes, count);
+  if (count > 0) std::memcpy(Data(), bytes, count);
   SetSize(static_cast<std::uint32_t>(count));
   length_ = codePoints;
 }
