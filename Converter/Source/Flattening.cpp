@@ -70,12 +70,13 @@ bool WriteArchive(const OxPath& description, const OxString& text, const OxStrin
 }
 
 // Where the bytes of an archive at `archive` go. A link stays, and what it leads to is the archive. A file
-// that has other names, one of which may lie in the bundle, is given up and not written over.
+// that has other names, one of which may lie in the bundle, loses this name and is not written over.
 OxString PrepareTarget(const OxPath& archive) {
   const auto info = IdentifyLink(archive);
   if (!info) return archive.native_string();
   if (info->kind == Posix::FileKind::kLink) return WobResolvePath(archive.native_string());
-  if (info->kind == Posix::FileKind::kRegular && info->links > 1) OxFileUtils::DeleteFile(archive);
+  const bool isShared = info->kind == Posix::FileKind::kRegular && info->links > 1;
+  if (isShared && !OxFileUtils::DeleteFile(archive)) throw OxDataFile::AccessDenied();
   return archive.native_string();
 }
 

@@ -19,7 +19,8 @@ bool FlattenBundle(const OxPath& bundle, const OxPath& archive, bool protect, bo
 /// its content under those. With `verbose` the description is named on standard output.
 /// False, and nothing half-made stays, when a file directly in "Contents" cannot be read or any other
 /// breaks off, when the archive cannot be written or the run is interrupted. What stood at `archive` is
-/// lost only once the archive could be opened. Nothing throws.
+/// lost only once the archive could be opened; of a file that has further names that is the name alone,
+/// and where it cannot be taken away nothing is written. Nothing throws.
 bool ConvertWidgetBundle(const OxPath& bundle, const OxPath& archive, bool protect, bool verbose);
 
 /// Finds the one description file; of several `descriptionFile` receives the first, and the result is

@@ -21,18 +21,23 @@ struct KeyFile {
   ~KeyFile() { bytes.SecureClear(); }
 };
 
-// The first private key's block in a PEM text, with what stands around it; empty without one. The library
-// by itself would pass over a block that it cannot read and take the next.
+// Whether a line of a PEM text, with its line end, begins a private key. Blanks at its end do not count.
+bool BeginsKey(std::string_view line) {
+  const auto isInk = [](char c) { return static_cast<unsigned char>(c) > ' '; };
+  const auto end = std::ranges::find_if(line.rbegin(), line.rend(), isInk).base();
+  const std::string_view ink(line.begin(), end);
+  return ink.starts_with("-----BEGIN ") && ink.ends_with("PRIVATE KEY-----");
+}
+
+// The first private key of a PEM text and no other; empty without one. The library by itself would pass
+// over a key that it cannot read and take the next.
 std::string_view FirstKey(std::string_view pem) {
-  constexpr std::string_view kBegin = "-----BEGIN ";
-  constexpr std::string_view kKey = "PRIVATE KEY-----";
-  constexpr std::string_view kEnd = "-----END ";
-  for (std::size_t at = pem.find(kBegin); at != std::string_view::npos;
-       at = pem.find(kBegin, at + kBegin.size())) {
-    const std::string_view label = pem.substr(at, pem.find_first_of("\r\n", at) - at);
-    if (!label.ends_with(kKey)) continue;
-    const std::size_t end = pem.find(kEnd, at);
-    return pem.substr(at, pem.find('\n', end) - at);
+  while (!pem.empty()) {
+    const std::size_t line = std::min(pem.find('\n'), pem.size() - 1) + 1;
+    if (BeginsKey(pem.substr(0, line))) {
+      return pem.substr(0, pem.find('\n', pem.find("\n-----END ") + 1));
+    }
+    pem.remove_prefix(line);
   }
   return {};
 }

@@ -9,13 +9,15 @@
 namespace {
 
 TEST(Converter, OverwritesThePassPhraseInTheArguments) {
-  std::vector<std::string> texts = {"Converter", "-p", "secret", "-p",   "another",
-                                    "-sign",     "x",  "-cert",  "y.crt"};
+  std::vector<std::string> texts = {"Converter", "-p",    "secret", "-sign",        "x",
+                                    "-cert",     "y.crt", "-p",     "no text: \xFF"};
   std::vector<char*> arguments;
   for (std::string& text : texts) arguments.push_back(text.data());
-  Capture([&] { EXPECT_EQ(RunConverter(static_cast<int>(texts.size()), arguments.data()), 1); });
+  for (const int count : {7, 9}) {
+    Capture([&] { EXPECT_EQ(RunConverter(count, arguments.data()), 1); });
+  }
   EXPECT_EQ(texts[2], std::string(6, '\0'));
-  EXPECT_EQ(texts[4], std::string(7, '\0'));
+  EXPECT_EQ(texts[8], std::string(10, '\0'));
 }
 
 TEST(Converter, ShowsTheUsageEvenWithoutItsOwnName) {

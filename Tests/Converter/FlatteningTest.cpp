@@ -1,4 +1,5 @@
 #include <csignal>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -113,6 +114,17 @@ TEST_F(Flattening, FilesThatAreShorterThanTheySayAreStoredAsTheyAre) {
   OxBuffer data;
   ASSERT_TRUE(archive.GetRecord("sub/b", data));
   EXPECT_EQ(data.view(), "second");
+}
+
+TEST_F(Flattening, AFileOfTheBundleIsNotWrittenOverByItsOtherName) {
+  std::filesystem::create_hard_link(folder.Path("X.widget/Contents/a"), folder.Path("archive"));
+  {
+    const FaultyFileOps kept({.failCall = 1, .error = EACCES, .only = Support::FileCall::kRemoveFile});
+    const Printed printed = Capture([&] { EXPECT_FALSE(Flatten()); });
+    EXPECT_EQ(printed.err, "Error: ConvertWidgetBundle: Caught exception!\n");
+  }
+  EXPECT_TRUE(Flatten());
+  EXPECT_EQ(folder.Read("X.widget/Contents/a"), "first");
 }
 
 TEST_F(Flattening, TheMetaDataRecord) {

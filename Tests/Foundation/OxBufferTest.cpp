@@ -70,6 +70,17 @@ TEST(OxBuffer, SourcesInsideTheOwnStorageWork) {
   EXPECT_EQ(Text(buffer), "bbcabab");
 }
 
+TEST(OxBuffer, NullIsNoBytes) {
+  const char* const nothing = nullptr;
+  OxBuffer buffer("abc");
+  buffer.Append(nothing);
+  EXPECT_EQ(Text(buffer), "abc");
+  buffer.Assign(nothing, 3);
+  EXPECT_TRUE(buffer.empty());
+  buffer.Assign(nothing);
+  EXPECT_TRUE(buffer.empty());
+}
+
 TEST(OxBuffer, IndexIsCheckedAgainstTheLastByte) {
   OxBuffer empty;
   EXPECT_THROW(empty[0], OxBuffer::OutOfRange);

@@ -166,6 +166,9 @@ TEST_F(OxFileUtilsTest, CopiesKeepContentLinksAndAttributes) {
   EXPECT_FALSE(WobCopyFile(Text("tree/bin"), Text("target/run/x")));
   ASSERT_EQ(mkfifo(folder_.Path("tree/fifo").c_str(), 0600), 0);
   EXPECT_FALSE(WobCopyFile(Text("tree"), Text("second")));
+  folder_.Write("kept", "");
+  EXPECT_FALSE(WobCopyFile(Text("tree/fifo"), Text("kept")));
+  EXPECT_TRUE(folder_.Exists("kept"));
   EXPECT_FALSE(folder_.Exists("second")) << "no half copy stays";
   EXPECT_EQ(folder_.Read("target/run"), large);
 }

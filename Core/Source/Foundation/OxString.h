@@ -295,10 +295,8 @@ class OxString::const_iterator {
   /// Beyond the end the index goes on counting, but nothing can be read.
   const_iterator& operator+=(std::size_t count);
   const_iterator operator+(std::size_t count) const;  ///< The same on a copy.
-  bool operator==(const const_iterator& other) const { return index_ == other.index_; }  ///< See above.
-  auto operator<=>(const const_iterator& other) const {
-    return index_ <=> other.index_;
-  }  ///< See above.
+  bool operator==(const const_iterator& other) const { return index_ == other.index_; }    ///< By index.
+  auto operator<=>(const const_iterator& other) const { return index_ <=> other.index_; }  ///< By index.
 
  private:
   friend class OxString;

@@ -9,7 +9,8 @@ namespace Posix {
 /// absolute.
 std::string ResolvePath(const std::string& path);
 
-/// The folder for temporary files: the existing one that the environment names (TMPDIR), else "/tmp".
+/// The folder for temporary files: the existing one that the environment names (TMPDIR, TMP, TEMP or
+/// TEMPDIR, the first that is set), else "/tmp".
 std::string TemporaryFolder();
 
 /// `bytes` random bytes as lower-case hexadecimal digits, from the system's source of randomness.

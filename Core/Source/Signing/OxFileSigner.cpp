@@ -22,7 +22,7 @@ constexpr std::uint64_t kFileLimit = 0xFFFFFFFF;  // Bytes; what can be mapped t
 // not worth a copy.
 constexpr std::size_t kLongestSignatureText = 4096;
 
-// A smaller length in front of the magic is no trailer's; one up to the least possible is a damaged one's.
+// With a smaller number in front of the magic there is no trailer, with any other there is one, be it damaged.
 constexpr std::uint32_t kLeastTrailerLength = 2;
 
 OxBuffer Copy(std::string_view bytes) {

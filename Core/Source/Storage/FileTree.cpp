@@ -49,7 +49,7 @@ std::string FolderAround(const std::string& path) {
   return parent.empty() ? "." : parent;
 }
 
-// Goes up as the file system does, which needs neither names nor the rights to see them.
+// Goes up as the file system does, which needs no names and no right to search what lies further up.
 bool IsReachedByClimbing(std::string place, const FileInfo& folder) {
   FileInfo here;
   FileInfo above;

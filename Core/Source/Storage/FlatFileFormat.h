@@ -29,7 +29,7 @@ struct LinkedList {
 struct FileHeader {
   std::uint32_t typeCode = 0;     ///< Four characters that name the kind of archive.
   std::uint32_t reserved = 0;     ///< A reader refuses anything but 0.
-  std::uint32_t recordCount = 0;  ///< Live records; one less for a table that outgrew its block.
+  std::uint32_t recordCount = 0;  ///< Live records, less one for each table that outgrew its block.
   std::uint32_t freeCount = 0;    ///< Blocks of the free list.
   LinkedList usedList;            ///< Live records in order.
   LinkedList freeList;            ///< Free blocks in order.

@@ -23,8 +23,8 @@
 ///            after Close(). Whatever is read through this object is what was written through it, but
 ///            another reader of the file sees the archive whole only when it is closed.
 ///   Errors:  Open() returns false; writers throw. A block that lies outside the file reads as
-///            kStatusEndOfFile; in a mapped archive going past its end throws EndOfFile. What returns a
-///            status gives kStatusNotOpen while the archive is closed.
+///            kStatusEndOfFile; in a mapped archive going past its end throws EndOfFile. While the archive
+///            is closed, what reads gives kStatusNotOpen and what writes throws.
 ///   Threads: one. Operations put the position back, also when they throw, but for FindRecord() and what
 ///            finds a record by its name, Beginning(), Skip(), ReadBytes(), WriteBytes() and the writers
 ///            of records.

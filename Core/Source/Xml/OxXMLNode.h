@@ -74,7 +74,8 @@ class OxXMLNode : public Hux::Retainable {
   /// children (an attribute's text counts as its value). A document's copy is a document of its own.
   virtual Hux::SmartPtr<OxXMLNode> CloneSelf() const = 0;
 
-  /// Puts `child` before `reference`: 8, 4, 3 or 0, checked in this order. Nothing moves when both are the same child.
+  /// Puts `child` before `reference`: 8, 4, 3 or 0, checked in this order. Nothing moves when both are the
+  /// same child.
   std::int32_t InsertChildBefore(const Hux::SmartPtr<OxXMLNode>& child,
                                  const Hux::SmartPtr<OxXMLNode>& reference);
   /// Puts `newChild` in the place of `oldChild`: 4, 3, 8 or 0, in this order. Nothing moves when both are
