@@ -1,4 +1,4 @@
-"""Documents name what exists: the targets of links, files, tests and cases of the command line.
+"""Documents name what exists: the targets of links, files, functions, tests and cases of the command line.
 
 usage: check_documents.py SOURCE_FOLDER
 """
@@ -19,6 +19,9 @@ CASES = {
     for file in SOURCE.glob("Tests/Cli/cases/*.txt")
     for name in re.findall(r"^== (.*)", file.read_text(), re.MULTILINE)
 }
+SOURCES = "\n".join(
+    file.read_text() for room in ("Converter", "Core", "Tests", "Fuzz") for file in (SOURCE / room).rglob("*.[ch]*")
+)
 
 
 def missing(document):
@@ -30,6 +33,8 @@ def missing(document):
         word = code.split()[0]
         if word.split("/")[0] in ROOMS and "TARGET" not in word and not (SOURCE / word).exists():
             yield word
+        if (function := re.fullmatch(r"(?:\w+::)*(\w+)\(\)", code)) and f"{function[1]}(" not in SOURCES:
+            yield f"function {code}"
         if re.fullmatch(r"[A-Z]\w+\.[A-Z]\w{9,}", code) and code not in TESTS:
             yield f"test {code}"
         if re.match(r"(arguments|flattening|listing|roundtrip|signing|unflattening): ", code) and code not in CASES:
