@@ -1,10 +1,12 @@
 # The compiler's settings for every target, and the two ways in which targets are made here.
 
+include(OxHardening)
+
 add_library(ox_settings INTERFACE)
 target_include_directories(ox_settings INTERFACE
   "${CMAKE_SOURCE_DIR}/Core/Source" "${CMAKE_SOURCE_DIR}/Converter/Source")
 target_compile_options(ox_settings INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${OX_STRICT}>:-Werror>
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat-security $<$<BOOL:${OX_STRICT}>:-Werror>
   # g++ 12 finds overlaps in std::string's own operator+ that are not there.
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 
@@ -15,17 +17,10 @@ if(OX_SANITIZE)
   endif()
   target_compile_options(ox_settings INTERFACE ${sanitizers})
   target_link_options(ox_settings INTERFACE ${sanitizers})
-elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
-  # What the distribution builds its own packages with.
-  target_compile_options(ox_settings INTERFACE
-    -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong -Wformat -Werror=format-security)
-  target_link_options(ox_settings INTERFACE -Wl,-z,relro -Wl,-z,now)
-  set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-  include(CheckPIESupported)
-  check_pie_supported()
+else()
+  ox_harden_optimised(ox_settings)
 endif()
-
-if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+if(NOT CMAKE_CXX_FLAGS MATCHES "_GLIBCXX_ASSERTIONS|-fhardened")
   target_compile_definitions(ox_settings INTERFACE _GLIBCXX_ASSERTIONS)
 endif()
 
