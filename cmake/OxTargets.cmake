@@ -1,28 +1,45 @@
-# The compiler's settings for every target, and the two ways in which targets are made here.
+# The compiler's settings for every target, and the ways in which targets are made here.
 
 include(OxHardening)
 
+# How each source is compiled, and, for programs, linked as well. Neither reaches the targets of a user's project.
+add_library(ox_compile_settings INTERFACE)
 add_library(ox_settings INTERFACE)
-target_include_directories(ox_settings INTERFACE
-  "${CMAKE_SOURCE_DIR}/Core/Source" "${CMAKE_SOURCE_DIR}/Converter/Source")
-target_compile_options(ox_settings INTERFACE
+target_link_libraries(ox_settings INTERFACE ox_compile_settings)
+set(OX_INCLUDE_FOLDERS "${PROJECT_SOURCE_DIR}/Core/Source" "${PROJECT_SOURCE_DIR}/Converter/Source")
+target_include_directories(ox_compile_settings INTERFACE ${OX_INCLUDE_FOLDERS})
+target_compile_options(ox_compile_settings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat-security $<$<BOOL:${OX_STRICT}>:-Werror>
   # g++ 12 finds overlaps in std::string's own operator+ that are not there.
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  # Files of 2 GiB and more, and times after 2038. No interface here or of the libraries below passes such a type.
+  target_compile_definitions(ox_compile_settings INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+endif()
 
 if(OX_SANITIZE)
   set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   if(OX_FUZZ)
     list(APPEND sanitizers -fsanitize=fuzzer-no-link)
   endif()
-  target_compile_options(ox_settings INTERFACE ${sanitizers})
+  target_compile_options(ox_compile_settings INTERFACE ${sanitizers})
   target_link_options(ox_settings INTERFACE ${sanitizers})
 else()
-  ox_harden_optimised(ox_settings)
+  ox_harden_optimised(ox_compile_settings ox_settings)
 endif()
 if(NOT CMAKE_CXX_FLAGS MATCHES "_GLIBCXX_ASSERTIONS|-fhardened")
-  target_compile_definitions(ox_settings INTERFACE _GLIBCXX_ASSERTIONS)
+  target_compile_definitions(ox_compile_settings INTERFACE _GLIBCXX_ASSERTIONS)
 endif()
+
+# ox_find_package(target find_package's arguments...)
+# Imported targets are local to a folder. A project around this one links the libraries that need them.
+macro(ox_find_package target)
+  if(NOT TARGET ${target})
+    find_package(${ARGN})
+    set_target_properties(${target} PROPERTIES IMPORTED_GLOBAL ON)
+  endif()
+endmacro()
 
 # ox_add_library(name SOURCES file... [PUBLIC_LINKS target...] [PRIVATE_LINKS target...])
 # A static library of one folder. Its link lines are the law of includes.
@@ -30,8 +47,9 @@ function(ox_add_library name)
   cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC_LINKS;PRIVATE_LINKS" ${ARGN})
   add_library(${name} STATIC ${arg_SOURCES})
   target_link_libraries(${name}
-    PUBLIC $<BUILD_INTERFACE:ox_settings> ${arg_PUBLIC_LINKS} PRIVATE ${arg_PRIVATE_LINKS})
-  target_include_directories(${name} INTERFACE $<INSTALL_INTERFACE:include/converter>)
+    PUBLIC ${arg_PUBLIC_LINKS} PRIVATE $<BUILD_INTERFACE:ox_compile_settings> ${arg_PRIVATE_LINKS})
+  target_include_directories(${name} PUBLIC
+    "$<BUILD_INTERFACE:${OX_INCLUDE_FOLDERS}>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/converter>")
   target_compile_features(${name} INTERFACE cxx_std_20)
 endfunction()
 
@@ -41,7 +59,7 @@ function(ox_add_tests name)
   cmake_parse_arguments(arg "" "LABEL" "SOURCES;LINKS" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ox_settings ${arg_LINKS} GTest::gmock GTest::gtest_main)
-  target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/Tests")
-  target_compile_definitions(${name} PRIVATE OX_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/Tests")
+  target_compile_definitions(${name} PRIVATE OX_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES PROPERTIES LABELS ${arg_LABEL} TIMEOUT 300)
 endfunction()

@@ -1,15 +1,15 @@
 # Trust is data: a folder of certificates becomes the built-in tables of a program that links them.
 
-set(OX_TRUST_FOLDER "${CMAKE_SOURCE_DIR}/Trust" CACHE PATH "Folder of the certificates that Converter trusts")
+set(OX_TRUST_FOLDER "${PROJECT_SOURCE_DIR}/Trust" CACHE PATH "Folder of the certificates that Converter trusts")
 
 # The program that reads such a folder. It is made while configuring, from the compiler and the
 # cryptographic library that the project needs anyway.
 function(ox_build_trust_table_program program)
-  set(source "${CMAKE_SOURCE_DIR}/cmake/TrustTable.cpp")
-  set(binary "${CMAKE_BINARY_DIR}/trust_table${CMAKE_EXECUTABLE_SUFFIX}")
+  set(source "${PROJECT_SOURCE_DIR}/cmake/TrustTable.cpp")
+  set(binary "${PROJECT_BINARY_DIR}/trust_table${CMAKE_EXECUTABLE_SUFFIX}")
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${source}")
   if("${source}" IS_NEWER_THAN "${binary}")
-    try_compile(compiled "${CMAKE_BINARY_DIR}/trust_table_build" "${source}"
+    try_compile(compiled "${PROJECT_BINARY_DIR}/trust_table_build" "${source}"
       LINK_LIBRARIES OpenSSL::Crypto
       CXX_STANDARD 20 CXX_STANDARD_REQUIRED ON
       OUTPUT_VARIABLE log COPY_FILE "${binary}")
@@ -38,5 +38,5 @@ function(ox_add_trust name folder)
     "${folder}" "${folder}/fingerprints.txt" ${inputs})
   # Objects, not an archive: the library that needs the tables does not name this target.
   add_library(${name} OBJECT "${tables}")
-  target_link_libraries(${name} PRIVATE ox_settings)
+  target_link_libraries(${name} PRIVATE ox_compile_settings)
 endfunction()

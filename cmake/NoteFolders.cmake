@@ -1,0 +1,12 @@
+# Runs when installing begins: notes in OX_NOTES the topmost folder above each of OX_FOLDERS that is missing yet.
+foreach(folder IN LISTS OX_FOLDERS)
+  cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}")
+  set(missing "")
+  while(NOT EXISTS "$ENV{DESTDIR}${folder}")
+    set(missing "${folder}")
+    cmake_path(GET folder PARENT_PATH folder)
+  endwhile()
+  if(missing)
+    file(APPEND "${OX_NOTES}" "$ENV{DESTDIR}${missing}\n")
+  endif()
+endforeach()
