@@ -12,6 +12,7 @@
 #include "Listing.h"
 #include "OutputPath.h"
 #include "PathExpansion.h"
+#include "Posix/LazyLibrary.h"
 #include "Signing/CryptoHandles.h"
 #include "Signing/OxFileSigner.h"
 #include "Storage/OxFileUtils.h"
@@ -161,6 +162,8 @@ ExitStatus RunOrExplain(std::span<char*> arguments) {
     return Run(arguments);
   } catch (const OxString::InvalidEncoding&) {
     Console::Error("Error: an argument is not valid UTF-8\n");
+  } catch (const Posix::LibraryNotLoaded&) {
+    // Reported where it was needed.
   } catch (const std::exception& failure) {
     Console::Error("Error: %s\n", failure.what());
   } catch (...) {
