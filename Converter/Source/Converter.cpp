@@ -1,9 +1,11 @@
 #include "Converter.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <exception>
 #include <optional>
 #include <span>
+#include <string_view>
 
 #include "CommandLine.h"
 #include "Console.h"
@@ -13,6 +15,7 @@
 #include "OutputPath.h"
 #include "PathExpansion.h"
 #include "Posix/LazyLibrary.h"
+#include "Posix/MemoryImages.h"
 #include "Signing/CryptoHandles.h"
 #include "Signing/OxFileSigner.h"
 #include "Storage/OxFileUtils.h"
@@ -137,6 +140,9 @@ ExitStatus RunJobs(RunOptions& options, const Hux::SmartPtr<OxCertificate>& cert
 }
 
 ExitStatus Run(std::span<char*> arguments) {
+  // Before an argument is read: the pass phrase may stand in front of "-sign".
+  if (std::ranges::find(arguments, std::string_view("-sign")) != arguments.end())
+    Posix::ForbidMemoryImages();
   RunOptions options;
   ParseArguments(arguments, options);
   if (options.verbose) PrintBanner();

@@ -1,12 +1,16 @@
 // The smaller services of the platform: users, case folding, regular expressions, paths.
 
+#include <cstdlib>
 #include <filesystem>
 #include <set>
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 
 #include "Posix/CaseFolding.h"
+#include "Posix/MemoryImages.h"
 #include "Posix/Paths.h"
 #include "Posix/RegularExpression.h"
 #include "Posix/Users.h"
@@ -73,6 +77,18 @@ TEST(Paths, RandomDigitsDiffer) {
   EXPECT_EQ(seen.size(), 100U);
   EXPECT_EQ(seen.begin()->size(), 16U);
   EXPECT_EQ(seen.begin()->find_first_not_of("0123456789abcdef"), std::string::npos);
+}
+
+TEST(MemoryImages, AreForbiddenForGood) {
+  const auto AreForbidden = [] {
+    rlimit limit{};
+    return ::prctl(PR_GET_DUMPABLE) == 0 && ::getrlimit(RLIMIT_CORE, &limit) == 0 &&
+           limit.rlim_cur == 0 && limit.rlim_max == 0;
+  };
+  EXPECT_FALSE(AreForbidden());
+  // In a process of its own.
+  EXPECT_EXIT((Posix::ForbidMemoryImages(), std::exit(AreForbidden() ? 0 : 1)),
+              testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
