@@ -21,6 +21,7 @@
 #include "Storage/OxFileUtils.h"
 #include "Unflattening.h"
 #include "Utilities/TextDecoding.h"
+#include "VisibleText.h"
 
 namespace {
 
@@ -104,19 +105,21 @@ bool Sign(const OxString& file, const Hux::SmartPtr<OxCertificate>& certificate)
 void Verify(const OxString& file) {
   OxString signer;
   unsigned long trust = 0;
-  switch (OxFileSigner::Verify(file, signer, trust)) {
+  const std::int32_t result = OxFileSigner::Verify(file, signer, trust);
+  const OxString name = VisibleText(signer);
+  switch (result) {
     case OxFileSigner::kSuccess:
       Console::PrintFormatted("File signature is present and verified. Signer: '%s' Trusted: %d\n",
-                              signer.c_str(), trust != 0 ? 1 : 0);
+                              name.c_str(), trust != 0 ? 1 : 0);
       break;
     case OxFileSigner::kNotTrusted:
       Console::PrintFormatted(
           "Signature is valid, however certificate authenticity could not be verified. Signer: '%s'\n",
-          signer.c_str());
+          name.c_str());
       break;
     case OxFileSigner::kMismatch:
       Console::PrintFormatted("Signature not verified! File integrity uncertain. Signer: '%s'\n",
-                              signer.c_str());
+                              name.c_str());
       break;
     case OxFileSigner::kNoSignature:
       Console::Print("File has no signature.\n");
