@@ -1,4 +1,5 @@
 #include <array>
+#include <cctype>
 #include <filesystem>
 #include <fstream>
 
@@ -23,6 +24,22 @@ std::string Number(std::size_t number) {
   for (int i = 0; i < 4; ++i, number >>= 8) bytes += static_cast<char>(number & 0xFF);
   return bytes;
 }
+
+// A signed file as its fields; whatever they hold, Build() gives each its right length.
+struct Parts {
+  std::string content, signature, certificate, gap;
+
+  static Parts Of(const std::string& file, std::size_t content, std::size_t certificate) {
+    const std::size_t signature = file.size() - content - certificate - 20;
+    return {file.substr(0, content), file.substr(content + 8, signature),
+            file.substr(content + 12 + signature, certificate), ""};
+  }
+  std::string Build() const {
+    const std::string block =
+        "ngis" + Number(signature.size()) + signature + Number(certificate.size()) + certificate + gap;
+    return content + block + Number(block.size() + 8) + "ngis";
+  }
+};
 
 class FileSigner : public testing::Test {
  protected:
@@ -61,7 +78,6 @@ TEST_F(FileSigner, EveryChangeAndEveryCutIsNoticed) {
     file.seekp(static_cast<std::streamoff>(i)).put(good[i]).flush();
     const bool isContent = i < magic, isUnread = !isContent && i < magic + 4;  // The first magic.
     const bool isSignature = i >= signature && i < certificate - 4;
-    if (i == certificate - 4 - 3) continue;  // The last character before "==" has four bits to spare.
     EXPECT_EQ(result == OxFileSigner::kSuccess, isUnread) << i;
     if (isContent || isSignature) {
       EXPECT_TRUE(result == OxFileSigner::kMismatch && signer_ == "Valid Signer") << i;
@@ -72,6 +88,103 @@ TEST_F(FileSigner, EveryChangeAndEveryCutIsNoticed) {
     const std::int32_t result =
         cut == magic + 4 ? OxFileSigner::kUnreadable : OxFileSigner::kNoSignature;
     EXPECT_EQ(Verify(), result) << cut;
+  }
+}
+
+// None of these changes what is digested, or what a lenient reader of base64 and PEM makes of the texts.
+TEST_F(FileSigner, NoOtherFileHasTheSameSignature) {
+  const std::string pem = Text("valid.pem");
+  std::string content = kContent + '\n';  // A reader of PEM passes over whole lines.
+  Parts good = Parts::Of(Signed(valid_, content), content.size(), pem.size());
+  const auto Raw = [&] {
+    OxBuffer raw(good.signature.data(), good.signature.size());
+    raw.FromBase64();
+    return std::string(raw.view());
+  };
+  // A signature that does not begin like base64, so that it could pass for what was decoded already.
+  while (std::isalnum(static_cast<unsigned char>(Raw()[0])) || Raw()[0] == '+' || Raw()[0] == '/') {
+    content.insert(0, 1, '.');
+    good = Parts::Of(Signed(valid_, content), content.size(), pem.size());
+  }
+  const auto Expect = [this](const Parts& parts, std::int32_t result, std::string_view what) {
+    folder_.Write("file", parts.Build());
+    EXPECT_EQ(Verify(), result) << what;
+    EXPECT_EQ(signer_.view(), result == OxFileSigner::kUnreadable ? "untouched" : "Valid Signer")
+        << what;
+  };
+  Expect(good, OxFileSigner::kSuccess, "nothing changed");
+  const std::string digested = content + pem;
+  for (std::size_t border = 0; border < digested.size(); ++border) {
+    if (border == content.size()) continue;
+    Parts moved = good;
+    moved.content = digested.substr(0, border);
+    moved.certificate = digested.substr(border);
+    Expect(moved, OxFileSigner::kUnreadable, "border at " + std::to_string(border));
+  }
+  for (const std::size_t bytes : {1UL, 4UL, 100000UL}) {
+    Parts wide = good;
+    wide.gap.assign(bytes, '\0');
+    Expect(wide, OxFileSigner::kUnreadable, "a gap before T");
+  }
+  const std::string spare = good.signature.substr(0, 341);
+  for (const std::string& text :
+       {Raw() + std::string(86, '!') + "==", spare + static_cast<char>(good.signature[341] + 1) + "==",
+        good.signature + "====",
+        good.signature.substr(0, 64) + "\n\n\n\n" + good.signature.substr(64)}) {
+    Parts other = good;
+    other.signature = text;
+    Expect(other, OxFileSigner::kMismatch, text);
+  }
+}
+
+TEST_F(FileSigner, OneByteMoreOrLess) {
+  const std::string good = Signed(short_, kContent);
+  for (std::size_t i = 0; i <= good.size(); ++i) {
+    // A byte like the one before it, like the one there, and others that readers of text pass over.
+    for (const char more :
+         {i < good.size() ? good[i] : ' ', i > 0 ? good[i - 1] : ' ', '\0', '\n', '='}) {
+      folder_.Write("file", good.substr(0, i) + more + good.substr(i));
+      const std::int32_t result = Verify();
+      EXPECT_TRUE(result != OxFileSigner::kSuccess && result != OxFileSigner::kNotTrusted)
+          << "at " << i << " " << static_cast<int>(more);
+    }
+    if (i == good.size()) continue;
+    folder_.Write("file", good.substr(0, i) + good.substr(i + 1));
+    const std::int32_t result = Verify();
+    EXPECT_TRUE(result != OxFileSigner::kSuccess && result != OxFileSigner::kNotTrusted)
+        << "without " << i;
+  }
+}
+
+// Whatever the certificate's file looked like, and whatever trailer the file had.
+TEST_F(FileSigner, WhatIsSignedVerifies) {
+  const std::string pem = Text("valid.pem");
+  const auto Lines = [&](std::size_t width, const std::string& end) {
+    std::string body, text = "-----BEGIN CERTIFICATE-----" + end;
+    for (const char c : pem.substr(28, pem.size() - 28 - 26)) body += c == '\n' ? "" : std::string(1, c);
+    for (std::size_t at = 0; at < body.size(); at += width) text += body.substr(at, width) + end;
+    return text + "-----END CERTIFICATE-----";
+  };
+  std::string old = pem;
+  old.insert(old.find("END ") + 4, "X509 ").insert(old.find("BEGIN ") + 6, "X509 ");
+  const std::string expected = Signed(valid_, kContent);
+  for (const std::string& text :
+       {pem, "junk\n" + pem + "junk", Lines(64, "\r\n"), Lines(76, "\n"), Lines(20, " \n"), old}) {
+    const auto certificate = OxCertificate::Make(OxBuffer(text.data(), text.size()));
+    certificate->SetPrivateKey(
+        ReadPrivateKey(SigningFixtures::Path("signer.key").c_str(), OxString()).release());
+    EXPECT_TRUE(Signed(certificate, kContent) == expected) << text;
+  }
+  // Torn and forged trailers whose end is there, and lengths at the edges.
+  const std::string end = expected.substr(kContent.size() + 300);
+  for (const std::string& file :
+       {expected, kContent + end, end, "x" + Number(9) + "ngis", "x" + Number(8) + "ngis",
+        kContent + Number(0) + "ngis", kContent + Number(1) + "ngis"}) {
+    for (const auto& signer : {valid_, short_, long_}) {
+      Signed(signer, file);
+      const std::int32_t result = Verify();
+      EXPECT_EQ(result, signer == valid_ ? OxFileSigner::kSuccess : OxFileSigner::kNotTrusted) << file;
+    }
   }
 }
 

@@ -98,6 +98,27 @@ void ReportUnwritten(const OxString& path) {
   std::fprintf(stderr, "Error: could not write to file '%s'\n", path.c_str());
 }
 
+// Null unless `pem` is, byte for byte, the text of the certificate that it holds. Reading PEM passes over what
+// stands around a certificate, so that any other text could hold bytes of the content, or bytes that mean
+// something to another reader of the file.
+Hux::SmartPtr<OxCertificate> ReadCanonicalCertificate(std::string_view pem) {
+  try {
+    Hux::SmartPtr<OxCertificate> certificate = OxCertificate::Make(Copy(pem));
+    if (certificate->GetAsPEM().view() == pem) return certificate;
+  } catch (const OxCertificate::UnableToSetPEM&) {
+    // Nothing to take for a certificate.
+  }
+  return nullptr;
+}
+
+// Decoding base64 takes more than the one text that encoding writes, and so more than one file.
+bool IsCanonicalBase64(std::string_view text) {
+  OxBuffer bytes = Copy(text);
+  if (!bytes.FromBase64()) return false;
+  bytes.ToBase64();
+  return bytes.view() == text;
+}
+
 std::string_view ContentToSign(std::string_view file) {
   const std::uint32_t oldTrailer = SignatureTrailer::FindLength(file).value_or(0);
   // A length beyond the file's is no trailer's.
@@ -116,7 +137,8 @@ std::int32_t SignFile(const OxString& path, const Hux::SmartPtr<OxCertificate>& 
   OxBuffer text;
   signature.SignBase64(text);
   // A certificate that no reader would take counts as one that the signature does not fit.
-  const bool isReadable = pem.length() <= SignatureTrailer::kLongestCertificate;
+  const bool isReadable =
+      pem.length() <= SignatureTrailer::kLongestCertificate && ReadCanonicalCertificate(pem.view());
   if (!isReadable || !signature.VerifyBase64(text)) return OxFileSigner::kKeyMismatch;
 
   TailChange change;
@@ -137,12 +159,14 @@ bool IsEmptyFile(const OxString& path) {
 
 std::int32_t CheckTrailer(const OxString& path, std::uint64_t contentLength,
                           const SignatureTrailer& trailer, OxString& signer, unsigned long& trust) {
-  const Hux::SmartPtr<OxCertificate> certificate = OxCertificate::Make(Copy(trailer.certificate));
+  const Hux::SmartPtr<OxCertificate> certificate = ReadCanonicalCertificate(trailer.certificate);
+  if (!certificate) return OxFileSigner::kUnreadable;
   OxSignature signature(certificate);
   if (!FeedContent(signature, path, contentLength)) return OxFileSigner::kUnreadable;
   Feed(signature, trailer.certificate);
   signer = certificate->GetSigner();
   if (trailer.signature.size() > kLongestSignatureText) return OxFileSigner::kMismatch;
+  if (!IsCanonicalBase64(trailer.signature)) return OxFileSigner::kMismatch;
   if (!signature.VerifyBase64(Copy(trailer.signature))) return OxFileSigner::kMismatch;
   if (!certificate->IsValid()) return OxFileSigner::kNotTrusted;
   trust = certificate->GetTrust();

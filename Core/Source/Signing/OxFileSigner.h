@@ -37,7 +37,11 @@ class OxFileSigner {
   static std::int32_t Sign(const OxString& path, const OxString& ignored,
                            const Hux::SmartPtr<OxCertificate>& certificate);
 
-  /// Checks the trailer of the file at `path`, which is only read. `signer` receives the commonName
+  /// Checks the trailer of the file at `path`, which is only read. Only what Sign() writes for some content
+  /// counts, to the byte: kUnreadable when the fields do not fill the trailer exactly or the certificate's text
+  /// is not what OxCertificate::GetAsPEM() returns for it, kMismatch when the signature's text is not the base64
+  /// of what it decodes to. So no other file than the signed one verifies, but for the four bytes of the
+  /// leading magic, which are not examined. `signer` receives the commonName
   /// for kSuccess, kMismatch and kNotTrusted and is left alone otherwise; `trust` receives the
   /// certificate's trust value for kSuccess and 0 otherwise.
   static std::int32_t Verify(const OxString& path, OxString& signer, unsigned long& trust);

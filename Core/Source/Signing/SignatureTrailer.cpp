@@ -43,6 +43,8 @@ std::optional<SignatureTrailer> SignatureTrailer::Parse(std::string_view block) 
   if (!signature) return std::nullopt;
   const std::optional<std::string_view> certificate = TakeText(rest);
   if (!certificate || certificate->size() > kLongestCertificate) return std::nullopt;
+  // Bytes between the certificate and T would belong neither to the content nor to what is signed.
+  if (rest.size() != kFooterBytes) return std::nullopt;
   return SignatureTrailer{*signature, *certificate};
 }
 

@@ -31,8 +31,8 @@ struct SignatureTrailer {
   /// other file.
   static std::optional<std::uint32_t> FindLength(std::string_view file);
 
-  /// Takes a block apart. Nothing when one of its lengths runs past its end or the certificate is
-  /// too long.
+  /// Takes a block apart. Nothing when its fields do not fill it exactly, or the certificate is too long.
+  /// What the texts hold is the caller's to check.
   static std::optional<SignatureTrailer> Parse(std::string_view block);
 
   /// The block for two texts; whether the certificate is too long is the caller's to check.
