@@ -1,12 +1,16 @@
 // A random series of additions, rewrites, deletions, damages and reopenings beside the same series done
-// literally: every answer agrees, and so does every byte of the closed file.
+// literally: every answer agrees, and so does every byte of the closed file. What was only edited is not called
+// damaged, unless the engine's reuse of a free block overwrote a record or lost a name.
 
+#include <algorithm>
 #include <array>
 #include <utility>
+#include <vector>
 
 #include "Foundation/OxBuffer.h"
 #include "FuzzFolder.h"
 #include "LiteralArchive.h"
+#include "Storage/DamageWatch.h"
 #include "Storage/OxDataFile.h"
 #include "Storage/Scramble.h"
 
@@ -40,26 +44,61 @@ class Editing {
   bool Step(FuzzInput& input) {
     const unsigned action = input.Byte() % 8;
     const OxString name = Name(input);
+    const Records others = Readable(name);
     if (action < 4) {
       Add(name, input);
     } else if (action < 6) {
       Require(file_.DeleteRecord(name) == judge_.DeleteRecord(name), "deleting agrees");
     } else {
       Close();
+      isSound_ = isSound_ && action != 7;
       if (!Reopen(action == 7 ? Damaged(input) : judge_.file())) return false;
     }
+    isSound_ = isSound_ && Readable(name) == others;
     CheckRecord(name);
     return true;
   }
 
   void Close() {
     CheckList();
+    const Records records = Readable();
     file_.Close();
     judge_.Close();
     Require(folder_.Read("edit.flat") == judge_.file(), "the closed file has the stated bytes");
+    CheckSoundness(records);
   }
 
  private:
+  using Records = std::vector<std::pair<OxString, std::string>>;
+
+  // The records that have a name, which is not `but`.
+  Records Readable(const OxString& but = OxString()) const {
+    Records records = judge_.Records();
+    std::erase_if(records, [&](const auto& record) {
+      return record.first.empty() || record.first.compare(but, OxString::kCaseInsensitive) == 0;
+    });
+    return records;
+  }
+
+  // `records` is what there was before the archive was closed.
+  void CheckSoundness(const Records& records) {
+    LiteralArchive closed(kWidget);
+    closed.Open(judge_.file());
+    std::swap(judge_, closed);
+    isSound_ = isSound_ && Readable() == records;
+    std::swap(judge_, closed);
+    if (!isSound_) return;
+    OxDataFile file(kWidget, OxString(folder_.File("edit.flat").c_str()));
+    Require(file.Open(OxDataFile::kOpenRead), "the closed archive opens");
+    DamageWatch watch(file);
+    for (OxDataFile::Iterator it = file.Begin(); !(it == file.End()); ++it) {
+      if (it->GetName().empty() && it->GetDataLength() > 0)
+        return;  // Counts as damage, however it was made.
+      watch.See(*it);
+    }
+    Require(!watch.FoundDamage(), "a sound archive is not called damaged");
+  }
+
   // The archive with one byte changed.
   std::string Damaged(FuzzInput& input) const {
     std::string bytes = judge_.file();
@@ -91,6 +130,13 @@ class Editing {
       file_.AddRecord(name, data.size(), data.data());
     }
     judge_.AddRecord(name, Scrambled(data));
+    isSound_ = isSound_ && Lists(name, Scrambled(data));
+  }
+
+  bool Lists(const OxString& name, const std::string& data) const {
+    return std::ranges::any_of(judge_.Records(), [&](const auto& record) {
+      return record.first.compare(name, OxString::kCaseInsensitive) == 0 && record.second == data;
+    });
   }
 
   // As it is stored, or the other way round.
@@ -124,6 +170,7 @@ class Editing {
   OxDataFile file_;
   LiteralArchive judge_;
   bool isLarge_ = false;
+  bool isSound_ = true;
 };
 
 }  // namespace

@@ -1,11 +1,14 @@
 #include "Posix/Paths.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/random.h>
+#include <unistd.h>
 
 #include "Posix/FileOps.h"
 #include "Posix/RepeatInterrupted.h"
@@ -20,6 +23,14 @@ std::string MadeAbsolute(const std::string& path) {
   if (RepeatInterrupted([&] { return Files().CurrentFolder(folder); }) < 0) return path;
   if (path.empty()) return folder;
   return folder.ends_with('/') ? folder + path : folder + '/' + path;
+}
+
+std::string NamedTemporaryFolder() {
+  for (const char* variable : {"TMPDIR", "TMP", "TEMP", "TEMPDIR"}) {
+    const char* const value = std::getenv(variable);
+    if (value != nullptr && *value != 0) return value;
+  }
+  return "/tmp";
 }
 
 void FillWithRandomBytes(std::vector<unsigned char>& out) {
@@ -44,9 +55,12 @@ std::string ResolvePath(const std::string& path) {
 }
 
 std::string TemporaryFolder() {
-  std::error_code error;
-  const std::filesystem::path folder = std::filesystem::temp_directory_path(error);
-  return error ? "/tmp" : folder.string();
+  const std::string folder = NamedTemporaryFolder();
+  FileInfo info;
+  const int examined = RepeatInterrupted([&] { return Files().Status(folder.c_str(), info); });
+  const bool isUsable = examined >= 0 && info.kind == FileKind::kFolder &&
+                        ::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
+  return isUsable ? folder : std::string();
 }
 
 std::string RandomHexDigits(std::size_t bytes) {

@@ -9,8 +9,9 @@ namespace Posix {
 /// absolute.
 std::string ResolvePath(const std::string& path);
 
-/// The folder for temporary files: the existing one that the environment names (TMPDIR, TMP, TEMP or
-/// TEMPDIR, the first that is set), else "/tmp".
+/// The folder for temporary files: the one that the environment names (TMPDIR, TMP, TEMP or TEMPDIR, the
+/// first that is set and not empty), else "/tmp". Empty when that is not a folder to which this process may
+/// add files.
 std::string TemporaryFolder();
 
 /// `bytes` random bytes as lower-case hexadecimal digits, from the system's source of randomness.

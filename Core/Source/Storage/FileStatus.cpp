@@ -24,6 +24,7 @@ FileStatus StatusOfResult(std::int64_t result) {
     case ENAMETOOLONG:
       return kStatusBadName;
     case EISDIR:
+    case ELOOP:
       return kStatusNotAFile;
     default:
       return kStatusInputOutput;

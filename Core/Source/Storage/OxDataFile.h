@@ -236,6 +236,8 @@ class OxDataFile::Record {
   const OxString& GetName() const { return name_; }                   ///< Empty if the block has none.
   std::uint32_t GetDataLength() const { return header_.dataLength; }  ///< As the header says.
   std::uint64_t GetPosition() const { return position_; }             ///< Of its block.
+  /// As it was read.
+  const FlatFile::RecordHeader& GetHeader() const { return header_; }
 
   /// The payload, unscrambled, as far as the file has it.
   FileStatus GetData(OxBuffer& out) const;

@@ -1,6 +1,7 @@
 #include "Storage/OxFileUtils.h"
 
 #include <cerrno>
+#include <limits>
 #include <string>
 
 #include "Foundation/StringWalk.h"
@@ -14,6 +15,7 @@
 
 namespace {
 
+using Creation = OxFileUtils::Creation;
 using Posix::FileInfo;
 using Posix::FileKind;
 using Posix::Files;
@@ -49,21 +51,31 @@ bool MakeFolder(const OxPath& path, unsigned permissions) {
   return RepeatInterrupted([&] { return Files().MakeFolder(bytes, permissions); }) >= 0;
 }
 
-// Makes the folder and, first, those above it that do not exist; only the last result counts. A path that
-// is too long for the system may have any number of names, which are not gone through.
-bool MakeFolders(const OxPath& path, unsigned permissions) {
+// Makes the folder and, first, those above it that do not exist, `most` at most; only the last result counts.
+// A path that is too long for the system may have any number of names, which are not gone through.
+Creation MakeFolders(const OxPath& path, unsigned permissions, std::size_t& most) {
   FileInfo info;
   const int examined = Examine(path, info);
-  if (examined >= 0 && info.kind == FileKind::kFolder) return true;
-  if (examined == -ENAMETOOLONG) return false;
+  if (examined >= 0 && info.kind == FileKind::kFolder) return Creation::kDone;
+  if (examined == -ENAMETOOLONG) return Creation::kFailed;
   std::vector<OxPath> missing{path};
   for (OxPath parent = path.branch_path();
-       !parent.native_string().empty() && !OxFileUtils::Exists(parent); parent = parent.branch_path()) {
+       missing.size() <= most && !parent.native_string().empty() && !OxFileUtils::Exists(parent);
+       parent = parent.branch_path()) {
     missing.push_back(parent);
   }
+  if (missing.size() > most) return Creation::kTooMany;
   bool made = false;
-  for (; !missing.empty(); missing.pop_back()) made = MakeFolder(missing.back(), permissions);
-  return made;
+  for (; !missing.empty(); missing.pop_back()) {
+    made = MakeFolder(missing.back(), permissions);
+    if (made) --most;
+  }
+  return made ? Creation::kDone : Creation::kFailed;
+}
+
+bool MakeFolders(const OxPath& path, unsigned permissions) {
+  std::size_t unlimited = std::numeric_limits<std::size_t>::max();
+  return MakeFolders(path, permissions, unlimited) == Creation::kDone;
 }
 
 // The bytes of the character that `text` begins with; 0 when it begins with none.
@@ -127,6 +139,10 @@ bool OxFileUtils::GetLastModified(const OxPath& path, long& seconds) {
 
 bool OxFileUtils::CreateDirectory(const OxPath& path) {
   return Guarded(false, [&] { return MakeFolders(path, Posix::kFolderPermissions); });
+}
+
+OxFileUtils::Creation OxFileUtils::CreateDirectory(const OxPath& path, std::size_t& most) {
+  return Guarded(Creation::kFailed, [&] { return MakeFolders(path, Posix::kFolderPermissions, most); });
 }
 
 bool OxFileUtils::DeleteDirectory(const OxPath& path) {
@@ -251,9 +267,11 @@ bool OxFileUtils::SetCurrentDirectory(const OxPath& path) {
 
 OxPath OxFileUtils::GetNewTempFilePath() {
   return Guarded(OxPath(), [] {
+    const std::string folder = Posix::TemporaryFolder();
+    if (folder.empty()) return OxPath();
     std::string path;
     do {
-      path = Posix::TemporaryFolder() + '/' + Posix::RandomHexDigits(kRandomBytesInName);
+      path = folder + '/' + Posix::RandomHexDigits(kRandomBytesInName);
     } while (FileTree::ObjectExists(path));
     return OxPath(OxString(path));
   });

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -49,6 +51,11 @@ class OxFileUtils {
   /// True at once if the folder exists. Missing parents are made first. False, with nothing made, for a
   /// path that is too long for the system.
   static bool CreateDirectory(const OxPath& path);
+  /// What became of a folder whose making is bounded.
+  enum class Creation : std::uint8_t { kDone, kFailed, kTooMany };
+  /// This system's own extension, for paths that a stranger chose: as above, but when more than `most`
+  /// folders are missing none is made. `most` becomes less by those that are.
+  static Creation CreateDirectory(const OxPath& path, std::size_t& most);
   /// Removes the object, a folder with everything in it. False when nothing is there.
   static bool DeleteDirectory(const OxPath& path);
   /// True when nothing is there, false for a folder.
@@ -85,8 +92,8 @@ class OxFileUtils {
 
   static OxPath GetCurrentDirectory();                  ///< Absolute; empty when it is gone.
   static bool SetCurrentDirectory(const OxPath& path);  ///< Of the whole process.
-  /// A name in the folder for temporary files that nothing has; empty when that folder's path is no UTF-8.
-  /// No file is made.
+  /// A name in the folder for temporary files that nothing has; empty when none can be had: that folder is
+  /// missing, this process may not write to it, or its path is not UTF-8. No file is made.
   static OxPath GetNewTempFilePath();
   /// Only kApplicationSupport is known: ".local/share" in the effective user's home, made with mode 0700 if
   /// missing. False, and `out` as it was, when the user database has no home.
