@@ -1,4 +1,10 @@
-// Any bytes, extracted beside a canary: nothing outside the target bundle changes.
+// Any bytes, extracted beside a canary: nothing outside the target bundle changes, and the folders in it are not
+// many times what the names spell out.
+
+#include <algorithm>
+#include <cstddef>
+#include <filesystem>
+#include <string>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -19,6 +25,14 @@ void Silence() {
   close(null);
 }
 
+std::size_t CountFolders(const std::string& path) {
+  std::size_t folders = 1;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(path)) {
+    folders += entry.is_directory() ? 1 : 0;
+  }
+  return folders;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -36,6 +50,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Require(folder.Read("in.widget") == bytes, "the archive is untouched");
   const bool made = std::filesystem::exists(folder.File("out.widget"));
   Require(folder.Count() == (made ? 3U : 2U), "nothing appeared beside the bundle");
+  constexpr std::size_t kAllowed = 4096;
+  Require(!made || CountFolders(folder.File("out.widget")) <= std::max(kAllowed, size / 2),
+          "the folders are bounded");
   std::filesystem::remove_all(folder.File("out.widget"));
   return 0;
 }

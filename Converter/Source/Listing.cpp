@@ -6,6 +6,7 @@
 
 #include "Console.h"
 #include "OverlapLimit.h"
+#include "Storage/DamageWatch.h"
 #include "Storage/OxDataFile.h"
 #include "WidgetArchive.h"
 
@@ -14,6 +15,7 @@ namespace {
 struct Totals {
   std::uint32_t length = 0;
   std::uint32_t count = 0;
+  bool isDamaged = false;  // Not judged where the listing ends early.
 };
 
 std::string LengthColumn(std::uint32_t length) {
@@ -25,14 +27,16 @@ std::string LengthColumn(std::uint32_t length) {
 Totals PrintRecords(OxDataFile& file, bool verbose) {
   Totals totals;
   OverlapLimit limit(file);
+  DamageWatch watch(file);
   std::string line;
   const OxDataFile::Iterator end = file.End();
   for (OxDataFile::Iterator record = file.Begin(); record != end; ++record) {
+    watch.See(*record);
     const OxString& name = record->GetName();
     if (name == WidgetArchive::kMetaDataName) continue;
     if (!limit.Admits(name.size())) {
       Console::Error("Error: the listing of '%s' ends early\n", file.GetPath().c_str());
-      break;
+      return totals;
     }
     line.clear();
     if (verbose) line = LengthColumn(record->GetDataLength());
@@ -42,6 +46,7 @@ Totals PrintRecords(OxDataFile& file, bool verbose) {
     totals.length += record->GetDataLength();
     ++totals.count;
   }
+  totals.isDamaged = watch.FoundDamage();
   return totals;
 }
 
@@ -54,6 +59,10 @@ void List(OxDataFile& file, bool verbose) {
   if (verbose) {
     Console::PrintFormatted(" ------   ----\n%s%d files\n", LengthColumn(totals.length).c_str(),
                             static_cast<std::int32_t>(totals.count));
+  }
+  if (totals.isDamaged) {
+    Console::Error("Error: '%s' is damaged, some of its records cannot be read\n",
+                   file.GetPath().c_str());
   }
   file.Close();
 }

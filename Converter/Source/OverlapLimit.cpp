@@ -3,29 +3,28 @@
 #include <algorithm>
 #include <limits>
 
+#include "Storage/DamageWatch.h"
+
 namespace {
 
 constexpr std::uint64_t kMostTimesOver = 8;
-constexpr std::uint64_t kAllowedAnyway = std::uint64_t{16} << 20;
+constexpr std::uint64_t kBytesAllowedAnyway = std::uint64_t{16} << 20;
+constexpr std::size_t kFoldersAllowedAnyway = 4096;
+constexpr std::uint64_t kBytesOfAFolder = 2;  // One of its name, and "/".
 constexpr std::uint64_t kUnlimited = std::numeric_limits<std::uint64_t>::max();
-
-std::uint64_t LengthOf(OxDataFile& archive) {
-  const std::uint64_t position = archive.GetPosition();
-  const std::uint64_t length = archive.GoToEOF() == kStatusOk ? archive.GetPosition() : kUnlimited;
-  archive.SetPosition(position);
-  return length;
-}
 
 }  // namespace
 
-OverlapLimit::OverlapLimit(OxDataFile& archive) : length_(LengthOf(archive)) {
+OverlapLimit::OverlapLimit(OxDataFile& archive)
+    : length_(LengthOfFile(archive)),
+      foldersLeft_(std::max(kFoldersAllowedAnyway, FindNameTable(archive).bytes / kBytesOfAFolder)) {
   const bool isCounted = length_ <= kUnlimited / kMostTimesOver;
-  left_ = isCounted ? std::max(kMostTimesOver * length_, kAllowedAnyway) : kUnlimited;
+  bytesLeft_ = isCounted ? std::max(kMostTimesOver * length_, kBytesAllowedAnyway) : kUnlimited;
 }
 
 bool OverlapLimit::Admits(std::uint64_t bytes) {
   const std::uint64_t claimed = std::min(bytes, length_);
-  if (claimed > left_) return false;
-  left_ -= claimed;
+  if (claimed > bytesLeft_) return false;
+  bytesLeft_ -= claimed;
   return true;
 }

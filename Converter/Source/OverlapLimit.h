@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "Storage/OxDataFile.h"
@@ -7,7 +8,9 @@
 /// Stops a walk over the records of an archive that was made to fill a disk or a terminal. In a sound
 /// archive no two records share bytes, so all of them together are no longer than it; here a few
 /// thousand may each claim the whole file, or one name as long as the file.
-///   Allows: what damage may do: 16 MiB, or eight times the archive's length where that is more.
+///   Allows: what damage may do: 16 MiB, or eight times the archive's length where that is more. And 4,096
+///           folders, or half as many as the names have bytes where that is more: names that share no bytes
+///           stay below it, since a folder takes two bytes of some name.
 class OverlapLimit {
  public:
   /// For an open archive. One whose length cannot be asked, which no archive can bring about, has no
@@ -17,7 +20,11 @@ class OverlapLimit {
   /// Counts `bytes` that a record claims, no more than the whole archive. False when it is too much.
   bool Admits(std::uint64_t bytes);
 
+  /// How many folders may still be made; whoever makes some takes them off.
+  std::size_t& FoldersLeft() { return foldersLeft_; }
+
  private:
-  std::uint64_t length_;  // Bytes of the archive.
-  std::uint64_t left_;    // What may still be claimed.
+  std::uint64_t length_;     // Bytes of the archive.
+  std::uint64_t bytesLeft_;  // What may still be claimed.
+  std::size_t foldersLeft_;
 };

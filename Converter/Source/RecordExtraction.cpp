@@ -1,56 +1,107 @@
 #include "RecordExtraction.h"
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 #include <utility>
 
 #include "Console.h"
 #include "Storage/OxFile.h"
 #include "Storage/OxFileUtils.h"
+#include "WidgetArchive.h"
 
 namespace {
 
+constexpr char kSeparator = '/';
+
+// Takes the first component off, with the "/" after it.
+std::string_view TakeComponent(std::string_view& path) {
+  const std::string_view component = path.substr(0, path.find(kSeparator));
+  path.remove_prefix(std::min(path.size(), component.size() + 1));
+  return component;
+}
+
 bool HasParentComponent(std::string_view path) {
   while (!path.empty()) {
-    const std::string_view component = path.substr(0, path.find('/'));
-    if (component == "..") return true;
-    path.remove_prefix(std::min(path.size(), component.size() + 1));
+    if (TakeComponent(path) == "..") return true;
   }
   return false;
+}
+
+bool WouldLeaveTheBundle(const OxString& name) {
+  return name.view().find("..") != std::string_view::npos &&
+         HasParentComponent(OxPath(name).portable_string().view());
+}
+
+OxPath WithoutDots(const OxPath& path) {
+  std::string_view rest = path.portable_string().view();
+  if (rest.find('.') == std::string_view::npos) return path;
+  std::string text;
+  while (!rest.empty()) {
+    const std::string_view component = TakeComponent(rest);
+    const bool isLast = rest.find_first_not_of(kSeparator) == std::string_view::npos;
+    if (component == "." && !isLast) continue;
+    text += component;
+    if (!rest.empty()) text += kSeparator;
+  }
+  return OxPath(OxString(text));
+}
+
+// Whether a file cannot be opened for what its name is: too long, or that of a folder or a link.
+bool IsFaultOfTheName(FileStatus status) {
+  constexpr std::array kFaults = {kStatusBadName, kStatusFileNotFound, kStatusDuplicateName,
+                                  kStatusNoFolder, kStatusNotAFile};
+  return std::ranges::find(kFaults, status) != kFaults.end();
 }
 
 }  // namespace
 
-bool RecordExtraction::Extract(const OxDataFile::Record& record) {
+bool IsExtractable(const OxDataFile::Record& record) {
   const OxString& name = record.GetName();
-  if (name.empty()) return true;
-  const OxPath relative(name);
-  if (HasParentComponent(relative.portable_string().view())) {
-    Console::Error("Error: record '%s' would leave the bundle, skipped\n", name.c_str());
-    return true;
-  }
-  const OxPath file = contents_ / relative;
-  if (!MakeFolder(file.branch_path().native_string())) {
-    Console::Error("Error: could not create directory for file '%s'\n", file.native_string().c_str());
-    return false;
-  }
-  OxFile target(file.native_string());
-  // Deliberate: a file that cannot be opened is passed over in silence.
-  if (target.Open(OxFile::kWrite | OxFile::kCreate | OxFile::kExpectNew) != kStatusOk) return true;
-  if (WriteRecord(record, target)) return true;
-  Console::Error("Error: could not write to file '%s'\n", file.native_string().c_str());
-  return false;
+  return !name.empty() && !(name == WidgetArchive::kMetaDataName) && !WouldLeaveTheBundle(name);
 }
 
-bool RecordExtraction::MakeFolder(const OxString& folder) {
-  if (folder.view() == lastFolder_) return true;
+RecordExtraction::Outcome RecordExtraction::Extract(const OxDataFile::Record& record) {
+  const OxString& name = record.GetName();
+  if (!IsExtractable(record)) {
+    if (WouldLeaveTheBundle(name)) {
+      Console::Error("Error: record '%s' would leave the bundle, skipped\n", name.c_str());
+    }
+    return Outcome::kDone;
+  }
+  const OxPath file = contents_ / WithoutDots(OxPath(name));
+  const char* const text = file.native_string().c_str();
+  const Outcome folder = MakeFolder(file.branch_path().native_string());
+  if (folder == Outcome::kFailed) {
+    Console::Error("Error: could not create directory for file '%s'\n", text);
+  }
+  if (folder != Outcome::kDone) return folder;
+  OxFile target(file.native_string());
+  const FileStatus opened = target.Open(OxFile::kWrite | OxFile::kCreate | OxFile::kExpectNew);
+  // Deliberate: a name that no file can have is passed over silently.
+  if (IsFaultOfTheName(opened)) return Outcome::kDone;
+  if (opened == kStatusOk && WriteRecord(record, target)) return Outcome::kDone;
+  Console::Error("Error: could not write to file '%s'\n", text);
+  return Outcome::kFailed;
+}
+
+RecordExtraction::Outcome RecordExtraction::MakeFolder(const OxString& folder) {
+  if (folder.view() == lastFolder_) return Outcome::kDone;
   std::string text(folder.view());
   if (!folders_.contains(text)) {
-    if (!OxFileUtils::Exists(folder) && !WobCreateDirectory(folder)) return false;
+    switch (OxFileUtils::CreateDirectory(folder, limit_.FoldersLeft())) {
+      case OxFileUtils::Creation::kTooMany:
+        return Outcome::kTooManyFolders;
+      case OxFileUtils::Creation::kFailed:
+        if (!OxFileUtils::Exists(folder)) return Outcome::kFailed;
+        break;
+      case OxFileUtils::Creation::kDone:
+        break;
+    }
     folders_.insert(text);
   }
   lastFolder_ = std::move(text);
-  return true;
+  return Outcome::kDone;
 }
 
 bool RecordExtraction::WriteRecord(const OxDataFile::Record& record, OxFile& target) {

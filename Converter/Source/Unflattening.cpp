@@ -1,67 +1,163 @@
 #include "Unflattening.h"
 
+#include <optional>
 #include <system_error>
+#include <vector>
 
 #include "Console.h"
 #include "ObjectIdentity.h"
 #include "OverlapLimit.h"
+#include "Posix/FileOps.h"
+#include "Posix/RepeatInterrupted.h"
 #include "RecordExtraction.h"
+#include "Storage/DamageWatch.h"
 #include "Storage/OxDataFile.h"
 #include "Storage/OxFileUtils.h"
 #include "WidgetArchive.h"
 
 namespace {
 
-// Deletes the old bundle, unless that would take the archive with it.
+// A place where a bundle is made before it is moved: below a folder in the temporary one that is nobody
+// else's to look into. What is still there at the end is deleted.
+class TemporaryBundle {
+ public:
+  TemporaryBundle() {
+    constexpr unsigned kPrivate = 0700;
+    const OxPath folder(WobGetNewTempFilePath());
+    const char* const path = folder.native_string().c_str();
+    if (RepeatInterrupted([&] { return Posix::Files().MakeFolder(path, kPrivate); }) >= 0) {
+      folder_ = folder;
+    }
+  }
+  TemporaryBundle(const TemporaryBundle&) = delete;
+  TemporaryBundle& operator=(const TemporaryBundle&) = delete;
+  ~TemporaryBundle() {
+    if (IsUsable()) WobDeleteDirectory(folder_.native_string());
+  }
+
+  bool IsUsable() const { return !folder_.native_string().empty(); }
+  OxPath Path() const { return folder_ / OxPath(folder_.leaf()); }
+  // Deliberate: whether the move succeeds is not asked, and a bundle that cannot be moved stays; an archive
+  // without files made nothing to move.
+  void MoveInto(const OxPath& folder) {
+    WobMoveFile(Path().native_string(), folder.native_string(), kConflictRename);
+    const char* const path = folder_.native_string().c_str();
+    RepeatInterrupted([&] { return Posix::Files().RemoveFolder(path); });
+    folder_.clear();
+  }
+
+ private:
+  OxPath folder_;
+};
+
+// What a walk over an archive finds out before anything is changed.
+struct Survey {
+  bool isDamaged = false;
+  bool hasNoNames = false;
+  bool isExtractable = false;  // There is a record to extract.
+};
+
+// Prints nothing. A walk that the limit stops judges nothing: the extraction is stopped as well.
+Survey Examine(OxDataFile& file) {
+  Survey survey;
+  OverlapLimit limit(file);
+  DamageWatch watch(file);
+  const OxDataFile::Iterator end = file.End();
+  for (OxDataFile::Iterator record = file.Begin(); record != end; ++record) {
+    survey.isExtractable = survey.isExtractable || IsExtractable(*record);
+    if (!limit.Admits(record->GetName().size())) return survey;
+    watch.See(*record);
+  }
+  survey.isDamaged = watch.FoundDamage();
+  survey.hasNoNames = watch.HasNoNames();
+  return survey;
+}
+
+bool IsEmptyFolder(const OxPath& path) {
+  std::vector<OxFolderEntry> entries;
+  const auto info = IdentifyLink(path);
+  return info && info->kind == Posix::FileKind::kFolder &&
+         OxFileUtils::ListFolder(path, "*", entries) == 0;
+}
+
+// Deletes the old bundle, unless that would take the archive with it. A folder that is emptied, but cannot be
+// removed, is as good as a new one.
 bool ClearTarget(const OxPath& archive, const OxPath& bundle) {
   const char* const target = bundle.native_string().c_str();
   if (IsSameObject(archive, bundle) || GoesWith(archive, bundle)) {
     Console::Error("Error: '%s' lies inside '%s'\n", archive.native_string().c_str(), target);
     return false;
   }
-  WobDeleteDirectory(bundle.native_string());
+  const auto old = IdentifyLink(bundle);
+  const bool isSpecial = old && old->kind == Posix::FileKind::kOther;
+  if (!isSpecial) WobDeleteDirectory(bundle.native_string());
   if (!IsThere(bundle)) return true;
+  if (old && old->kind == Posix::FileKind::kFolder && IsEmptyFolder(bundle)) return true;
   Console::Error("Error: could not delete '%s'\n", target);
   return false;
 }
 
-bool ExtractAll(OxDataFile& file, const OxPath& bundle, bool verbose) {
+// `isDamaged` becomes true when this walk, unlike the one before, finds damage.
+bool ExtractAll(OxDataFile& file, const OxPath& bundle, bool verbose, bool& isDamaged) {
+  using Outcome = RecordExtraction::Outcome;
   OverlapLimit limit(file);
-  RecordExtraction extraction(bundle / OxPath(WidgetArchive::kContentsFolder), verbose);
+  DamageWatch watch(file);
+  RecordExtraction extraction(bundle / OxPath(WidgetArchive::kContentsFolder), limit, verbose);
   const OxDataFile::Iterator end = file.End();
   for (OxDataFile::Iterator record = file.Begin(); record != end; ++record) {
+    watch.See(*record);
     if (record->GetName() == WidgetArchive::kMetaDataName) continue;
-    if (!limit.Admits(std::uint64_t{record->GetDataLength()} + record->GetName().size())) {
+    const std::uint64_t claimed = std::uint64_t{record->GetDataLength()} + record->GetName().size();
+    const Outcome outcome =
+        limit.Admits(claimed) ? extraction.Extract(*record) : Outcome::kTooManyFolders;
+    if (outcome == Outcome::kTooManyFolders) {
       Console::Error("Error: the records of '%s' overlap, the rest is left out\n",
                      file.GetPath().c_str());
-      return false;
     }
-    if (!extraction.Extract(*record)) return false;
+    if (outcome != Outcome::kDone) return false;
   }
+  isDamaged = isDamaged || watch.FoundDamage();
   return extraction.WasComplete();
 }
 
-// Deliberate: whether the move succeeds is not asked; an archive without files made nothing to move.
-void MoveIntoFolderOf(const OxPath& bundle, const OxPath& made) {
-  OxPath folder = bundle.branch_path();
-  if (folder.native_string().empty()) folder = OxPath(".");
-  WobMoveFile(made.native_string(), folder.native_string(), kConflictRename);
+// Extracts what can be read.
+bool ExtractWithReport(OxDataFile& file, const OxPath& bundle, bool verbose, bool isDamaged) {
+  const bool extracted = ExtractAll(file, bundle, verbose, isDamaged);
+  if (isDamaged) {
+    Console::Error("Error: '%s' is damaged, some of its records cannot be read\n",
+                   file.GetPath().c_str());
+  }
+  return extracted && !isDamaged;
+}
+
+OxPath FolderOf(const OxPath& path) {
+  const OxPath folder = path.branch_path();
+  return folder.native_string().empty() ? OxPath(".") : folder;
 }
 
 bool Unflatten(const OxPath& archive, const OxPath& bundle, bool verbose) {
   OxDataFile file(WidgetArchive::kTypeCode, archive.native_string());
   // Deliberate: asked before the archive is open, so the answer is always no.
   if (file.IsProtected()) return false;
-  const bool isSamePath = bundle == archive;
-  const OxPath target = isSamePath ? OxPath(WobGetNewTempFilePath()) : bundle;
+  std::optional<TemporaryBundle> temporary;
+  if (bundle == archive && !temporary.emplace().IsUsable()) {
+    Console::Error("Error: no temporary file can be made\n");
+    return false;
+  }
   if (!file.Open(OxDataFile::kOpenRead)) {
     Console::PrintFormatted("Unable to open '%s'\n", archive.native_string().c_str());
     return true;
   }
-  if (!isSamePath && !ClearTarget(archive, bundle)) return false;
-  const bool extracted = ExtractAll(file, target, verbose);
+  const Survey survey = Examine(file);
+  if ((survey.isDamaged || survey.hasNoNames) && !survey.isExtractable) {
+    Console::Error("Error: '%s' is damaged, none of its records can be read\n", file.GetPath().c_str());
+    return false;
+  }
+  if (!temporary && !ClearTarget(archive, bundle)) return false;
+  const bool extracted =
+      ExtractWithReport(file, temporary ? temporary->Path() : bundle, verbose, survey.isDamaged);
   file.Close();
-  if (isSamePath && extracted) MoveIntoFolderOf(bundle, target);
+  if (temporary && extracted) temporary->MoveInto(FolderOf(bundle));
   return extracted;
 }
 

@@ -1,5 +1,8 @@
+#include <cstdint>
+#include <filesystem>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "Flattening.h"
 #include "Listing.h"
@@ -73,6 +76,116 @@ TEST(Damage, AnArchiveReachesNothingBesidesItsBundle) {
     EXPECT_GT(damages, 700);
     std::cout << damages << " damages\n";
   }
+}
+
+constexpr int kHeadAt = 16, kTailAt = 24, kNameTableAt = 48;  // In the file header.
+constexpr int kNameAt = 4, kLengthAt = 8, kNextAt = 16;       // In a record header.
+constexpr std::uint64_t kNoBlock = ~std::uint64_t{0}, kSomewhere = 1 << 20;
+
+std::string Put(std::string bytes, std::size_t at, std::uint64_t number, int size = 8) {
+  for (int i = 0; i < size; ++i)
+    bytes[at + static_cast<std::size_t>(i)] = static_cast<char>(number >> 8 * i);
+  return bytes;
+}
+
+std::uint64_t Number(const std::string& bytes, std::size_t at) {
+  std::uint64_t number = 0;
+  for (std::size_t i = 8; i-- > 0;) number = number << 8 | static_cast<unsigned char>(bytes[at + i]);
+  return number;
+}
+
+// An archive of four records, and an old bundle where it is extracted to.
+class DamagedArchive : public testing::Test {
+ protected:
+  enum Verdict { kSound, kSome, kNone };
+
+  DamagedArchive() {
+    for (const char* name : {"a", "main.wob", "s/b", "zebra.png"}) {
+      folder_.Write("X.widget/Contents/" + std::string(name), name[0] == 'm' ? "<widget/>" : name);
+    }
+    FlattenBundle(Path("X.widget"), Path("archive"), false, false);
+    good_ = folder_.Read("archive");
+    for (std::uint64_t at = Number(good_, kHeadAt); at != kNoBlock; at = Number(good_, at + kNextAt)) {
+      records_.push_back(at);
+    }
+  }
+
+  OxPath Path(const char* name) const { return OxPath(folder_.Path(name).c_str()); }
+
+  // Lists and extracts; what is said, and what is done, have to go together.
+  Verdict Judge(const std::string& bytes, int complete = 4) {
+    folder_.Write("archive", bytes);
+    std::filesystem::remove_all(folder_.Path("out"));
+    folder_.Write("out/old", "old");
+    bool result = false;
+    const std::string listed = Capture([&] { ListFileContents(Path("archive"), false); }).err;
+    std::string err = Capture([&] { result = UnflattenFile(Path("archive"), Path("out"), false); }).err;
+    const std::string line = "Error: '" + folder_.Path("archive") + "' is damaged, ";
+    const std::string some = line + "some of its records cannot be read\n";
+    const Verdict verdict = err.ends_with(some)                                 ? kSome
+                            : err == line + "none of its records can be read\n" ? kNone
+                                                                                : kSound;
+    EXPECT_EQ(result, err.empty());
+    EXPECT_EQ(listed, verdict == kSound ? "" : some);
+    EXPECT_EQ(folder_.Exists("out/old"), verdict == kNone);
+    int whole = 0;
+    for (const char* name : {"a", "main.wob", "s/b", "zebra.png"}) {
+      const std::string file = "Contents/" + std::string(name);
+      whole += folder_.Exists("out/" + file) &&
+               folder_.Read("out/" + file) == folder_.Read("X.widget/" + file);
+    }
+    EXPECT_TRUE(whole == complete || verdict != kSound) << "a loss that nobody is told of";
+    EXPECT_EQ(folder_.Exists("out/Contents"), verdict != kNone && complete > 0);
+    return verdict;
+  }
+
+  TemporaryFolder folder_;
+  std::string good_;
+  std::vector<std::uint64_t> records_;
+};
+
+TEST_F(DamagedArchive, IsToldWhereverItIsCut) {
+  ASSERT_EQ(records_.size(), 4U);
+  EXPECT_EQ(Judge(good_), kSound);
+  for (std::size_t length = 72; length < good_.size(); ++length) {
+    SCOPED_TRACE(length);
+    EXPECT_NE(Judge(good_.substr(0, length)), kSound);
+  }
+}
+
+TEST_F(DamagedArchive, IsToldWhateverLinkOrNameIsBent) {
+  for (const std::uint64_t target : {kNoBlock, kSomewhere, records_[0], ~std::uint64_t{7}}) {
+    SCOPED_TRACE(target);
+    Judge(Put(good_, kHeadAt, target));
+    EXPECT_EQ(Judge(Put(good_, kTailAt, target)), kSound) << "nothing is lost";
+    for (const std::uint64_t record : records_) Judge(Put(good_, record + kNextAt, target));
+  }
+  constexpr std::uint32_t kTableBytes = 25;
+  for (const std::uint64_t record : records_) {
+    for (const std::uint32_t offset : {0xFFFFFFFFU, 0xFFFFFFFEU, 1000U, kTableBytes}) {
+      EXPECT_EQ(Judge(Put(good_, record + kNameAt, offset, 4)), kSome) << offset;
+    }
+  }
+  const std::size_t name = good_.rfind("zebra.png");
+  EXPECT_EQ(Judge(Put(good_, name, 0xFF, 1)), kSome);
+  EXPECT_EQ(Judge(Put(good_, name, 0, 1)), kSome);
+  EXPECT_EQ(Judge(Put(good_, kNameTableAt, kSomewhere)), kNone);
+  EXPECT_EQ(Judge(Put(good_, Number(good_, kNameTableAt) + kLengthAt, 26, 4)), kSome);
+}
+
+TEST_F(DamagedArchive, IsOneThatWasNeverClosed) {
+  std::string killed = good_;
+  for (std::size_t at = kHeadAt; at < 64; at += 8) killed = Put(killed, at, kNoBlock);
+  EXPECT_EQ(Judge(killed), kNone);
+  EXPECT_EQ(Judge(killed.substr(0, 72), 0), kSound) << "an archive of nothing";
+}
+
+TEST_F(DamagedArchive, IsNotOneWithoutNamesButItsBundleStays) {
+  folder_.Write("archive", Put(good_, kNameTableAt, kNoBlock));
+  folder_.Write("out/old", "old");
+  EXPECT_EQ(Capture([&] { ListFileContents(Path("archive"), false); }).err, "");
+  EXPECT_NE(Capture([&] { EXPECT_FALSE(UnflattenFile(Path("archive"), Path("out"), false)); }).err, "");
+  EXPECT_TRUE(folder_.Exists("out/old"));
 }
 
 }  // namespace

@@ -1,3 +1,7 @@
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <set>
 #include <span>
 
 #include "BundleTest.h"
@@ -17,8 +21,8 @@ std::string Text(const std::array<std::byte, Size>& bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), Size};
 }
 
-// 200 headers in a row: the payload of each is all that follows it, its name the end of one long name.
-std::string Overlapping(std::uint32_t nameBytes, std::uint32_t payloadBytes) {
+// 200 headers in a row: the payload of each is all that follows it, its name an end of `names`.
+std::string Overlapping(const std::string& names, std::uint32_t nameStep, std::uint32_t payloadBytes) {
   constexpr std::uint32_t kRecords = 200;
   constexpr std::uint64_t kFirst = FlatFile::kFileHeaderSize;
   const std::uint64_t end = kFirst + kRecords * FlatFile::kRecordHeaderSize + payloadBytes;
@@ -26,14 +30,15 @@ std::string Overlapping(std::uint32_t nameBytes, std::uint32_t payloadBytes) {
       {.typeCode = 0x77646774, .usedList = {kFirst, kFirst}, .freeList = {}, .nameTablePos = end}));
   for (std::uint32_t i = 0; i < kRecords; ++i) {
     const std::uint64_t next = file.size() + FlatFile::kRecordHeaderSize;
-    file += Text(FlatFile::Encode({.nameOffset = i,
+    file += Text(FlatFile::Encode({.nameOffset = i * nameStep,
                                    .dataLength = static_cast<std::uint32_t>(end - next),
                                    .flags = FlatFile::kInUse,
                                    .next = i + 1 < kRecords ? next : FlatFile::kNoPosition}));
   }
   file.append(payloadBytes, 'x');
-  file += Text(FlatFile::Encode(FlatFile::RecordHeader{.dataLength = nameBytes}));
-  return file + std::string(nameBytes, 'n');
+  file += Text(
+      FlatFile::Encode(FlatFile::RecordHeader{.dataLength = static_cast<std::uint32_t>(names.size())}));
+  return file + names;
 }
 
 TEST_F(Unflattening, WhatStopsIt) {
@@ -60,7 +65,7 @@ TEST_F(Unflattening, WhatStopsIt) {
 }
 
 TEST_F(Unflattening, RecordsThatOverlapDoNotFillTheDisk) {
-  folder.Write("archive", Overlapping(200, 100000));
+  folder.Write("archive", Overlapping(std::string(200, 'n'), 1, 100000));
   const Printed printed =
       Capture([&] { EXPECT_FALSE(UnflattenFile(Path("archive"), Path("out"), false)); });
   EXPECT_EQ(printed.err,
@@ -69,10 +74,81 @@ TEST_F(Unflattening, RecordsThatOverlapDoNotFillTheDisk) {
   EXPECT_TRUE(folder.Exists("out/Contents/" + std::string(50, 'n')));
   EXPECT_FALSE(folder.Exists("out/Contents/n"));
 
-  folder.Write("archive", Overlapping(200000, 0));
+  folder.Write("archive", Overlapping(std::string(200000, 'n'), 1, 0));
   const Printed listed = Capture([&] { ListFileContents(Path("archive"), false); });
   EXPECT_EQ(listed.err, "Error: the listing of '" + folder.Path("archive") + "' ends early\n");
   EXPECT_LT(listed.out.size(), 17U << 20);
+}
+
+TEST_F(Unflattening, NamesThatOverlapDoNotFillTheDiskWithFolders) {
+  std::string names;
+  for (int i = 0; i < 300; ++i) names += std::to_string(100 + i) + '/';
+  folder.Write("archive", Overlapping(names + 'f', 4, 0));
+  const Printed printed =
+      Capture([&] { EXPECT_FALSE(UnflattenFile(Path("archive"), Path("out"), false)); });
+  EXPECT_EQ(printed.err,
+            "Error: the records of '" + folder.Path("archive") + "' overlap, the rest is left out\n");
+  EXPECT_LE(std::distance(std::filesystem::recursive_directory_iterator(folder.Path("out")), {}), 4100);
+
+  OxDataFile honest(0x77646774, folder.Path("archive").c_str());
+  honest.Open(OxDataFile::kOpenRead | OxDataFile::kOpenWrite | OxDataFile::kOpenCreate);
+  for (int i = 0; i < 5000; ++i) honest.AddRecord(OxString((std::to_string(i) + "/f").c_str()), 1, "x");
+  honest.Close();
+  EXPECT_TRUE(UnflattenFile(Path("archive"), Path("out"), false));
+  EXPECT_EQ(std::distance(std::filesystem::recursive_directory_iterator(folder.Path("out")), {}), 10001);
+}
+
+TEST_F(Unflattening, OnlyWhatIsWrongWithANameIsPassedOver) {
+  ASSERT_TRUE(Flatten());
+  const auto extract = [&](int error) {
+    FaultyFileOps faults({.failCall = 2, .error = error, .only = Support::FileCall::kOpen});
+    return UnflattenFile(Path("archive"), Path("out"), false);
+  };
+  for (const int error : {ENOSPC, EDQUOT, EMFILE, ENFILE, ENOMEM, EROFS, EIO, EACCES}) {
+    const std::string err = Capture([&] { EXPECT_FALSE(extract(error)); }).err;
+    EXPECT_EQ(err, "Error: could not write to file '" + folder.Path("out/Contents/main.wob") + "'\n");
+  }
+  for (const int error : {ENAMETOOLONG, EISDIR, ENOTDIR, ENOENT, ELOOP}) {
+    EXPECT_EQ(Capture([&] { EXPECT_TRUE(extract(error)) << error; }).err, "");
+    EXPECT_FALSE(folder.Exists("out/Contents/main.wob"));
+    EXPECT_TRUE(folder.Exists("out/Contents/sub/b"));
+  }
+}
+
+TEST_F(Unflattening, AnEmptiedFolderThatCannotBeRemovedServes) {
+  ASSERT_TRUE(Flatten());
+  folder.Write("out/old", "old");
+  FaultyFileOps faults({.failCall = 1, .error = EBUSY, .only = Support::FileCall::kRemoveFolder});
+  EXPECT_EQ(Capture([&] { EXPECT_TRUE(UnflattenFile(Path("archive"), Path("out"), false)); }).err, "");
+  EXPECT_TRUE(faults.Fired());
+  EXPECT_FALSE(folder.Exists("out/old"));
+  EXPECT_EQ(folder.Read("out/Contents/sub/b"), "second");
+}
+
+// Looks, while files are written, at who may go where they are.
+class Onlooker final : public Posix::FileOps {
+ public:
+  explicit Onlooker(const std::string& folder) : folder_(folder), installed_(this) {}
+  std::int64_t WriteAt(int fd, std::span<const Posix::Piece> pieces, std::uint64_t position) override {
+    for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+      modes.insert(static_cast<int>(entry.status().permissions()));
+    }
+    return FileOps::WriteAt(fd, pieces, position);
+  }
+  std::set<int> modes;
+
+ private:
+  std::string folder_;
+  Posix::ScopedFileOps installed_;
+};
+
+TEST_F(Unflattening, ATemporaryBundleIsPrivate) {
+  ASSERT_TRUE(Flatten());
+  setenv("TMPDIR", folder.MakeFolder("tmp").c_str(), 1);
+  Onlooker onlooker(folder.Path("tmp"));
+  EXPECT_TRUE(UnflattenFile(Path("archive"), Path("archive"), false));
+  unsetenv("TMPDIR");
+  EXPECT_EQ(onlooker.modes, std::set<int>{0700});
 }
 
 }  // namespace
