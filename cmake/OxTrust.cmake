@@ -1,38 +1,78 @@
-# Trust is data: a folder of certificates becomes the built-in tables of a program that links them.
+# Trust is data: a folder of certificates becomes the built-in tables of a program that links them. Nothing that is
+# built here has to run for that, and the compiler compares the fingerprints.
 
 set(OX_TRUST_FOLDER "${PROJECT_SOURCE_DIR}/Trust" CACHE PATH "Folder of the certificates that Converter trusts")
 
-# The program that reads such a folder. It is made while configuring, from the compiler and the
-# cryptographic library that the project needs anyway.
-function(ox_build_trust_table_program program)
-  set(source "${PROJECT_SOURCE_DIR}/cmake/TrustTable.cpp")
-  set(binary "${PROJECT_BINARY_DIR}/trust_table${CMAKE_EXECUTABLE_SUFFIX}")
-  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${source}")
-  if("${source}" IS_NEWER_THAN "${binary}")
-    try_compile(compiled "${PROJECT_BINARY_DIR}/trust_table_build" "${source}"
-      LINK_LIBRARIES OpenSSL::Crypto
-      CXX_STANDARD 20 CXX_STANDARD_REQUIRED ON
-      OUTPUT_VARIABLE log COPY_FILE "${binary}")
-    unset(compiled CACHE)
-    if(NOT EXISTS "${binary}" OR "${source}" IS_NEWER_THAN "${binary}")
-      message(FATAL_ERROR "cmake/TrustTable.cpp, which reads the trust folder, was not built:\n${log}")
-    endif()
+# The lines of the one PEM certificate in `folder`/`name` as string literals, without the last line end.
+function(ox_read_certificate result folder name)
+  set(text "")
+  if(EXISTS "${folder}/${name}")
+    file(READ "${folder}/${name}" text)
   endif()
-  set(${program} "${binary}" PARENT_SCOPE)
+  string(REGEX MATCHALL "-----BEGIN CERTIFICATE-----[^-]*-----END CERTIFICATE-----" certificates "${text}")
+  list(LENGTH certificates count)
+  if(NOT count EQUAL 1)
+    message(FATAL_ERROR "The trust folder ${folder} cannot be used:\n${name} holds ${count} PEM certificates, not one")
+  endif()
+  string(REGEX REPLACE "[ \t\r]*\n" "\\\\n\"\n    \"" certificates "${certificates}")
+  set(${result} "    \"${certificates}\"" PARENT_SCOPE)
+endfunction()
+
+# The lists of names and fingerprints that `folder`/fingerprints.txt has.
+function(ox_read_roots names fingerprints folder)
+  file(STRINGS "${folder}/fingerprints.txt" lines REGEX "^[ \t]*[^# \t]")
+  set(found_names "")
+  set(found_fingerprints "")
+  foreach(line IN LISTS lines)
+    if(NOT line MATCHES "^[ \t]*([0-9A-Fa-f:]+)[ \t]+([^ \t\r]+)[ \t\r]*$" OR CMAKE_MATCH_2 IN_LIST found_names)
+      message(FATAL_ERROR "${folder}/fingerprints.txt has a line that is no new root: ${line}")
+    endif()
+    list(APPEND found_names "${CMAKE_MATCH_2}")
+    list(APPEND found_fingerprints "${CMAKE_MATCH_1}")
+  endforeach()
+  set(${names} "${found_names}" PARENT_SCOPE)
+  set(${fingerprints} "${found_fingerprints}" PARENT_SCOPE)
+endfunction()
+
+# Writes the source of the tables of `folder` to `output`.
+function(ox_write_trust_tables folder output)
+  ox_read_roots(roots fingerprints "${folder}")
+  file(GLOB files RELATIVE "${folder}" "${folder}/*.pem")
+  set(implicit ${files})
+  list(FILTER implicit INCLUDE REGEX "^implicit-")
+  set(strays ${files})
+  list(REMOVE_ITEM strays ${roots} ${implicit})
+  list(LENGTH implicit count)
+  if(NOT roots OR strays OR NOT count EQUAL 3)
+    message(FATAL_ERROR "The trust folder ${folder} cannot be used: it needs roots, listed in fingerprints.txt "
+      "(there: ${roots}), exactly three implicit-*.pem (there: ${implicit}) and no other .pem (there: ${strays})")
+  endif()
+
+  set(OX_ROOTS "")
+  set(OX_CHECKS "")
+  set(index 0)
+  foreach(root fingerprint IN ZIP_LISTS roots fingerprints)
+    ox_read_certificate(text "${folder}" "${root}")
+    string(APPEND OX_ROOTS "    // ${root}\n${text},\n")
+    string(APPEND OX_CHECKS
+      "static_assert(CertificateFingerprint(kRoots[${index}]) == FingerprintOf(\"${fingerprint}\"),\n"
+      "              \"${root} has another SHA-1 fingerprint than fingerprints.txt expects\");\n")
+    math(EXPR index "${index} + 1")
+  endforeach()
+  set(OX_IMPLICIT "")
+  foreach(file IN LISTS implicit)
+    ox_read_certificate(text "${folder}" "${file}")
+    string(APPEND OX_IMPLICIT "    // ${file}\n    {CertificateFingerprint(\n${text}),\n     0xFFFFFFFF},\n")
+  endforeach()
+  configure_file("${CMAKE_CURRENT_FUNCTION_LIST_DIR}/TrustTables.cpp.in" "${output}" @ONLY)
 endfunction()
 
 # ox_add_trust(name folder)
-# The tables of `folder` as a target for programs to link, one for each program. Stops when the folder is
-# not as it has to be; Trust/README.md says how that is.
+# The tables of `folder` as a target for programs to link, one for each program. Configuring or compiling stops when
+# the folder is not as it has to be; Trust/README.md says how that is.
 function(ox_add_trust name folder)
-  ox_build_trust_table_program(program)
   set(tables "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp")
-  execute_process(COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} "${program}" "${folder}" "${tables}.new"
-    RESULT_VARIABLE result ERROR_VARIABLE problem)
-  if(NOT result EQUAL 0)
-    message(FATAL_ERROR "The trust folder ${folder} cannot be used:\n${problem}")
-  endif()
-  file(COPY_FILE "${tables}.new" "${tables}" ONLY_IF_DIFFERENT)
+  ox_write_trust_tables("${folder}" "${tables}")
   file(GLOB inputs "${folder}/*.pem")
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
     "${folder}" "${folder}/fingerprints.txt" ${inputs})

@@ -1,7 +1,7 @@
 """Signs and verifies through two builds of the program, with the openssl command line as the judge.
 
-usage: signing_end_to_end.py PROGRAM SHIPPED_PROGRAM TRUST_READER FIXTURES
-PROGRAM trusts FIXTURES/trust, SHIPPED_PROGRAM the shipped roots; TRUST_READER is what configuring runs.
+usage: signing_end_to_end.py PROGRAM SHIPPED_PROGRAM SOURCE CMAKE COMPILER
+PROGRAM trusts the folder trust of the fixtures, SHIPPED_PROGRAM the shipped roots.
 """
 import os
 import pathlib
@@ -14,8 +14,8 @@ import sys
 import tempfile
 import time
 
-PROGRAM, SHIPPED, READER = sys.argv[1:4]
-FIXTURES = pathlib.Path(sys.argv[4])
+PROGRAM, SHIPPED, SOURCE, CMAKE, COMPILER = sys.argv[1:6]
+FIXTURES = pathlib.Path(SOURCE, "Tests/Fixtures/Signing")
 CONTENT = b"The content of a file.\n" * 1000
 VERIFIED = "File signature is present and verified. Signer: '%s' Trusted: %d\n"
 UNKNOWN = "Signature is valid, however certificate authenticity could not be verified. Signer: '%s'\n"
@@ -184,19 +184,25 @@ with subprocess.Popen([PROGRAM, *["-" + "x" * 1000] * 100, "-p", "open sesame", 
     expect("the limit on core images", time.monotonic() < end, True)
     process.kill()
 
-# Broken trust folders stop the configuring.
+# Broken trust folders stop the configuring or, where a fingerprint is wrong, the compiler.
+(folder / "write.cmake").write_text(f"""cmake_minimum_required(VERSION 3.22)
+include("{SOURCE}/cmake/OxTrust.cmake")
+ox_write_trust_tables("{folder}/trust" "{folder}/tables.cpp")
+""")
 listed = (FIXTURES / "trust" / "fingerprints.txt").read_text()
 valid = (FIXTURES / "valid.pem").read_text()
 for name, text, problem in [
-    ("fingerprints.txt", listed.replace("A", "B", 1), "has the SHA-1 fingerprint"),
-    ("fingerprints.txt", listed.splitlines()[0], "root-intermediate.pem is neither listed"),
-    ("root-authority.pem", valid, "has the SHA-1 fingerprint"),
-    ("implicit-2.pem", "nothing", "holds no PEM certificate"),
-    ("implicit-2.pem", None, "exactly three"),
-    ("implicit-4.pem", valid, "exactly three"),
+    ("fingerprints.txt", listed.replace("A", "B", 1), "root-authority.pem has another SHA-1 fingerprint"),
+    ("fingerprints.txt", listed.splitlines()[0], "no other .pem (there: root-intermediate.pem)"),
+    ("root-authority.pem", valid, "root-authority.pem has another SHA-1 fingerprint"),
+    ("implicit-2.pem", "nothing", "implicit-2.pem holds 0 PEM"),
+    ("implicit-2.pem", None, "exactly three implicit"),
+    ("implicit-4.pem", valid, "exactly three implicit"),
 ]:
     trust = shutil.copytree(FIXTURES / "trust", folder / "trust")
     (trust / name).unlink() if text is None else (trust / name).write_text(text)
-    status, said = run(READER, trust, folder / "tables")
-    expect((name, said), (status, problem in said), (1, True))
+    status, said = run(CMAKE, "-P", folder / "write.cmake")
+    if status == 0:
+        status, said = run(COMPILER, "-std=c++20", "-fsyntax-only", f"-I{SOURCE}/Core/Source", folder / "tables.cpp")
+    expect((name, said), (status, problem in " ".join(said.split())), (1, True))
     shutil.rmtree(trust)
