@@ -2,20 +2,27 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <unordered_map>
 #include <vector>
 
 #include "Foundation/OxString.h"
+#include "Storage/FlatFileFormat.h"
 
-/// What a bundle's files become, in order: one step per record, and one per thing that can't become one.
+/// The largest file that a record can hold; a larger one cannot be read.
+constexpr std::uint64_t kLargestStoredFile =
+    std::numeric_limits<std::uint32_t>::max() - FlatFile::kRecordHeaderSize;
+
+/// What a bundle's files become, in order: one step per record, and one per entry that can't become one.
 class BundlePlan {
  public:
   /// What becomes of an entry.
   enum class StepKind : std::uint8_t {
     kFile,
-    kUnusableName,    ///< A name that no path can hold (not UTF-8, or with a backslash): never readable.
+    kDanglingLink,  ///< A link that led nowhere when it was listed: a file, unless it leads to the archive.
+    kUnreadable,      ///< Neither a file nor a folder, or a name that no path can hold.
     kUnlistedFolder,  ///< A folder whose entries cannot be had: nothing in it becomes a record.
-    kLeftOut,         ///< A file that another one replaces.
+    kLeftOut,         ///< A file that another one replaces, or the archive itself.
   };
 
   /// One entry of a folder.
@@ -30,13 +37,19 @@ class BundlePlan {
   struct Folder {
     OxString path;        ///< On the disk, with a "/" at the end.
     OxString relative;    ///< Of its records' names: empty, or with a "/" at the end.
-    std::size_t end = 0;  ///< The first step behind it.
+    std::size_t end = 0;  ///< The first step after it.
   };
 
   std::vector<Step> steps;      ///< In the order of the records.
   std::vector<Folder> folders;  ///< In the order in which the walk entered them.
   /// Steps that store, under their own name, the file of a later step.
   std::unordered_map<std::size_t, std::size_t> replacements;
+  /// Why the bundle cannot be flattened, a line for standard error; empty when it can.
+  OxString failure;
+  /// Writing the archive would overwrite something in a folder that the plan reaches.
+  bool reachesArchive = false;
+  /// Some folder has two names that differ only in letter case.
+  bool hasNameClashes = false;
 
   /// The record's own name, also when it gets another file's bytes.
   OxString RecordName(std::size_t step) const;
@@ -44,9 +57,9 @@ class BundlePlan {
   OxString SourcePath(std::size_t step) const;
   /// Its last component, for error lines.
   const OxString& SourceLeaf(std::size_t step) const { return steps[SourceOf(step)].leaf; }
-  /// Where an unreadable file fails the run.
+  /// True for files directly in the root, where an unreadable file is fatal.
   bool IsInFirstFolder(std::size_t step) const { return steps[step].folder == 0; }
-  /// The first step behind the folder that a step lies in.
+  /// The first step after the folder that a step lies in.
   std::size_t EndOfFolder(std::size_t step) const { return folders[steps[step].folder].end; }
 
  private:

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "Console.h"
 #include "NameClashes.h"
 #include "ObjectIdentity.h"
 #include "Posix/FileOps.h"
@@ -19,14 +19,14 @@ using Posix::FileInfo;
 using Posix::FileKind;
 using StepKind = BundlePlan::StepKind;
 
-// What a link leads to; one that leads nowhere, or cannot be followed, is a file that cannot be read.
-FileKind KindBehind(const OxString& link) {
+// Nothing for a link that leads nowhere or cannot be followed.
+std::optional<FileInfo> TargetOf(const OxString& link) {
   FileInfo info;
   const int result = RepeatInterrupted([&] { return Posix::Files().Status(link.c_str(), info); });
-  return result >= 0 ? info.kind : FileKind::kOther;
+  return result >= 0 ? std::optional(info) : std::nullopt;
 }
 
-// A name that a path would change is none that it can hold.
+// Whether a path can hold the name as it is.
 bool IsUsable(const OxFolderEntry& entry) {
   return entry.isExact && entry.name.view().find('\\') == std::string_view::npos;
 }
@@ -40,21 +40,13 @@ OxString WithSlash(OxString path) {
   return path;
 }
 
-// Whether two entries of one folder have names that differ only in letter case. Equal hashes are
-// enough to look closer later.
-bool MayClash(const std::vector<OxFolderEntry>& entries) {
-  std::vector<std::size_t> hashes;
-  hashes.reserve(entries.size());
-  for (const OxFolderEntry& entry : entries) hashes.push_back(HashNoCase(entry.name));
-  std::ranges::sort(hashes);
-  return std::ranges::adjacent_find(hashes) != hashes.end();
-}
-
 class Walk {
  public:
-  explicit Walk(const OxPath& archive) : archive_(Identify(archive)), archiveName_(archive.leaf()) {}
+  explicit Walk(const OxPath& archive) : archivePath_(archive), archive_(Identify(archive)) {
+    if (archive_ && archive_->kind == FileKind::kFolder) archive_.reset();
+  }
 
-  std::optional<BundlePlan> Run(const OxPath& root, const OxPath& relative);
+  BundlePlan Run(const OxPath& root, const OxPath& relative);
 
  private:
   // A folder that the walk is in, with what is left of its entries.
@@ -66,84 +58,88 @@ class Walk {
     std::optional<FileInfo> identity;
   };
 
-  bool Begin(const OxPath& root, const OxPath& relative);
-  bool Visit(const OxFolderEntry& entry);
-  bool VisitFolder(const OxString& name, bool isLink);
+  void Begin(const OxPath& root, const OxPath& relative);
+  void Visit(const OxFolderEntry& entry);
+  void VisitFolder(const OxString& name, bool isLink);
+  void VisitFile(const OxFolderEntry& entry, const std::optional<FileInfo>& target);
   bool IsBeingWalked(const FileInfo& folder);
   void Enter(BundlePlan::Folder folder, bool isBehindLink, std::vector<OxFolderEntry> entries);
-  bool IsArchive(const OxString& name, bool isLink) const;
+  void AddUnlistedFolder(const OxString& name);
+  bool IsArchive(const OxFolderEntry& entry, const std::optional<FileInfo>& target) const;
   void AddStep(const OxString& leaf, StepKind kind);
+  void CountLinked(std::size_t& count, std::size_t most, const char* what);
 
   const BundlePlan::Folder& Here() const { return plan_.folders[levels_.back().folder]; }
 
   BundlePlan plan_;
   std::vector<Level> levels_;
   std::size_t linkedFolders_ = 0;
-  bool mayClash_ = false;
-  const std::optional<FileInfo> archive_;
-  const OxString archiveName_;
+  std::size_t linkedFiles_ = 0;
+  const OxPath archivePath_;
+  std::optional<FileInfo> archive_;
 };
 
-std::optional<BundlePlan> Walk::Run(const OxPath& root, const OxPath& relative) {
-  if (!Begin(root, relative)) return std::nullopt;
-  while (!levels_.empty()) {
+BundlePlan Walk::Run(const OxPath& root, const OxPath& relative) {
+  Begin(root, relative);
+  while (!levels_.empty() && plan_.failure.empty()) {
     Level& level = levels_.back();
     if (level.next == level.entries.size()) {
       plan_.folders[level.folder].end = plan_.steps.size();
       levels_.pop_back();
-    } else if (!Visit(std::exchange(level.entries[level.next++], OxFolderEntry()))) {
-      Console::Error("Error: more than %zu folders are reached through links\n", kMostLinkedFolders);
-      return std::nullopt;
+    } else {
+      Visit(std::exchange(level.entries[level.next++], OxFolderEntry()));
     }
   }
-  if (mayClash_) ResolveNameClashes(plan_);
   return std::move(plan_);
 }
 
-bool Walk::Begin(const OxPath& root, const OxPath& relative) {
+void Walk::Begin(const OxPath& root, const OxPath& relative) {
   const OxPath top = relative.native_string().empty() ? root : root / relative;
   std::vector<OxFolderEntry> entries;
   if (!List(top, entries)) {
-    Console::Error("Error: Unable to read %s\n", top.leaf().c_str());
-    return false;
+    plan_.failure.format("Error: Unable to read %s\n", top.leaf().c_str());
+    return;
   }
   Enter({WithSlash(top.native_string()), WithSlash(relative.portable_string())}, false,
         std::move(entries));
-  return true;
 }
 
-// False when there are too many folders behind links.
-bool Walk::Visit(const OxFolderEntry& entry) {
-  if (!IsUsable(entry)) {
-    AddStep(entry.name, StepKind::kUnusableName);
-    return true;
-  }
+void Walk::Visit(const OxFolderEntry& entry) {
   const bool isLink = entry.kind == FileKind::kLink;
-  FileKind kind = entry.kind;
-  if (isLink) kind = KindBehind(Here().path + entry.name);
-  if (kind == FileKind::kFolder) return VisitFolder(entry.name, isLink);
-  if (entry.name.ends_with_nocase(".wob") || IsArchive(entry.name, isLink)) return true;
-  AddStep(entry.name, StepKind::kFile);
-  return true;
+  const auto target = isLink && entry.isExact ? TargetOf(Here().path + entry.name) : std::nullopt;
+  const FileKind kind = target ? target->kind : entry.kind;
+  if (kind == FileKind::kFolder && IsUsable(entry)) return VisitFolder(entry.name, isLink);
+  if (isLink || levels_.back().isBehindLink) CountLinked(linkedFiles_, kMostLinkedFiles, "files");
+  VisitFile(entry, target);
 }
 
-bool Walk::VisitFolder(const OxString& name, bool isLink) {
+void Walk::VisitFile(const OxFolderEntry& entry, const std::optional<FileInfo>& target) {
+  const FileKind kind = target ? target->kind : entry.kind;
+  const bool isArchive = IsArchive(entry, target);
+  plan_.reachesArchive = plan_.reachesArchive || isArchive;
+  if (!IsUsable(entry)) return AddStep(entry.name, StepKind::kUnreadable);
+  if (isArchive || entry.name.ends_with_nocase(".wob")) return;
+  if (kind == FileKind::kLink) return AddStep(entry.name, StepKind::kDanglingLink);
+  AddStep(entry.name, kind == FileKind::kRegular ? StepKind::kFile : StepKind::kUnreadable);
+}
+
+void Walk::VisitFolder(const OxString& name, bool isLink) {
   BundlePlan::Folder folder = {Here().path + name, Here().relative + name};
   folder.path += '/';
   folder.relative += '/';
   const bool isBehindLink = isLink || levels_.back().isBehindLink;
   if (isBehindLink) {
     const std::optional<FileInfo> identity = Identify(OxPath(folder.path));
-    if (identity && IsBeingWalked(*identity)) return true;
-    if (++linkedFolders_ > kMostLinkedFolders) return false;
+    if (identity && IsBeingWalked(*identity))
+      return CountLinked(linkedFiles_, kMostLinkedFiles, "files");
+    CountLinked(linkedFolders_, kMostLinkedFolders, "folders");
   }
   std::vector<OxFolderEntry> entries;
   if (List(folder.path, entries)) {
     Enter(std::move(folder), isBehindLink, std::move(entries));
   } else {
-    AddStep(name, StepKind::kUnlistedFolder);
+    AddUnlistedFolder(name);
   }
-  return true;
 }
 
 bool Walk::IsBeingWalked(const FileInfo& folder) {
@@ -154,7 +150,7 @@ bool Walk::IsBeingWalked(const FileInfo& folder) {
 }
 
 void Walk::Enter(BundlePlan::Folder folder, bool isBehindLink, std::vector<OxFolderEntry> entries) {
-  mayClash_ = mayClash_ || MayClash(entries);
+  plan_.hasNameClashes = plan_.hasNameClashes || HasNameClashes(entries);
   levels_.push_back({.folder = static_cast<std::uint32_t>(plan_.folders.size()),
                      .isBehindLink = isBehindLink,
                      .entries = std::move(entries),
@@ -163,10 +159,20 @@ void Walk::Enter(BundlePlan::Folder folder, bool isBehindLink, std::vector<OxFol
   plan_.folders.push_back(std::move(folder));
 }
 
-bool Walk::IsArchive(const OxString& name, bool isLink) const {
+// What cannot be listed may still hold the archive.
+void Walk::AddUnlistedFolder(const OxString& name) {
+  if (archive_ && LiesInside(archivePath_, OxPath(Here().path + name))) plan_.reachesArchive = true;
+  AddStep(name, StepKind::kUnlistedFolder);
+}
+
+// Only an equal inode number, or none, costs a query. A name that cannot be queried counts by its number.
+bool Walk::IsArchive(const OxFolderEntry& entry, const std::optional<FileInfo>& target) const {
   if (!archive_) return false;
-  if (!isLink && name.compare(archiveName_, OxString::kCaseInsensitive) != 0) return false;
-  const std::optional<FileInfo> file = Identify(OxPath(Here().path + name));
+  if (target) return target->IsSameObject(*archive_);
+  const bool hasOtherInode = entry.inode != 0 && entry.inode != archive_->inode;
+  if (hasOtherInode && entry.kind != FileKind::kLink) return false;
+  if (!entry.isExact) return entry.inode == archive_->inode;
+  const std::optional<FileInfo> file = IdentifyVerbatim(Here().path + entry.name);
   return file && file->IsSameObject(*archive_);
 }
 
@@ -174,8 +180,13 @@ void Walk::AddStep(const OxString& leaf, StepKind kind) {
   plan_.steps.push_back({leaf, levels_.back().folder, kind});
 }
 
+void Walk::CountLinked(std::size_t& count, std::size_t most, const char* what) {
+  if (++count <= most) return;
+  plan_.failure.format("Error: more than %zu %s are reached through links\n", most, what);
+}
+
 }  // namespace
 
-std::optional<BundlePlan> PlanBundle(const OxPath& root, const OxPath& relative, const OxPath& archive) {
+BundlePlan PlanBundle(const OxPath& root, const OxPath& relative, const OxPath& archive) {
   return Walk(archive).Run(root, relative);
 }

@@ -6,12 +6,15 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <utility>
 
+#include "BundlePlan.h"
 #include "CommandLine.h"
 #include "Console.h"
 #include "Flattening.h"
 #include "KeyLoading.h"
 #include "Listing.h"
+#include "ObjectIdentity.h"
 #include "OutputPath.h"
 #include "PathExpansion.h"
 #include "Posix/LazyLibrary.h"
@@ -74,8 +77,21 @@ Hux::SmartPtr<OxCertificate> PrepareSigning(RunOptions& options) {
   return certificate;
 }
 
-void Flatten(RunOptions& options) {
-  if (!FlattenBundle(options.input, options.output, false, options.verbose)) {
+// Finds the input and output of flattening or unflattening. Where flattening would write over a file, the
+// bundle is walked first; `plan` receives what that found. False, after one line on standard error, when
+// the jobs must not run.
+bool PreparePaths(RunOptions& options, std::optional<BundlePlan>& plan) {
+  const std::optional<OxPath> output = ResolveOutputPath(options.input, options.output);
+  if (!output) return false;
+  options.output = *output;
+  if (!options.flatten || !Identify(options.output)) return true;
+  plan = PlanContents(options.input, options.output);
+  if (plan->reachesArchive) ReportOutputIsInput();
+  return !plan->reachesArchive;
+}
+
+void Flatten(RunOptions& options, std::optional<BundlePlan> plan) {
+  if (!FlattenBundle(options.input, options.output, false, options.verbose, std::move(plan))) {
     Console::Error("Error: FlattenBundle failed\n");
   }
   options.input = options.output;
@@ -132,8 +148,9 @@ void Verify(const OxString& file) {
   }
 }
 
-ExitStatus RunJobs(RunOptions& options, const Hux::SmartPtr<OxCertificate>& certificate) {
-  if (options.flatten) Flatten(options);
+ExitStatus RunJobs(RunOptions& options, std::optional<BundlePlan> plan,
+                   const Hux::SmartPtr<OxCertificate>& certificate) {
+  if (options.flatten) Flatten(options, std::move(plan));
   if (options.unflatten) Unflatten(options);
   const OxString& file = options.input.native_string();
   if (options.sign) return Sign(file, certificate) ? kExitSuccess : kExitFailure;
@@ -155,15 +172,13 @@ ExitStatus Run(std::span<char*> arguments) {
     ListFileContents(options.input, options.verbose);
     return kExitSuccess;
   }
-  if (options.flatten || options.unflatten) {
-    const std::optional<OxPath> output = ResolveOutputPath(options.input, options.output);
-    if (!output) return kExitFailure;
-    options.output = *output;
-  }
+  std::optional<BundlePlan> plan;
+  const bool hasOutput = options.flatten || options.unflatten;
+  if (hasOutput && !PreparePaths(options, plan)) return kExitFailure;
   Hux::SmartPtr<OxCertificate> certificate;
   if (options.sign && !(certificate = PrepareSigning(options))) return kExitFailure;
   options.ForgetPassPhrase();
-  return RunJobs(options, certificate);
+  return RunJobs(options, std::move(plan), certificate);
 }
 
 ExitStatus RunOrExplain(std::span<char*> arguments) {

@@ -1,12 +1,15 @@
 #include "Flattening.h"
 
-#include <limits>
+#include <utility>
 #include <vector>
 
 #include "BundleWalk.h"
 #include "Console.h"
+#include "NameClashes.h"
 #include "ObjectIdentity.h"
+#include "OutputPath.h"
 #include "Posix/Interruption.h"
+#include "Posix/RepeatInterrupted.h"
 #include "Storage/OxBinaryData.h"
 #include "Storage/OxFile.h"
 #include "Storage/OxFileUtils.h"
@@ -53,53 +56,6 @@ class UnfinishedArchive {
   bool finished_ = false;
 };
 
-bool WriteArchive(const OxPath& description, const OxString& text, const OxString& target, bool protect,
-                  bool verbose) {
-  UnfinishedArchive archive(target, protect);
-  const OxString name = description.leaf();
-  if (verbose) Console::PrintFormatted("Adding %s\n", name.c_str());
-  archive.file().AddRecord(name, text.size(), text.c_str());
-  OxPath contents = description;
-  contents.trim_component();
-  if (!WriteFiles(contents, OxPath(), archive.file(), protect)) {
-    Console::Error("Error: failed to write files\n");
-    return false;
-  }
-  archive.Finish();
-  return true;
-}
-
-// Where the bytes of an archive at `archive` go. A link stays, and what it leads to is the archive. A file
-// that has other names, one of which may lie in the bundle, loses this name and is not written over.
-OxString PrepareTarget(const OxPath& archive) {
-  const auto info = IdentifyLink(archive);
-  if (!info) return archive.native_string();
-  if (info->kind == Posix::FileKind::kLink) return WobResolvePath(archive.native_string());
-  const bool isShared = info->kind == Posix::FileKind::kRegular && info->links > 1;
-  if (isShared && !OxFileUtils::DeleteFile(archive)) throw OxDataFile::AccessDenied();
-  return archive.native_string();
-}
-
-bool Convert(const OxPath& bundle, const OxPath& archive, bool protect, bool verbose) {
-  OxPath description;
-  if (!LocateWobFileInBundle(bundle, description)) return false;
-  OxString text;
-  if (!ReadWobFile(description.native_string(), text)) {
-    Console::Error("Error: Unable to read or parse .wob file\n");
-    return false;
-  }
-  if (!(archive == bundle)) {
-    return WriteArchive(description, text, PrepareTarget(archive), protect, verbose);
-  }
-  const OxString temporary = WobGetNewTempFilePath();
-  if (!WriteArchive(description, text, temporary, protect, verbose)) return false;
-  if (!WobMoveFile(temporary, archive.native_string(), kConflictRename)) {
-    Console::Error("Error: could not move '%s' to '%s'\n", temporary.c_str(),
-                   archive.native_string().c_str());
-  }
-  return true;
-}
-
 void ReportUnreadable(const OxString& leaf) {
   Console::Error("Error: Unable to read %s\n", leaf.c_str());
 }
@@ -111,8 +67,7 @@ enum class Outcome { kDone, kUnreadable, kBrokenOff };
 Outcome AddFile(const BundlePlan& plan, std::size_t step, OxDataFile& file) {
   OxFile source(plan.SourcePath(step));
   if (source.Open(OxFile::kRead) != kStatusOk) return Outcome::kUnreadable;
-  if (source.GetLastKnownLength() > std::numeric_limits<std::uint32_t>::max())
-    return Outcome::kUnreadable;
+  if (source.GetLastKnownLength() > kLargestStoredFile) return Outcome::kUnreadable;
   const FileStatus status = file.AddRecordFromFile(plan.RecordName(step), source);
   // A file that has become shorter, or never was as long as it said, is stored as it is.
   const bool isWhole = status == kStatusOk || status == kStatusEndOfFile;
@@ -123,9 +78,10 @@ Outcome DoStep(const BundlePlan& plan, std::size_t step, OxDataFile& file) {
   Outcome outcome = Outcome::kDone;
   switch (plan.steps[step].kind) {
     case BundlePlan::StepKind::kFile:
+    case BundlePlan::StepKind::kDanglingLink:
       outcome = AddFile(plan, step, file);
       break;
-    case BundlePlan::StepKind::kUnusableName:
+    case BundlePlan::StepKind::kUnreadable:
       outcome = Outcome::kUnreadable;
       break;
     case BundlePlan::StepKind::kUnlistedFolder:
@@ -138,9 +94,130 @@ Outcome DoStep(const BundlePlan& plan, std::size_t step, OxDataFile& file) {
   return outcome;
 }
 
+// A link may lead to the archive, which was made after the walk.
+void SettleDanglingLinks(BundlePlan& plan, const OxPath& archive) {
+  for (std::size_t step = 0; step < plan.steps.size(); ++step) {
+    BundlePlan::StepKind& kind = plan.steps[step].kind;
+    if (kind != BundlePlan::StepKind::kDanglingLink) continue;
+    const bool isArchive = IsSameObject(OxPath(plan.SourcePath(step)), archive);
+    kind = isArchive ? BundlePlan::StepKind::kLeftOut : BundlePlan::StepKind::kFile;
+  }
+}
+
+bool HasFailed(const BundlePlan& plan) {
+  if (!plan.failure.empty()) Console::Error("%s", plan.failure.c_str());
+  return !plan.failure.empty();
+}
+
+bool WritePlannedFiles(BundlePlan& plan, OxDataFile& file) {
+  SettleDanglingLinks(plan, OxPath(file.GetPath()));
+  if (plan.hasNameClashes) ResolveNameClashes(plan);
+  for (std::size_t step = 0; step < plan.steps.size();) {
+    const Outcome outcome = DoStep(plan, step, file);
+    if (outcome == Outcome::kDone) {
+      ++step;
+      continue;
+    }
+    if (outcome == Outcome::kBrokenOff || plan.IsInFirstFolder(step)) return false;
+    step = plan.EndOfFolder(step);
+  }
+  return true;
+}
+
+bool ReportUnwrittenFiles() {
+  Console::Error("Error: failed to write files\n");
+  return false;
+}
+
+// What an archive is made of.
+struct Content {
+  OxString descriptionName;
+  OxString descriptionText;
+  BundlePlan plan;
+};
+
+// False after the lines that say why. Nothing has been written by then.
+bool GatherContent(const OxPath& bundle, const OxPath& archive, std::optional<BundlePlan> plan,
+                   Content& content) {
+  OxPath description;
+  if (!LocateWobFileInBundle(bundle, description)) return false;
+  if (!ReadWobFile(description.native_string(), content.descriptionText)) {
+    Console::Error("Error: Unable to read or parse .wob file\n");
+    return false;
+  }
+  content.descriptionName = description.leaf();
+  content.plan = plan ? *std::move(plan) : PlanContents(bundle, archive);
+  if (content.plan.reachesArchive) {
+    ReportOutputIsInput();
+    return false;
+  }
+  return !HasFailed(content.plan) || ReportUnwrittenFiles();
+}
+
+bool WriteContent(Content& content, OxDataFile& file, bool verbose) {
+  const OxString& name = content.descriptionName;
+  if (verbose) Console::PrintFormatted("Adding %s\n", name.c_str());
+  file.AddRecord(name, content.descriptionText.size(), content.descriptionText.c_str());
+  return WritePlannedFiles(content.plan, file) || ReportUnwrittenFiles();
+}
+
+bool WriteArchive(Content& content, const OxString& target, bool protect, bool verbose) {
+  UnfinishedArchive archive(target, protect);
+  if (!WriteContent(content, archive.file(), verbose)) return false;
+  archive.Finish();
+  return true;
+}
+
+bool WriteArchiveIntoBundle(Content& content, const OxPath& bundle, bool protect, bool verbose) {
+  const OxString temporary = WobGetNewTempFilePath();
+  if (temporary.empty()) {
+    Console::Error("Error: no temporary file can be made\n");
+    return false;
+  }
+  if (!WriteArchive(content, temporary, protect, verbose)) return false;
+  if (!WobMoveFile(temporary, bundle.native_string(), kConflictRename)) {
+    Console::Error("Error: could not move '%s' to '%s'\n", temporary.c_str(),
+                   bundle.native_string().c_str());
+  }
+  return true;
+}
+
+bool RemoveFile(const OxString& path) {
+  return RepeatInterrupted([&] { return Posix::Files().RemoveFile(path.c_str()); }) >= 0;
+}
+
+// Where the bytes of an archive at `archive` go. A link stays, and what it leads to is the archive. A file
+// that has other hard links loses this name and is not written over. Nothing but a file is opened.
+OxString PrepareTarget(const OxPath& archive) {
+  OxString target = archive.native_string();
+  auto info = IdentifyLink(archive);
+  if (info && info->kind == Posix::FileKind::kLink) {
+    target = WobResolvePath(target);
+    info = IdentifyLinkVerbatim(target);
+  }
+  if (!info) return target;
+  const bool isShared = info->kind == Posix::FileKind::kRegular && info->links > 1;
+  const bool mayBeOpened = info->kind != Posix::FileKind::kOther && (!isShared || RemoveFile(target));
+  if (!mayBeOpened) throw OxDataFile::AccessDenied();
+  return target;
+}
+
+bool Convert(const OxPath& bundle, const OxPath& archive, bool protect, bool verbose,
+             std::optional<BundlePlan> plan) {
+  Content content;
+  if (!GatherContent(bundle, archive, std::move(plan), content)) return false;
+  if (archive == bundle) return WriteArchiveIntoBundle(content, bundle, protect, verbose);
+  return WriteArchive(content, PrepareTarget(archive), protect, verbose);
+}
+
 }  // namespace
 
-bool FlattenBundle(const OxPath& bundle, const OxPath& archive, bool protect, bool verbose) {
+BundlePlan PlanContents(const OxPath& bundle, const OxPath& archive) {
+  return PlanBundle(bundle / OxPath(WidgetArchive::kContentsFolder), OxPath(), archive);
+}
+
+bool FlattenBundle(const OxPath& bundle, const OxPath& archive, bool protect, bool verbose,
+                   std::optional<BundlePlan> plan) {
   const char* const name = bundle.native_string().c_str();
   if (!OxFileUtils::Exists(bundle)) {
     Console::Error("Error: '%s' does not exist\n", name);
@@ -150,12 +227,13 @@ bool FlattenBundle(const OxPath& bundle, const OxPath& archive, bool protect, bo
     Console::Error("Error: Unable to convert %s\n", name);
     return false;
   }
-  return ConvertWidgetBundle(bundle, archive, protect, verbose);
+  return ConvertWidgetBundle(bundle, archive, protect, verbose, std::move(plan));
 }
 
-bool ConvertWidgetBundle(const OxPath& bundle, const OxPath& archive, bool protect, bool verbose) {
+bool ConvertWidgetBundle(const OxPath& bundle, const OxPath& archive, bool protect, bool verbose,
+                         std::optional<BundlePlan> plan) {
   try {
-    return Convert(bundle, archive, protect, verbose);
+    return Convert(bundle, archive, protect, verbose, std::move(plan));
   } catch (...) {
     Console::Error("Error: ConvertWidgetBundle: Caught exception!\n");
     return false;
@@ -174,6 +252,8 @@ bool LocateWobFileInBundle(const OxPath& bundle, OxPath& descriptionFile) {
 
 Hux::SmartPtr<OxXMLDoc> ReadWobFile(const OxString& path, OxString& text) {
   unsigned int encoding = kWobEncodingUnknown;
+  const auto info = Identify(OxPath(path));
+  if (!info || info->kind != Posix::FileKind::kRegular) return nullptr;
   if (!WobReadTextFile(path, encoding, text)) return nullptr;
   Hux::SmartPtr<OxXMLDoc> document = OxXMLDoc::Make();
   OxXMLParser parser;
@@ -188,18 +268,8 @@ Hux::SmartPtr<OxXMLDoc> ReadWobFile(const OxString& path, OxString& text) {
 }
 
 bool WriteFiles(const OxPath& root, const OxPath& relative, OxDataFile& file, bool) {
-  const std::optional<BundlePlan> plan = PlanBundle(root, relative, OxPath(file.GetPath()));
-  if (!plan) return false;
-  for (std::size_t step = 0; step < plan->steps.size();) {
-    const Outcome outcome = DoStep(*plan, step, file);
-    if (outcome == Outcome::kDone) {
-      ++step;
-      continue;
-    }
-    if (outcome == Outcome::kBrokenOff || plan->IsInFirstFolder(step)) return false;
-    step = plan->EndOfFolder(step);
-  }
-  return true;
+  BundlePlan plan = PlanBundle(root, relative, OxPath(file.GetPath()));
+  return !HasFailed(plan) && WritePlannedFiles(plan, file);
 }
 
 void WriteMetaData(Hux::SmartPtr<OxXMLDoc> doc, OxDataFile& file) {

@@ -1,22 +1,17 @@
 #include "NameClashes.h"
 
-#include <limits>
+#include <algorithm>
+#include <functional>
+#include <map>
 #include <optional>
+#include <string>
 
 #include "Console.h"
 #include "Storage/OxFile.h"
 
 namespace {
 
-struct HashOfName {
-  std::size_t operator()(const OxString& name) const { return HashNoCase(name); }
-};
-
-struct SameName {
-  bool operator()(const OxString& a, const OxString& b) const {
-    return a.compare(b, OxString::kCaseInsensitive) == 0;
-  }
-};
+using StepKind = BundlePlan::StepKind;
 
 // The step that holds a name, and the bytes that its place in an archive offers.
 struct Place {
@@ -28,17 +23,21 @@ std::optional<std::uint64_t> SizeOfReadableFile(const OxString& path) {
   OxFile file(path);
   if (file.Open(OxFile::kRead) != 0) return std::nullopt;
   const std::uint64_t size = file.GetLastKnownLength();
-  if (size > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
+  if (size > kLargestStoredFile) return std::nullopt;
   return size;
+}
+
+bool IsPassedOver(StepKind kind) {
+  return kind == StepKind::kUnlistedFolder || kind == StepKind::kLeftOut;
 }
 
 // The size of each file that will be stored; nothing for every other step.
 std::vector<std::optional<std::uint64_t>> SizesOfStoredFiles(const BundlePlan& plan) {
   std::vector<std::optional<std::uint64_t>> sizes(plan.steps.size());
   for (std::size_t step = 0; step < plan.steps.size();) {
-    const BundlePlan::StepKind kind = plan.steps[step].kind;
-    if (kind == BundlePlan::StepKind::kFile) sizes[step] = SizeOfReadableFile(plan.SourcePath(step));
-    const bool goesOn = sizes[step].has_value() || kind == BundlePlan::StepKind::kUnlistedFolder;
+    const StepKind kind = plan.steps[step].kind;
+    if (kind == StepKind::kFile) sizes[step] = SizeOfReadableFile(plan.SourcePath(step));
+    const bool goesOn = sizes[step].has_value() || IsPassedOver(kind);
     step = goesOn ? step + 1 : plan.EndOfFolder(step);
   }
   return sizes;
@@ -49,23 +48,48 @@ Place Replace(BundlePlan& plan, const Place& earlier, const Place& later) {
   Console::Error("warning: '%s' and '%s' differ only in letter case, the later one is stored\n",
                  plan.RecordName(earlier.step).c_str(), plan.RecordName(later.step).c_str());
   if (later.room > earlier.room) {
-    plan.steps[earlier.step].kind = BundlePlan::StepKind::kLeftOut;
+    plan.steps[earlier.step].kind = StepKind::kLeftOut;
     return later;
   }
   plan.replacements[earlier.step] = later.step;
-  plan.steps[later.step].kind = BundlePlan::StepKind::kLeftOut;
+  plan.steps[later.step].kind = StepKind::kLeftOut;
   return earlier;
 }
 
 }  // namespace
 
+bool FoldedName::operator<(const FoldedName& other) const {
+  return hash != other.hash ? hash < other.hash : CompareNoCase(name, other.name) < 0;
+}
+
+bool FoldedName::IsComparable() const {
+  return CompareNoCase(name, name) == 0;
+}
+
+bool HasEqualNames(std::vector<FoldedName> names) {
+  std::erase_if(names, [](const FoldedName& name) { return !name.IsComparable(); });
+  std::ranges::sort(names, std::less());
+  return std::ranges::adjacent_find(names, std::not_fn(std::less())) != names.end();
+}
+
+bool HasNameClashes(const std::vector<OxFolderEntry>& entries) {
+  std::vector<FoldedName> names;
+  names.reserve(entries.size());
+  for (const OxFolderEntry& entry : entries) names.emplace_back(entry.name.view());
+  return HasEqualNames(std::move(names));
+}
+
 void ResolveNameClashes(BundlePlan& plan) {
   const auto sizes = SizesOfStoredFiles(plan);
-  std::unordered_map<OxString, Place, HashOfName, SameName> places;
+  std::vector<OxString> names(sizes.size());
+  std::map<FoldedName, Place> places;
   for (std::size_t step = 0; step < sizes.size(); ++step) {
     if (!sizes[step]) continue;
+    names[step] = plan.RecordName(step);
+    const FoldedName name(names[step].view());
+    if (!name.IsComparable()) continue;
     const Place here = {step, *sizes[step]};
-    const auto [known, isNew] = places.try_emplace(plan.RecordName(step), here);
+    const auto [known, isNew] = places.try_emplace(name, here);
     if (!isNew) known->second = Replace(plan, known->second, here);
   }
 }

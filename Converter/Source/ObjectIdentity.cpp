@@ -19,8 +19,8 @@ bool IsAbsentOrBarred(int result) {
   return std::ranges::find(kAbsentOrBarred, result) != kAbsentOrBarred.end();
 }
 
-std::optional<Posix::FileInfo> Ask(Query query, const OxPath& path) {
-  const char* const text = path.native_string().c_str();
+std::optional<Posix::FileInfo> Ask(Query query, const OxString& path) {
+  const char* const text = path.c_str();
   Posix::FileInfo info;
   const int result = RepeatInterrupted([&] { return (Posix::Files().*query)(text, info); });
   if (IsAbsentOrBarred(result)) return std::nullopt;
@@ -38,10 +38,18 @@ std::string PlaceOf(const OxPath& object) {
 }  // namespace
 
 std::optional<Posix::FileInfo> Identify(const OxPath& path) {
-  return Ask(&Posix::FileOps::Status, path);
+  return IdentifyVerbatim(path.native_string());
 }
 
 std::optional<Posix::FileInfo> IdentifyLink(const OxPath& path) {
+  return IdentifyLinkVerbatim(path.native_string());
+}
+
+std::optional<Posix::FileInfo> IdentifyVerbatim(const OxString& path) {
+  return Ask(&Posix::FileOps::Status, path);
+}
+
+std::optional<Posix::FileInfo> IdentifyLinkVerbatim(const OxString& path) {
   return Ask(&Posix::FileOps::LinkStatus, path);
 }
 

@@ -15,6 +15,9 @@
 std::optional<Posix::FileInfo> Identify(const OxPath& path);
 /// The same, of a link itself.
 std::optional<Posix::FileInfo> IdentifyLink(const OxPath& path);
+/// The same for paths that an OxPath would change, such as those with a backslash in a name.
+std::optional<Posix::FileInfo> IdentifyVerbatim(const OxString& path);
+std::optional<Posix::FileInfo> IdentifyLinkVerbatim(const OxString& path);  ///< Of a link itself.
 
 bool IsSameObject(const OxPath& a, const OxPath& b);
 

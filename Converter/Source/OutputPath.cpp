@@ -12,6 +12,10 @@ bool WouldDestroyInput(const OxPath& input, const OxPath& output) {
 
 }  // namespace
 
+void ReportOutputIsInput() {
+  Console::Error("Error: output and input paths are identical\n");
+}
+
 std::optional<OxPath> ResolveOutputPath(const OxPath& input, const OxPath& output) {
   if (output.native_string().empty()) {
     Console::Error("Error: no output path specified\n");
@@ -26,7 +30,7 @@ std::optional<OxPath> ResolveOutputPath(const OxPath& input, const OxPath& outpu
   }
   if (existing && existing->kind == Posix::FileKind::kFolder) result /= OxPath(input.leaf());
   if (WouldDestroyInput(input, result)) {
-    Console::Error("Error: output and input paths are identical\n");
+    ReportOutputIsInput();
     return std::nullopt;
   }
   return result;

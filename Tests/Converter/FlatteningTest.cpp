@@ -1,10 +1,16 @@
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "BundleTest.h"
+#include "BundleWalk.h"
 #include "Listing.h"
+#include "NameClashes.h"
+#include "Storage/OxFileUtils.h"
 #include "Streams.h"
 #include "Support/DocumentDump.h"
 #include "Support/FaultyFileOps.h"
@@ -27,14 +33,31 @@ TEST_F(Flattening, TheDocumentsDumpIsWhatTheToolWrites) {
   EXPECT_EQ(folder.Read("hello"), Support::DocumentDump("flat-archive-format.md", 1));
 }
 
+// Does something when a file is about to be opened.
+class BeforeOpening : public Posix::FileOps {
+ public:
+  BeforeOpening(std::string path, std::function<void()> action)
+      : path_(std::move(path)), action_(std::move(action)) {}
+
+  int Open(const char* path, unsigned flags) override {
+    if (path == path_) action_();
+    return FileOps::Open(path, flags);
+  }
+
+ private:
+  std::string path_;
+  std::function<void()> action_;
+  Posix::ScopedFileOps installed_{this};
+};
+
 TEST_F(Flattening, AnInterruptionRemovesTheArchiveAndEndsTheProcess) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     EXPECT_EXIT(
         {
           std::signal(signal, SIG_DFL);
-          FaultyFileOps interrupted({.order = [&](auto&) {
+          const BeforeOpening interrupted(folder.Path("X.widget/Contents/sub/b"), [&] {
             if (folder.Exists("archive")) std::raise(signal);
-          }});
+          });
           Flatten();
         },
         testing::KilledBySignal(signal), "");
@@ -116,15 +139,72 @@ TEST_F(Flattening, FilesThatAreShorterThanTheySayAreStoredAsTheyAre) {
   EXPECT_EQ(data.view(), "second");
 }
 
-TEST_F(Flattening, AFileOfTheBundleIsNotWrittenOverByItsOtherName) {
-  std::filesystem::create_hard_link(folder.Path("X.widget/Contents/a"), folder.Path("archive"));
-  {
-    const FaultyFileOps kept({.failCall = 1, .error = EACCES, .only = Support::FileCall::kRemoveFile});
+TEST_F(Flattening, AFileWithAnotherNameIsNotWrittenOver) {
+  folder.Write("other", "other");
+  std::filesystem::create_hard_link(folder.Path("other"), folder.Path("archive"));
+  const FaultyFileOps kept({.failCall = 1, .error = EACCES, .only = Support::FileCall::kRemoveFile});
+  const Printed printed = Capture([&] { EXPECT_FALSE(Flatten()); });
+  EXPECT_EQ(printed.err, "Error: ConvertWidgetBundle: Caught exception!\n");
+  EXPECT_EQ(folder.Read("archive"), "other");
+}
+
+// Neither through a listing without inode numbers, nor where the folder that it is in cannot be listed.
+TEST_F(Flattening, AnOutputThatTheBundleReachesIsRefused) {
+  folder.Write("far/archive", "far");
+  folder.MakeLink("X.widget/Contents/far", "../../far");
+  folder.MakeLink("archive", "far/archive");
+  const auto forget = [](std::vector<Posix::FolderEntry>& entries) {
+    for (Posix::FolderEntry& entry : entries) entry.inode = 0;
+    Support::SortByName(entries);
+  };
+  for (const int failCall : {0, 3}) {
+    FaultyFileOps faults({.failCall = failCall,
+                          .error = EACCES,
+                          .only = Support::FileCall::kListFolder,
+                          .order = forget});
     const Printed printed = Capture([&] { EXPECT_FALSE(Flatten()); });
-    EXPECT_EQ(printed.err, "Error: ConvertWidgetBundle: Caught exception!\n");
+    EXPECT_EQ(printed.err, "Error: output and input paths are identical\n");
+    EXPECT_EQ(faults.FailedPath().ends_with("far"), failCall != 0);
   }
-  EXPECT_TRUE(Flatten());
-  EXPECT_EQ(folder.Read("X.widget/Contents/a"), "first");
+  EXPECT_EQ(folder.Read("far/archive"), "far");
+}
+
+TEST_F(Flattening, OnlySoManyFilesAreReachedThroughLinks) {
+  for (int i = 0; i < 1000; ++i) folder.Write("d/" + std::to_string(i), "");
+  for (int i = 0; i < 100; ++i) folder.MakeLink("X.widget/Contents/l" + std::to_string(i), "../../d");
+  const BundlePlan most = PlanContents(Path("X.widget"), Path("archive"));
+  EXPECT_EQ(most.failure, "");
+  EXPECT_EQ(most.steps.size(), kMostLinkedFiles + 2);
+  folder.MakeLink("X.widget/Contents/one-more", "a");
+  folder.Write("archive", "old");
+  const Printed printed = Capture([&] { EXPECT_FALSE(Flatten()); });
+  EXPECT_EQ(printed.err,
+            "Error: more than 100000 files are reached through links\nError: failed to write files\n");
+  EXPECT_EQ(folder.Read("archive"), "old");
+}
+
+// Their order never rests on the hash alone.
+TEST(FoldedName, EqualHashesAreNotEqualNames) {
+  std::vector<FoldedName> names;
+  for (const char* name : {"b", "\xF4\x90\x80\x80", "c", "\xF4\x90\x80\x80", "A"}) {
+    names.emplace_back(name, 1);
+  }
+  EXPECT_FALSE(HasEqualNames(names));
+  names.emplace_back("a", 2);
+  EXPECT_FALSE(HasEqualNames(names)) << "of equal hashes only";
+  names.emplace_back("B", 1);
+  EXPECT_TRUE(HasEqualNames(names));
+}
+
+TEST_F(Flattening, WithoutATemporaryPathNothingIsWritten) {
+  folder.MakeFolder("place/Contents");
+  const StCurrentDirectory inside(Path("place"));
+  setenv("TMPDIR", folder.MakeFolder("\xFF").c_str(), 1);
+  const Printed printed =
+      Capture([&] { EXPECT_FALSE(FlattenBundle(Path("X.widget"), Path("X.widget"), false, false)); });
+  unsetenv("TMPDIR");
+  EXPECT_EQ(printed.err, "Error: no temporary file can be made\n");
+  EXPECT_TRUE(std::filesystem::is_empty(folder.Path("place/Contents")));
 }
 
 TEST_F(Flattening, TheMetaDataRecord) {

@@ -69,10 +69,13 @@ TEST_F(FileOps, ListsEveryEntryAsItIs) {
   folder_.Write(".hidden", "");
   folder_.MakeFolder("folder");
   folder_.MakeLink("link", "folder");
-  std::vector<Posix::FolderEntry> entries = {{"before", FileKind::kOther}};
+  std::vector<Posix::FolderEntry> entries = {{.name = "before"}};
   ASSERT_EQ(Files().ListFolder(folder_.path().c_str(), entries), 0);
   std::map<std::string, FileKind> kinds;
   for (const Posix::FolderEntry& entry : entries) kinds[entry.name] = entry.kind;
+  FileInfo info;
+  EXPECT_EQ(Files().LinkStatus(folder_.Path(entries.back().name).c_str(), info), 0);
+  EXPECT_EQ(entries.back().inode, info.inode);
   EXPECT_THAT(kinds, testing::ElementsAre(testing::Pair(".hidden", FileKind::kRegular),
                                           testing::Pair("before", FileKind::kOther),
                                           testing::Pair("folder", FileKind::kFolder),

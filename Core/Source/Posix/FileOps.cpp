@@ -74,6 +74,13 @@ FileKind KindOfEntry(DIR* folder, const dirent& entry) {
   return KindOf(status.st_mode);
 }
 
+// File systems in user space that number nothing put this in a listing.
+constexpr std::uint64_t kNoInode = 0xFFFFFFFF;
+
+std::uint64_t InodeOfEntry(const dirent& entry) {
+  return entry.d_ino == kNoInode ? 0 : entry.d_ino;
+}
+
 bool IsSelfOrParent(std::string_view name) {
   return name == "." || name == "..";
 }
@@ -175,7 +182,7 @@ int FileOps::ListFolder(const char* path, std::vector<FolderEntry>& entries) {
   errno = 0;
   while (const dirent* entry = ::readdir(folder.get())) {
     if (!IsSelfOrParent(entry->d_name)) {
-      entries.push_back({entry->d_name, KindOfEntry(folder.get(), *entry)});
+      entries.push_back({entry->d_name, KindOfEntry(folder.get(), *entry), InodeOfEntry(*entry)});
     }
     errno = 0;
   }

@@ -43,6 +43,9 @@ struct FileInfo {
 struct FolderEntry {
   std::string name;                  ///< Bytes as the file system has them.
   FileKind kind = FileKind::kOther;  ///< Of the entry itself.
+  /// Of the entry itself, 0 when the listing has none. A mount point's is that of what it covers, so an
+  /// equal number is a hint for a status query to confirm.
+  std::uint64_t inode = 0;
 };
 
 /// The only door to the disk: one virtual function per system call that the system needs, so that a

@@ -100,7 +100,7 @@ OxString Shown(std::string_view name) {
 OxFolderEntry MakeEntry(const Posix::FolderEntry& native) {
   std::size_t characters = 0;
   const bool named = StringWalk::Validate(native.name, characters);
-  return {named ? OxString(native.name) : Shown(native.name), native.kind, named};
+  return {named ? OxString(native.name) : Shown(native.name), native.kind, native.inode, named};
 }
 
 }  // namespace

@@ -21,7 +21,8 @@ enum OxFileConflictMode : int {
 struct OxFolderEntry {
   OxString name;                                   ///< With "?" for every byte that is no UTF-8.
   Posix::FileKind kind = Posix::FileKind::kOther;  ///< Of the entry itself: a link is a link.
-  bool isExact = true;  ///< False when `name` is not what the file system calls it.
+  std::uint64_t inode = 0;  ///< Of the entry itself; see Posix::FolderEntry::inode.
+  bool isExact = true;      ///< False when `name` is not what the file system calls it.
 };
 
 /// Operations on whole files and folders. Nothing here throws: failures are false, 0 or an empty text.
