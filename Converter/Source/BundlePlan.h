@@ -3,10 +3,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
 #include "Foundation/OxString.h"
+#include "Posix/FileOps.h"
 #include "Storage/FlatFileFormat.h"
 
 /// The largest file that a record can hold; a larger one cannot be read.
@@ -46,6 +48,8 @@ class BundlePlan {
   std::unordered_map<std::size_t, std::size_t> replacements;
   /// Why the bundle cannot be flattened, a line for standard error; empty when it can.
   OxString failure;
+  /// What was at the archive's path before it was opened.
+  std::optional<Posix::FileInfo> archive;
   /// Writing the archive would overwrite something in a folder that the plan reaches.
   bool reachesArchive = false;
   /// Some folder has two names that differ only in letter case.

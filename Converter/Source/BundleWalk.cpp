@@ -43,6 +43,7 @@ OxString WithSlash(OxString path) {
 class Walk {
  public:
   explicit Walk(const OxPath& archive) : archivePath_(archive), archive_(Identify(archive)) {
+    plan_.archive = archive_;
     if (archive_ && archive_->kind == FileKind::kFolder) archive_.reset();
   }
 

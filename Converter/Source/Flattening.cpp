@@ -1,5 +1,6 @@
 #include "Flattening.h"
 
+#include <cerrno>
 #include <utility>
 #include <vector>
 
@@ -23,37 +24,64 @@ namespace {
 // fails, throws or is interrupted. An archive that could not be opened is not touched.
 class UnfinishedArchive {
  public:
-  UnfinishedArchive(const OxString& path, bool protect)
-      : interruption_(path.c_str()),
+  // `expected` is the file that may be emptied, nothing when there must be none yet.
+  UnfinishedArchive(const OxString& path, short mode, const std::optional<Posix::FileInfo>& expected)
+      : path_(path),
+        interruption_(path.c_str()),
         file_(WidgetArchive::kTypeCode, path),
-        opened_(file_.Open(Mode(protect))) {
+        opened_(file_.Open(mode, [&](OxFile& file) { return Claim(file, expected); })) {
     if (!opened_) return;
-    interruption_.Arm();
+    interruption_.Arm(descriptor_);
     file_.GatherAppends();
   }
   UnfinishedArchive(const UnfinishedArchive&) = delete;
   UnfinishedArchive& operator=(const UnfinishedArchive&) = delete;
   ~UnfinishedArchive() {
-    if (opened_ && !finished_) file_.Delete();
+    if (!opened_ || finished_ || Remove()) return;
+    Console::Error("Error: could not delete '%s'\n", path_.c_str());
   }
 
   OxDataFile& file() { return file_; }
+  bool IsBeingWrittenElsewhere() const { return isBusy_; }
   void Finish() {
     file_.Close();
     finished_ = true;
   }
 
  private:
-  static short Mode(bool protect) {
-    constexpr short kNewArchive =
-        OxDataFile::kOpenRead | OxDataFile::kOpenWrite | OxDataFile::kOpenCreate;
-    return protect ? kNewArchive | OxDataFile::kOpenProtected : kNewArchive;
+  // What is at the path may have changed since the bundle was walked.
+  bool Claim(OxFile& file, const std::optional<Posix::FileInfo>& expected) {
+    const FileStatus locked = file.Lock();
+    isBusy_ = locked == kStatusFileBusy;
+    if (locked != kStatusOk || file.GetInfo(identity_) != kStatusOk) return false;
+    descriptor_ = file.Descriptor();
+    if (file.WasCreated()) return true;
+    return expected && expected->IsSameObject(identity_) && identity_.links == 1;
   }
 
+  // Whether the path does not name this archive any more. One that could not be closed whole is closed.
+  bool Remove() {
+    if (file_.IsOpen()) return file_.Delete() == kStatusOk;
+    OxFile closed(path_);
+    Posix::FileInfo found;
+    if (closed.Open(OxFile::kWrite) == kStatusOk) {
+      const bool isThis = closed.GetInfo(found) == kStatusOk && found.IsSameObject(identity_);
+      return !isThis || closed.Discard() == kStatusOk;
+    }
+    const char* const text = path_.c_str();
+    const int result = RepeatInterrupted([&] { return Posix::Files().LinkStatus(text, found); });
+    if (result < 0) return result == -ENOENT;
+    return !found.IsSameObject(identity_) || closed.Delete() == kStatusOk;
+  }
+
+  OxString path_;
   Posix::InterruptionGuard interruption_;
   OxDataFile file_;
-  bool opened_;
+  Posix::FileInfo identity_;
+  int descriptor_ = -1;
+  bool isBusy_ = false;
   bool finished_ = false;
+  bool opened_;
 };
 
 void ReportUnreadable(const OxString& leaf) {
@@ -154,28 +182,43 @@ bool GatherContent(const OxPath& bundle, const OxPath& archive, std::optional<Bu
   return !HasFailed(content.plan) || ReportUnwrittenFiles();
 }
 
-bool WriteContent(Content& content, OxDataFile& file, bool verbose) {
+constexpr short kNewArchive = OxDataFile::kOpenRead | OxDataFile::kOpenWrite | OxDataFile::kOpenCreate;
+
+bool WriteContent(Content& content, UnfinishedArchive& archive, bool verbose) {
+  OxDataFile& file = archive.file();
+  if (archive.IsBeingWrittenElsewhere()) {
+    Console::Error("Error: '%s' is being written by another process\n", file.GetPath().c_str());
+    return false;
+  }
   const OxString& name = content.descriptionName;
   if (verbose) Console::PrintFormatted("Adding %s\n", name.c_str());
   file.AddRecord(name, content.descriptionText.size(), content.descriptionText.c_str());
-  return WritePlannedFiles(content.plan, file) || ReportUnwrittenFiles();
-}
-
-bool WriteArchive(Content& content, const OxString& target, bool protect, bool verbose) {
-  UnfinishedArchive archive(target, protect);
-  if (!WriteContent(content, archive.file(), verbose)) return false;
+  if (!WritePlannedFiles(content.plan, file)) return ReportUnwrittenFiles();
   archive.Finish();
   return true;
 }
 
-bool WriteArchiveIntoBundle(Content& content, const OxPath& bundle, bool protect, bool verbose) {
+// A file that keeps permissions for its owner alone is as good as one with the usual ones.
+void GiveUsualPermissions(const OxPath& path) {
+  const char* const text = path.native_string().c_str();
+  const int fd = RepeatInterrupted([&] { return Posix::Files().Open(text, Posix::kOpenToRead); });
+  if (fd < 0) return;
+  RepeatInterrupted([&] { return Posix::Files().SetPermissions(fd, Posix::kFilePermissions); });
+  Posix::Files().Close(fd);
+}
+
+bool WriteArchiveIntoBundle(Content& content, const OxPath& bundle, short protection, bool verbose) {
   const OxString temporary = WobGetNewTempFilePath();
   if (temporary.empty()) {
     Console::Error("Error: no temporary file can be made\n");
     return false;
   }
-  if (!WriteArchive(content, temporary, protect, verbose)) return false;
-  if (!WobMoveFile(temporary, bundle.native_string(), kConflictRename)) {
+  constexpr short kPrivateArchive = kNewArchive | OxDataFile::kOpenPrivate;
+  UnfinishedArchive archive(temporary, kPrivateArchive | protection, std::nullopt);
+  if (!WriteContent(content, archive, verbose)) return false;
+  if (WobMoveFile(temporary, bundle.native_string(), kConflictRename)) {
+    GiveUsualPermissions(bundle / OxPath(OxPath(temporary).leaf()));
+  } else {
     Console::Error("Error: could not move '%s' to '%s'\n", temporary.c_str(),
                    bundle.native_string().c_str());
   }
@@ -187,18 +230,23 @@ bool RemoveFile(const OxString& path) {
 }
 
 // Where the bytes of an archive at `archive` go. A link stays, and what it leads to is the archive. A file
-// that has other hard links loses this name and is not written over. Nothing but a file is opened.
-OxString PrepareTarget(const OxPath& archive) {
+// that has other hard links loses this name and is not written over. Nothing but a file is opened, and only
+// the `expected` one.
+OxString PrepareTarget(const OxPath& archive, const std::optional<Posix::FileInfo>& expected) {
   OxString target = archive.native_string();
   auto info = IdentifyLink(archive);
   if (info && info->kind == Posix::FileKind::kLink) {
     target = WobResolvePath(target);
     info = IdentifyLinkVerbatim(target);
   }
-  if (!info) return target;
-  const bool isShared = info->kind == Posix::FileKind::kRegular && info->links > 1;
-  const bool mayBeOpened = info->kind != Posix::FileKind::kOther && (!isShared || RemoveFile(target));
-  if (!mayBeOpened) throw OxDataFile::AccessDenied();
+  // A dangling link and a folder are what opening refuses.
+  const auto isKind = [&](Posix::FileKind kind) { return info->kind == kind; };
+  if (!info || isKind(Posix::FileKind::kLink) || isKind(Posix::FileKind::kFolder)) return target;
+  const bool isExpected = expected && expected->IsSameObject(*info);
+  const bool isShared = info->links > 1;
+  if (!isExpected || !isKind(Posix::FileKind::kRegular) || (isShared && !RemoveFile(target))) {
+    throw OxDataFile::AccessDenied();
+  }
   return target;
 }
 
@@ -206,8 +254,11 @@ bool Convert(const OxPath& bundle, const OxPath& archive, bool protect, bool ver
              std::optional<BundlePlan> plan) {
   Content content;
   if (!GatherContent(bundle, archive, std::move(plan), content)) return false;
-  if (archive == bundle) return WriteArchiveIntoBundle(content, bundle, protect, verbose);
-  return WriteArchive(content, PrepareTarget(archive), protect, verbose);
+  const short protection = protect ? OxDataFile::kOpenProtected : 0;
+  if (archive == bundle) return WriteArchiveIntoBundle(content, bundle, protection, verbose);
+  const OxString target = PrepareTarget(archive, content.plan.archive);
+  UnfinishedArchive unfinished(target, kNewArchive | protection, content.plan.archive);
+  return WriteContent(content, unfinished, verbose);
 }
 
 }  // namespace

@@ -6,6 +6,11 @@
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "BundleTest.h"
 #include "BundleWalk.h"
 #include "Listing.h"
@@ -63,6 +68,111 @@ TEST_F(Flattening, AnInterruptionRemovesTheArchiveAndEndsTheProcess) {
         testing::KilledBySignal(signal), "");
     EXPECT_FALSE(folder.Exists("archive"));
   }
+}
+
+// Whatever ends the run: the archive that it was writing is cut, the object that took its place stays.
+TEST_F(Flattening, AnotherObjectAtItsPathIsNotRemoved) {
+  folder.MakeLink("X.widget/Contents/dangling", "nowhere");
+  const std::string archive = folder.Path("archive");
+  const auto replace = [&] {
+    std::filesystem::rename(archive, folder.Path("moved"));
+    folder.Write("archive", "another's");
+  };
+  {
+    const BeforeOpening swapped(folder.Path("X.widget/Contents/dangling"), replace);
+    EXPECT_FALSE(Flatten());
+  }
+  EXPECT_EQ(folder.Read("moved") + folder.Read("archive"), "another's");
+  std::filesystem::remove(archive);
+  EXPECT_EXIT(
+      {
+        std::signal(SIGTERM, SIG_DFL);
+        const BeforeOpening swapped(folder.Path("X.widget/Contents/dangling"), [&] {
+          replace();
+          std::raise(SIGTERM);
+        });
+        Flatten();
+      },
+      testing::KilledBySignal(SIGTERM), "");
+  EXPECT_EQ(folder.Read("moved") + folder.Read("archive"), "another's");
+}
+
+TEST_F(Flattening, AnArchiveThatCannotBeRemovedIsEmptied) {
+  folder.MakeLink("X.widget/Contents/dangling", "nowhere");
+  const FaultyFileOps kept(
+      {.failCall = 1, .error = EACCES, .only = Support::FileCall::kRemoveFile, .keepFailing = true});
+  const Printed printed = Capture([&] { EXPECT_FALSE(Flatten()); });
+  EXPECT_EQ(printed.err,
+            "Error: Unable to read dangling\nError: failed to write files\n"
+            "Error: could not delete '" +
+                folder.Path("archive") + "'\n");
+  EXPECT_TRUE(folder.Exists("archive"));
+  EXPECT_EQ(folder.Read("archive"), "");
+}
+
+TEST_F(Flattening, TwoRunsDoNotWriteOneArchive) {
+  const int fd = ::open(folder.Write("archive", "the other's").c_str(), O_RDONLY);
+  ASSERT_EQ(::flock(fd, LOCK_EX), 0);
+  const Printed printed = Capture([&] { EXPECT_FALSE(Flatten()); });
+  EXPECT_EQ(printed.err,
+            "Error: '" + folder.Path("archive") + "' is being written by another process\n");
+  EXPECT_EQ(folder.Read("archive"), "the other's");
+  ::close(fd);
+  EXPECT_TRUE(Flatten());
+}
+
+// What was there when the bundle was walked is the only thing that may be emptied.
+TEST_F(Flattening, AnOutputThatChangesIsNotWritten) {
+  const std::string archive = folder.Path("archive");
+  const std::string a = folder.Path("X.widget/Contents/a");
+  const std::function<void()> kChanges[] = {
+      [&] { folder.Write("archive", "kept"); },
+      [&] { std::filesystem::rename(folder.Write("victim", "kept"), archive); },
+      [&] { std::filesystem::create_hard_link(archive, folder.Path("X.widget/Contents/new")); },
+  };
+  for (const auto& change : kChanges) {
+    const BeforeOpening swapped(archive, change);
+    const Printed printed = Capture([&] { EXPECT_FALSE(Flatten()); });
+    EXPECT_EQ(printed.err, "Error: ConvertWidgetBundle: Caught exception!\n");
+    EXPECT_EQ(folder.Read("archive"), "kept");
+  }
+}
+
+TEST_F(Flattening, WhatIsNotAFileIsNotOpened) {
+  const std::string pipe = folder.Path("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0666), 0);
+  bool isOpened = false;
+  for (const char* link : {"archive", "X.widget/Contents/sub/x", "X.widget/Contents/main.wob"}) {
+    std::filesystem::remove(folder.Path(link));
+    folder.MakeLink(link, pipe);
+    const BeforeOpening target(pipe, [&] { isOpened = true; });
+    const BeforeOpening byLink(folder.Path(link), [&] { isOpened = true; });
+    Capture([&] { Flatten(); });
+    EXPECT_FALSE(isOpened) << link;
+    std::filesystem::remove(folder.Path("archive"));
+  }
+}
+
+TEST_F(Flattening, ATemporaryArchiveIsPrivate) {
+  const auto permissions = [&](const std::string& name) {
+    const auto entry = *std::filesystem::directory_iterator(folder.Path(name));
+    return static_cast<unsigned>(entry.status().permissions());
+  };
+  setenv("TMPDIR", folder.MakeFolder("tmp").c_str(), 1);
+  std::filesystem::rename(folder.Path("X.widget/Contents"), folder.Path("contents"));
+  folder.MakeLink("X.widget/Contents", "../contents");
+  unsigned meanwhile = 0;
+  {
+    const BeforeOpening look(folder.Path("X.widget/Contents/sub/b"),
+                             [&] { meanwhile = permissions("tmp"); });
+    EXPECT_TRUE(FlattenBundle(Path("X.widget"), Path("X.widget"), false, false));
+  }
+  unsetenv("TMPDIR");
+  EXPECT_EQ(meanwhile, 0600U);
+  std::filesystem::remove(folder.Path("X.widget/Contents"));
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  EXPECT_EQ(permissions("X.widget"), 0666U & ~mask);
 }
 
 TEST_F(Flattening, ALateSignalAndAnIgnoredOneChangeNothing) {

@@ -20,6 +20,8 @@ enum class FileCall {
   kWriteAt,
   kCopyRange,
   kSetLength,
+  kLock,
+  kSetPermissions,
   kStatus,
   kLinkStatus,
   kOpenStatus,
@@ -75,6 +77,10 @@ class FaultyFileOps final : public Posix::FileOps {
                          std::size_t count) override;
   int SetLength(int fd, std::uint64_t length) override {
     return Fails(FileCall::kSetLength) ? -plan_.error : FileOps::SetLength(fd, length);
+  }
+  int Lock(int fd) override { return Fails(FileCall::kLock) ? -plan_.error : FileOps::Lock(fd); }
+  int SetPermissions(int fd, unsigned permissions) override {
+    return Fails(FileCall::kSetPermissions) ? -plan_.error : FileOps::SetPermissions(fd, permissions);
   }
   int Status(const char* path, Posix::FileInfo& info) override {
     return Fails(FileCall::kStatus, path) ? -plan_.error : FileOps::Status(path, info);

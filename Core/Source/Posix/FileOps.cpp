@@ -10,6 +10,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
@@ -108,7 +109,8 @@ FileOps* g_replacement = nullptr;
 }  // namespace
 
 int FileOps::Open(const char* path, unsigned flags) {
-  return ResultOf(::open(path, NativeFlags(flags), kFilePermissions));
+  const unsigned permissions = (flags & kOpenPrivate) != 0 ? kPrivateFilePermissions : kFilePermissions;
+  return ResultOf(::open(path, NativeFlags(flags), permissions));
 }
 
 int FileOps::Close(int fd) {
@@ -147,6 +149,17 @@ std::int64_t FileOps::CopyRange(int from, std::uint64_t fromPosition, int to, st
 int FileOps::SetLength(int fd, std::uint64_t length) {
   if (!IsPosition(length)) return -EFBIG;
   return ResultOf(::ftruncate(fd, static_cast<off_t>(length)));
+}
+
+int FileOps::Lock(int fd) {
+  return ResultOf(::flock(fd, LOCK_EX | LOCK_NB));
+}
+
+// The umask can only be read by setting it.
+int FileOps::SetPermissions(int fd, unsigned permissions) {
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  return ResultOf(::fchmod(fd, permissions & ~mask));
 }
 
 int FileOps::Status(const char* path, FileInfo& info) {

@@ -14,11 +14,13 @@ enum class FileKind : std::uint8_t { kRegular, kFolder, kLink, kOther };
 enum OpenFlags : unsigned {
   kOpenToRead = 1,
   kOpenToWrite = 2,
-  kOpenNew = 4,  ///< Create; fails with -EEXIST when the name exists, also as a dangling link.
+  kOpenNew = 4,      ///< Create; fails with -EEXIST when the name exists, also as a dangling link.
+  kOpenPrivate = 8,  ///< With kOpenNew: kPrivateFilePermissions.
 };
 
 /// Permission bits of what is created, before the process's umask takes some away.
 constexpr unsigned kFilePermissions = 0666;
+constexpr unsigned kPrivateFilePermissions = 0600;
 constexpr unsigned kFolderPermissions = 0777;
 
 /// Bytes to be written in one call with others.
@@ -79,6 +81,10 @@ class FileOps {
                                  std::size_t count);
   /// Cuts the file, or extends it with zeros.
   virtual int SetLength(int fd, std::uint64_t length);
+  /// Locks the open file for this process alone, without waiting; -EWOULDBLOCK when another has locked it.
+  /// Closing the file unlocks it.
+  virtual int Lock(int fd);
+  virtual int SetPermissions(int fd, unsigned permissions);  ///< Less the umask.
 
   virtual int Status(const char* path, FileInfo& info);      ///< Follows links.
   virtual int LinkStatus(const char* path, FileInfo& info);  ///< Of the link itself.

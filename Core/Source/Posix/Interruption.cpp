@@ -5,20 +5,41 @@
 #include <utility>
 
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr std::array<int, 3> kInterruptions = {SIGINT, SIGTERM, SIGHUP};
 
-std::atomic<const char*> fileToRemove = nullptr;
-static_assert(std::atomic<const char*>::is_always_lock_free, "a signal handler reads it");
+// A partly written file: where it was made, and what it is.
+struct PartialFile {
+  const char* path = nullptr;
+  int descriptor = -1;
+  struct stat identity = {};
+
+  bool Is(const struct stat& found) const {
+    return found.st_dev == identity.st_dev && found.st_ino == identity.st_ino;
+  }
+};
+
+std::atomic<const PartialFile*> fileToRemove = nullptr;
+static_assert(std::atomic<const PartialFile*>::is_always_lock_free, "a signal handler reads it");
+
+// A closed descriptor's number may belong to another file by now.
+void RemoveOrCut(const PartialFile& file) {
+  struct stat found = {};
+  const bool isNamed = ::lstat(file.path, &found) == 0 && file.Is(found);
+  if (isNamed && ::unlink(file.path) == 0) return;
+  const bool isOpen = ::fstat(file.descriptor, &found) == 0 && file.Is(found);
+  if (isOpen && ::ftruncate(file.descriptor, 0) != 0) return;
+}
 
 // Only calls that are safe inside a handler. The handling was reset to the default on entry and the
 // signal is held back while the handler runs, so that raising it again ends the process on return.
 void RemoveAndEnd(int number) {
-  const char* path = fileToRemove.load();
-  if (path != nullptr) ::unlink(path);
+  const PartialFile* file = fileToRemove.load();
+  if (file != nullptr) RemoveOrCut(*file);
   ::raise(number);
 }
 
@@ -37,6 +58,7 @@ void Posix::IgnoreWriteSignals() {
 }
 
 struct Posix::InterruptionGuard::Saved {
+  PartialFile file;
   sigset_t mask;
   std::array<struct sigaction, kInterruptions.size()> actions;
 };
@@ -56,8 +78,10 @@ Posix::InterruptionGuard::InterruptionGuard(std::string path)
   }
 }
 
-void Posix::InterruptionGuard::Arm() {
-  fileToRemove = path_.c_str();
+void Posix::InterruptionGuard::Arm(int descriptor) {
+  saved_->file.path = path_.c_str();
+  saved_->file.descriptor = descriptor;
+  if (::fstat(descriptor, &saved_->file.identity) == 0) fileToRemove = &saved_->file;
   ::sigprocmask(SIG_SETMASK, &saved_->mask, nullptr);
 }
 

@@ -14,6 +14,7 @@ constexpr FileStatus kStatusNotOpen = -38;
 constexpr FileStatus kStatusEndOfFile = -39;  ///< A short read, or a position past the end.
 constexpr FileStatus kStatusTooManyFiles = -42;
 constexpr FileStatus kStatusFileNotFound = -43;
+constexpr FileStatus kStatusFileBusy = -47;  ///< Locked by another process.
 constexpr FileStatus kStatusDuplicateName = -48;
 constexpr FileStatus kStatusNoPermission = -54;
 constexpr FileStatus kStatusNoFolder = -120;  ///< A part of the path that should be a folder is none.

@@ -21,22 +21,22 @@ OxDataFile::~OxDataFile() {
   }
 }
 
-bool OxDataFile::Open(short mode) {
+bool OxDataFile::Open(short mode, const FileCheck& check) {
   bool opened = false;
   try {
     Close();
-    opened = OpenArchive(mode);
+    opened = OpenArchive(mode, check);
   } catch (...) {
     opened = false;
   }
   if (opened) return true;
   const bool made = file_.File() != nullptr && file_.File()->WasCreated();
+  if (made) Delete();
   Reset();
-  if (made) OxFile(path_).Delete();
   return false;
 }
 
-bool OxDataFile::OpenArchive(short mode) {
+bool OxDataFile::OpenArchive(short mode, const FileCheck& check) {
   mode_ = mode;
   const bool create = (mode & kOpenCreate) != 0;
   if (mode == kOpenMapped) {
@@ -44,8 +44,10 @@ bool OxDataFile::OpenArchive(short mode) {
   } else {
     const unsigned long permission = ((mode & kOpenRead) != 0 ? OxFile::kRead : 0UL) |
                                      ((mode & kOpenWrite) != 0 ? OxFile::kWrite : 0UL) |
-                                     (create ? OxFile::kCreate : 0UL);
+                                     (create ? OxFile::kCreate : 0UL) |
+                                     ((mode & kOpenPrivate) != 0 ? OxFile::kPrivate : 0UL);
     if (file_.OpenFile(path_, permission) != kStatusOk) return false;
+    if (check && !check(*file_.File())) return false;
   }
   if (!(create ? BeginNewArchive() : CheckHeader())) return false;
   open_ = true;
@@ -77,8 +79,7 @@ bool OxDataFile::BeginNewArchive() {
   const FileStatus written = file_.WriteAt(0, FlatFile::Encode(header_));
   if (written == kStatusOk && file_.SetPosition(0) == kStatusOk) return true;
   // What was there before is gone already.
-  Reset();
-  OxFile(path_).Delete();
+  Delete();
   return false;
 }
 
@@ -134,10 +135,12 @@ FileStatus OxDataFile::Reset() {
   return status;
 }
 
-void OxDataFile::Delete() {
+FileStatus OxDataFile::Delete() {
   file_.PutOff().Forget();
+  const bool isFile = file_.File() != nullptr;
+  const FileStatus status = isFile ? file_.File()->Discard() : kStatusOk;
   Reset();
-  OxFile(path_).Delete();
+  return isFile ? status : OxFile(path_).Delete();
 }
 
 bool OxDataFile::IsProtected() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -54,7 +55,10 @@ class OxDataFile {
     kOpenMapped = 4,
     kOpenCreate = 8,      ///< Make the file if missing and empty it if not.
     kOpenProtected = 16,  ///< With kOpenCreate: payloads are scrambled.
+    kOpenPrivate = 32,    ///< With kOpenCreate: a file that is made is for its owner alone.
   };
+  /// Looks at a file that has been opened; false refuses it.
+  using FileCheck = std::function<bool(OxFile&)>;
 
   class Record;
   class Iterator;
@@ -70,8 +74,9 @@ class OxDataFile {
 
   /// False, and closed, for a file that is missing, cannot be opened or made, is no regular file, or is
   /// no archive of this type. Damaged lists, index or names do not make it fail. A file that was made
-  /// or emptied here and could not be begun is removed. An open archive is closed first.
-  bool Open(short mode);
+  /// or emptied here and could not be begun is removed. An open archive is closed first. `check`, unless
+  /// null, may refuse a file (not a mapping) before anything in it is read or changed.
+  bool Open(short mode, const FileCheck& check = nullptr);
   bool IsOpen() const { return open_; }              ///< Since a successful Open().
   const OxString& GetPath() const { return path_; }  ///< As the constructor was given it.
   /// Writes index and name table, if the archive was opened for writing, and closes. Throws FileError
@@ -81,9 +86,9 @@ class OxDataFile {
   /// away with the archive: appended records reach the disk many at a time, so a failure to write one may
   /// only be told by a later operation or by Close(). Nothing else changes.
   void GatherAppends() { file_.GatherAppends(); }
-  /// Closes without writing index and name table, and removes the file. Never throws; the status of the
-  /// removal is ignored.
-  void Delete();
+  /// Closes without writing index and name table, and removes the file; one that is open as
+  /// OxFile::Discard() does, whose status this returns. Never throws.
+  FileStatus Delete();
   /// Whether the payloads are scrambled. Deliberate: false while the archive is not open.
   bool IsProtected() const;
 
@@ -173,7 +178,7 @@ class OxDataFile {
   using Link = std::uint64_t FlatFile::RecordHeader::*;
 
   // Opening and closing.
-  bool OpenArchive(short mode);
+  bool OpenArchive(short mode, const FileCheck& check);
   bool BeginNewArchive();
   bool CheckHeader();
   void LoadIndexAndNames();

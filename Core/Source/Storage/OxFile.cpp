@@ -35,7 +35,8 @@ FileStatus OxFile::Open(unsigned long permission) {
   Close();
   if ((permission & (kRead | kWrite)) == 0) return kStatusNoPermission;
   const unsigned flags = ((permission & kRead) != 0 ? Posix::kOpenToRead : 0U) |
-                         ((permission & kWrite) != 0 ? Posix::kOpenToWrite : 0U);
+                         ((permission & kWrite) != 0 ? Posix::kOpenToWrite : 0U) |
+                         ((permission & kPrivate) != 0 ? Posix::kOpenPrivate : 0U);
   const bool mayCreate = (permission & kCreate) != 0;
   const bool newFirst = mayCreate && (permission & kExpectNew) != 0;
   FileStatus status = newFirst ? OpenNew(flags) : kStatusDuplicateName;
@@ -160,6 +161,35 @@ FileStatus OxFile::Delete() {
   gathered_.End();
   Close();
   return StatusOfResult(RepeatInterrupted([&] { return Posix::Files().RemoveFile(path_.c_str()); }));
+}
+
+FileStatus OxFile::Discard() {
+  gathered_.End();
+  Posix::FileInfo own;
+  Posix::FileInfo named;
+  FileStatus status = GetInfo(own);
+  const int found = RepeatInterrupted([&] { return Posix::Files().LinkStatus(path_.c_str(), named); });
+  if (status == kStatusOk && found != -ENOENT) status = StatusOfResult(found);
+  const bool isNamed = status == kStatusOk && found >= 0 && named.IsSameObject(own);
+  if (isNamed) {
+    status = StatusOfResult(RepeatInterrupted([&] { return Posix::Files().RemoveFile(path_.c_str()); }));
+  }
+  if (!isNamed || status != kStatusOk) SetEOF(0);
+  Close();
+  return status;
+}
+
+FileStatus OxFile::Lock() {
+  if (!IsOpen()) return kStatusNotOpen;
+  const int result = RepeatInterrupted([&] { return Posix::Files().Lock(fd_); });
+  if (result == -EWOULDBLOCK) return kStatusFileBusy;
+  const bool hasNoLocks = result == -ENOSYS || result == -EOPNOTSUPP || result == -ENOLCK;
+  return hasNoLocks ? kStatusOk : StatusOfResult(result);
+}
+
+FileStatus OxFile::GetInfo(Posix::FileInfo& info) const {
+  if (!IsOpen()) return kStatusNotOpen;
+  return StatusOfResult(RepeatInterrupted([&] { return Posix::Files().OpenStatus(fd_, info); }));
 }
 
 bool OxFile::ExistsAt(const char* path) {

@@ -33,7 +33,8 @@ class OxFile {
   /// Bits of the permission that Open() takes. kExpectNew changes nothing but the cost: beside kCreate it
   /// saves a system call where the file is missing, and costs one where it exists; a dangling link then
   /// gives kStatusFileNotFound and not kStatusDuplicateName.
-  enum Permission : unsigned long { kRead = 1, kWrite = 2, kCreate = 4, kExpectNew = 8 };
+  /// kPrivate: a file that is made is for its owner alone.
+  enum Permission : unsigned long { kRead = 1, kWrite = 2, kCreate = 4, kExpectNew = 8, kPrivate = 16 };
 
   /// A path as the file system has it, which need not be UTF-8.
   struct NativePath {
@@ -81,6 +82,16 @@ class OxFile {
   /// Closes the file, drops what was gathered, and removes what the path names: a link itself, never a
   /// folder.
   FileStatus Delete();
+  /// Deletes the open file: closes it, drops what was gathered, and removes what the path names if that is
+  /// still this file. Where it is not, or cannot be removed, the file is cut to no bytes first. The status is
+  /// kStatusOk when the path does not name this file any more.
+  FileStatus Discard();
+  /// Locks the open file for this process alone, without waiting; kStatusFileBusy when another has locked
+  /// it. Where the file system has no locks the file stays unlocked.
+  FileStatus Lock();
+  /// The status of the open file itself.
+  FileStatus GetInfo(Posix::FileInfo& info) const;
+  int Descriptor() const { return fd_; }  ///< The system's number for the open file, or -1.
   /// True if open, else whether the path names an existing object (links are followed).
   bool Exists() const { return IsOpen() || ExistsAt(path_.c_str()); }
   static bool Exists(const OxString& path) { return ExistsAt(path.c_str()); }
