@@ -214,7 +214,7 @@ bool WriteArchiveIntoBundle(Content& content, const OxPath& bundle, short protec
     return false;
   }
   constexpr short kPrivateArchive = kNewArchive | OxDataFile::kOpenPrivate;
-  UnfinishedArchive archive(temporary, kPrivateArchive | protection, std::nullopt);
+  UnfinishedArchive archive(temporary, static_cast<short>(kPrivateArchive | protection), std::nullopt);
   if (!WriteContent(content, archive, verbose)) return false;
   if (WobMoveFile(temporary, bundle.native_string(), kConflictRename)) {
     GiveUsualPermissions(bundle / OxPath(OxPath(temporary).leaf()));
@@ -257,7 +257,8 @@ bool Convert(const OxPath& bundle, const OxPath& archive, bool protect, bool ver
   const short protection = protect ? OxDataFile::kOpenProtected : 0;
   if (archive == bundle) return WriteArchiveIntoBundle(content, bundle, protection, verbose);
   const OxString target = PrepareTarget(archive, content.plan.archive);
-  UnfinishedArchive unfinished(target, kNewArchive | protection, content.plan.archive);
+  UnfinishedArchive unfinished(target, static_cast<short>(kNewArchive | protection),
+                               content.plan.archive);
   return WriteContent(content, unfinished, verbose);
 }
 
