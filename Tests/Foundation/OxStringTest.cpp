@@ -1,6 +1,10 @@
+#include <cstdlib>
+#include <iostream>
+#include <set>
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "Foundation/OxString.h"
@@ -161,6 +165,30 @@ TEST(OxString, ComparesUtf16UnitsWithSimpleFolding) {
   }
   EXPECT_TRUE(OxString("a") < OxString("b"));
   EXPECT_EQ(HashNoCase(OxString("Icon.PNG")), HashNoCase(OxString("icon.png")));
+}
+
+TEST(OxString, TextsThatFoldAlikeHashAlikeAtEveryLength) {
+  const std::string plain = "kelvin sign and letters [of] every @kind, 0123456789kk";
+  std::set<std::size_t> hashes;
+  for (std::size_t length = 0; length <= plain.size(); ++length) {
+    const OxString small(plain.substr(0, length).c_str());
+    EXPECT_EQ(HashNoCase(OxString(small).to_upper()), HashNoCase(small)) << length;
+    EXPECT_EQ(HashNoCase(OxString(small).replace('k', 0x212A)), HashNoCase(small)) << length;
+    hashes.insert(HashNoCase(small));
+  }
+  EXPECT_EQ(hashes.size(), plain.size() + 1);
+}
+
+TEST(OxStringDeathTest, AnotherProcessHashesDifferently) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // Runs the program anew instead of forking alone.
+  const auto hash = [] { return std::to_string(HashNoCase(std::string_view("name"))); };
+  EXPECT_EXIT(
+      {
+        std::cerr << "hash " << hash() << '\n';
+        std::exit(0);
+      },
+      testing::ExitedWithCode(0),
+      testing::AllOf(testing::HasSubstr("hash "), testing::Not(testing::HasSubstr(hash()))));
 }
 
 TEST(OxString, SubstringsAndErasing) {

@@ -1,11 +1,15 @@
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
 #include <optional>
 #include <utility>
 
 #include "Foundation/OxString.h"
 #include "Foundation/StringWalk.h"
 #include "Posix/CaseFolding.h"
+#include "Posix/Randomness.h"
 
 namespace {
 
@@ -137,6 +141,83 @@ int CompareAscii(std::string_view a, std::string_view b, bool fold) {
   return CompareSizes(a.size(), b.size());
 }
 
+constexpr std::size_t kWordBytes = sizeof(std::uint64_t);
+
+using HashKey = std::array<std::uint64_t, 2>;
+
+// Drawn once in the life of the process.
+const HashKey& ProcessKey() {
+  static const HashKey key = {Posix::RandomNumber(), Posix::RandomNumber()};
+  return key;
+}
+
+// SipHash with one round a word and three at the end, fed with up to eight bytes at a time. Without the key
+// nobody can choose texts that collide.
+class KeyedHash {
+ public:
+  // The `count` low bytes of a number, 1 to 7, that has no others.
+  void Add(std::uint64_t bytes, unsigned count) {
+    pending_ |= bytes << 8 * pendingBytes_;
+    total_ += count;
+    pendingBytes_ += count;
+    if (pendingBytes_ < 8) return;
+    Absorb(pending_);
+    pendingBytes_ -= 8;
+    // What went over the eight bytes; a whole word never leaves any when none was pending.
+    pending_ = pendingBytes_ == 0 ? 0 : bytes >> 8 * (count - pendingBytes_);
+  }
+  // Eight bytes when none is pending.
+  void AddWord(std::uint64_t word) {
+    total_ += 8;
+    Absorb(word);
+  }
+
+  std::uint64_t Finish() {
+    Absorb(pending_ | std::uint64_t{total_ & 0xFFU} << 56);
+    v2_ ^= 0xFF;
+    for (int round = 0; round < 3; ++round) Mix();
+    return v0_ ^ v1_ ^ v2_ ^ v3_;
+  }
+
+ private:
+  void Absorb(std::uint64_t word) {
+    v3_ ^= word;
+    Mix();
+    v0_ ^= word;
+  }
+  void Mix() {
+    v0_ += v1_;
+    v1_ = std::rotl(v1_, 13) ^ v0_;
+    v0_ = std::rotl(v0_, 32);
+    v2_ += v3_;
+    v3_ = std::rotl(v3_, 16) ^ v2_;
+    v0_ += v3_;
+    v3_ = std::rotl(v3_, 21) ^ v0_;
+    v2_ += v1_;
+    v1_ = std::rotl(v1_, 17) ^ v2_;
+    v2_ = std::rotl(v2_, 32);
+  }
+
+  std::uint64_t v0_ = 0x736F6D6570736575 ^ ProcessKey()[0];
+  std::uint64_t v1_ = 0x646F72616E646F6D ^ ProcessKey()[1];
+  std::uint64_t v2_ = 0x6C7967656E657261 ^ ProcessKey()[0];
+  std::uint64_t v3_ = 0x7465646279746573 ^ ProcessKey()[1];
+  std::uint64_t pending_ = 0;
+  unsigned pendingBytes_ = 0;
+  unsigned total_ = 0;
+};
+
+// Eight ASCII characters in the order of a byte stream, capital letters as small ones.
+std::uint64_t FoldAsciiWord(const char* characters) {
+  constexpr std::uint64_t kEach = 0x0101010101010101;
+  std::uint64_t word = 0;
+  std::memcpy(&word, characters, sizeof word);
+  if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
+  const std::uint64_t fromA = word + kEach * (0x80 - 'A');
+  const std::uint64_t beyondZ = word + kEach * (0x80 - 'Z' - 1);
+  return word | ((fromA & ~beyondZ & (kEach * 0x80)) >> 2);
+}
+
 }  // namespace
 
 int OxString::compare(const OxString& other, ECaseSense caseSense) const {
@@ -162,18 +243,28 @@ int CompareNoCase(std::string_view a, std::string_view b) {
 }
 
 std::size_t HashNoCase(std::string_view utf8) {
-  constexpr std::size_t kOffset = 0xCBF29CE484222325;
-  constexpr std::size_t kPrime = 0x100000001B3;
-  std::size_t hash = kOffset;
+  KeyedHash hash;
   if (StringWalk::IsAscii(utf8)) {
-    for (const char c : utf8) hash = (hash ^ FoldAscii(c)) * kPrime;
-    return hash;
+    const char* const end = utf8.data() + utf8.size();
+    const bool hasWord = utf8.size() >= kWordBytes;
+    for (; utf8.size() >= kWordBytes; utf8.remove_prefix(kWordBytes)) {
+      hash.AddWord(FoldAsciiWord(utf8.data()));
+    }
+    const auto left = static_cast<unsigned>(utf8.size());
+    if (hasWord && left > 0) {
+      hash.Add(FoldAsciiWord(end - kWordBytes) >> 8 * (kWordBytes - left), left);
+    } else {
+      for (const char c : utf8) hash.Add(FoldAscii(c), 1);
+    }
+  } else {
+    UnitReader units(utf8, true);
+    for (int unit = units.Next(); unit != UnitReader::kEnd; unit = units.Next()) {
+      // Two more bytes, marked by the first, for what is not ASCII, so that no two texts feed the same bytes.
+      const auto value = static_cast<unsigned>(unit);
+      hash.Add(value < 0x80 ? value : 0x80U | value << 8, value < 0x80 ? 1 : 3);
+    }
   }
-  UnitReader units(utf8, true);
-  for (int unit = units.Next(); unit != UnitReader::kEnd; unit = units.Next()) {
-    hash = (hash ^ static_cast<std::size_t>(unit)) * kPrime;
-  }
-  return hash;
+  return static_cast<std::size_t>(hash.Finish());
 }
 
 std::size_t HashNoCase(const OxString& text) {

@@ -1,0 +1,41 @@
+#include "Posix/Randomness.h"
+
+#include <atomic>
+#include <chrono>
+
+#include <unistd.h>
+
+namespace Posix {
+
+namespace {
+
+// Spreads every bit of a number over all of them.
+std::uint64_t Spread(std::uint64_t number) {
+  number = (number ^ number >> 30) * 0xBF58476D1CE4E5B9;
+  number = (number ^ number >> 27) * 0x94D049BB133111EB;
+  return number ^ number >> 31;
+}
+
+std::uint64_t UnlikelyNumber() {
+  static std::atomic<std::uint64_t> calls = 0;
+  std::uint64_t state = calls++;
+  const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+  const auto today = std::chrono::system_clock::now().time_since_epoch().count();
+  for (const std::uint64_t part :
+       {static_cast<std::uint64_t>(now), static_cast<std::uint64_t>(today),
+        static_cast<std::uint64_t>(::getpid()),
+        static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(&state)),
+        static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(&calls))}) {
+    state = Spread(state + part + 0x9E3779B97F4A7C15);
+  }
+  return state;
+}
+
+}  // namespace
+
+std::uint64_t RandomNumber() {
+  std::uint64_t number = 0;
+  return ::getentropy(&number, sizeof number) == 0 ? number : UnlikelyNumber();
+}
+
+}  // namespace Posix
