@@ -38,7 +38,11 @@ TEST(OxBuffer, CapacityFollowsTheGrowthRule) {
 TEST(OxBuffer, LengthsThatNoMemoryHoldsAreRefusedWhole) {
   OxBuffer buffer("kept");
   EXPECT_THROW(buffer.SetLength(std::size_t{0x100000000}), std::bad_alloc);
-  EXPECT_THROW(buffer.Append("x", std::size_t{0xFFFFFFFF}), std::bad_alloc);
+  for (const std::size_t count : {std::size_t{0xFFFFFFFF}, static_cast<std::size_t>(-1)}) {
+    EXPECT_THROW(buffer.Append("x", count), std::bad_alloc);
+    EXPECT_THROW(buffer.Replace({1, 0}, "x", count), std::bad_alloc);
+  }
+  EXPECT_THROW(OxBuffer(-1), std::bad_alloc);
   EXPECT_EQ(Text(buffer), "kept");
 }
 
@@ -68,6 +72,14 @@ TEST(OxBuffer, SourcesInsideTheOwnStorageWork) {
   EXPECT_EQ(Text(buffer), "bcab");
   buffer.Replace({1, 1}, buffer.data(), 4);
   EXPECT_EQ(Text(buffer), "bbcabab");
+}
+
+TEST(OxBuffer, AZeroIsANumber) {
+  OxBuffer buffer(0);
+  EXPECT_EQ(buffer.data(), nullptr);
+  buffer.Append(0);
+  buffer += 0;
+  EXPECT_EQ(Text(buffer), std::string(2, '\0'));
 }
 
 TEST(OxBuffer, NullIsNoBytes) {

@@ -80,6 +80,12 @@ TEST(OxPath, Extensions) {
   EXPECT_EQ(Text(OxPath("a.pem/.pem").trim_extension("pem")), "a.pem");
   EXPECT_EQ(Text(OxPath("dir.d/file").trim_extension()), "dir");
   EXPECT_EQ(Text(OxPath("a").append_extension(".b/")), "a.b/");
+  OxPath path;
+  path.append_extension("/x");
+  EXPECT_EQ(Text(path), "/x");
+  EXPECT_FALSE(path.is_complete());
+  EXPECT_EQ(Text(path.relative_path()), "/x");
+  EXPECT_TRUE(path.normalize().is_complete());
 }
 
 TEST(OxPath, EqualityIgnoresCase) {

@@ -32,6 +32,20 @@ TEST(SmartPtr, AdoptsWithoutCountingAndDeletesOnce) {
   EXPECT_EQ(deaths, 1);
 }
 
+TEST(SmartPtr, ReferencesMadeByADestructorDoNotDestroyAgain) {
+  struct LooksBack : Counted {
+    using Counted::Counted;
+    ~LooksBack() override {
+      Self()->Self();
+      last = Self();
+    }
+    Hux::SmartPtr<Counted> last;  // Released when the object is half gone.
+  };
+  int deaths = 0;
+  Hux::SmartPtr<LooksBack>::Adopt(new LooksBack(deaths));
+  EXPECT_EQ(deaths, 1);
+}
+
 TEST(SmartPtr, AssignmentKeepsCounts) {
   int deaths = 0;
   auto p = Hux::SmartPtr<Derived>::Adopt(new Derived(deaths));

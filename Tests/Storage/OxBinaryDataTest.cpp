@@ -1,6 +1,11 @@
+#include <functional>
+#include <new>
+#include <string>
+
 #include <gtest/gtest.h>
 
 #include "Storage/OxBinaryData.h"
+#include "Support/FailingAllocations.h"
 
 namespace {
 
@@ -57,6 +62,40 @@ TEST(OxBinaryData, AShortReadConsumesNothingAndEveryWriteRewinds) {
   data.Skip(2);
   EXPECT_THROW(data.GetBytes(0), OxBinaryData::OutOfData);
   EXPECT_THROW(data.GetNullTerminatedString(), OxBinaryData::OutOfData);
+}
+
+TEST(OxBinaryData, AFailedAllocationChangesNothing) {
+  const std::string text =
+      "\x13"
+      "a text of its length" +
+      std::string(1, '\0');
+  const std::function<void(OxBinaryData&)> operations[] = {
+      [](OxBinaryData& data) { data.AddUInt64(0x0102030405060708, kBig); },
+      [](OxBinaryData& data) { data.Append(data); },
+      [](OxBinaryData& data) { data.Assign("another text that is longer than the first one", 46); },
+      [](OxBinaryData& data) { EXPECT_EQ(data.GetBytes(19).length(), 19U); },
+      [](OxBinaryData& data) { EXPECT_EQ(data.GetStringWithLengthByte(0).length(), 19U); },
+      [](OxBinaryData& data) { EXPECT_EQ(data.GetNullTerminatedString().length(), 21U); },
+  };
+  for (const auto& run : operations) {
+    for (int n = 1;; ++n) {
+      OxBinaryData data(text.data(), static_cast<int>(text.size()));
+      data.AddUInt8(0);
+      const OxBinaryData before(data);
+      bool fired = false;
+      {
+        const Support::FailingAllocations failing(n);
+        try {
+          run(data);
+        } catch (const std::bad_alloc&) {
+          fired = true;
+        }
+      }
+      if (!fired) break;
+      EXPECT_EQ(data.view(), before.view()) << n;
+      EXPECT_EQ(data.GetUInt8(), 0x13) << n;
+    }
+  }
 }
 
 TEST(OxBinaryData, WithoutBytesEveryReadGivesNothing) {

@@ -15,8 +15,8 @@
 
 namespace {
 
-constexpr std::size_t kSpareBytes = 10;
-constexpr std::size_t kMaxLength = 0xFFFFFFFF;
+constexpr std::uint64_t kSpareBytes = 10;
+constexpr std::uint64_t kMaxLength = 0xFFFFFFFF;
 constexpr std::string_view kHexDigits = "0123456789ABCDEF";
 constexpr std::string_view kBase64Alphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -43,8 +43,17 @@ std::uint8_t HexValue(char digit) {
   return kNoValue;
 }
 
-std::uint32_t CappedCapacity(std::size_t capacity) {
+std::uint32_t CappedCapacity(std::uint64_t capacity) {
   return static_cast<std::uint32_t>(std::min(capacity, kMaxLength));
+}
+
+// The length after `removed` of `length` bytes made room for `added` ones.
+std::uint32_t LengthAfter(std::uint32_t length, std::uint32_t removed, std::size_t added) {
+  return NarrowLength(std::uint64_t{length} - removed + NarrowLength(added));
+}
+
+void Copy(char* to, const char* from, std::size_t count) {
+  if (count > 0) std::memcpy(to, from, count);
 }
 
 // The four characters of up to three bytes; padding stands where a byte is missing.
@@ -58,9 +67,9 @@ void EncodeGroup(const unsigned char* in, std::size_t count, char* out) {
   out[3] = count > 2 ? kBase64Alphabet[third & 63U] : '=';
 }
 
-// Decodes over the text itself: what is written never overtakes what is read. Stops at the first
+// `out` can be the text itself: what is written never overtakes what is read. Stops at the first
 // character outside the alphabet, padding included.
-void DecodeBase64InPlace(char* text, std::size_t length, std::size_t outputLength) {
+void DecodeBase64(const char* text, std::size_t length, char* out, std::size_t outputLength) {
   unsigned bits = 0;
   std::size_t written = 0;
   for (std::size_t i = 0; i < length && written < outputLength; ++i) {
@@ -69,7 +78,7 @@ void DecodeBase64InPlace(char* text, std::size_t length, std::size_t outputLengt
     const std::size_t place = i % 4;
     if (place > 0) {
       const std::size_t shift = 6 - 2 * place;
-      text[written++] = static_cast<char>(((bits << (6 - shift)) | (value >> shift)) & 0xFFU);
+      out[written++] = static_cast<char>(((bits << (6 - shift)) | (value >> shift)) & 0xFFU);
     }
     bits = value;
   }
@@ -118,18 +127,14 @@ OxBuffer::OxBuffer(const char* bytes, std::size_t count) {
   const std::uint32_t exact = NarrowLength(count);
   Allocate(exact);
   length_ = exact;
-  if (count > 0) std::memcpy(data_, bytes, count);
+  Copy(data_, bytes, count);
 }
 
 OxBuffer::OxBuffer(const char* text) : OxBuffer(text, std::strlen(text)) {}
 
-OxBuffer::OxBuffer(std::size_t count) {
-  SetLength(count);
-}
-
 OxBuffer::OxBuffer(const OxBuffer& other) {
   SetLength(other.length_);
-  if (length_ > 0) std::memcpy(data_, other.data_, length_);
+  Copy(data_, other.data_, length_);
 }
 
 OxBuffer::OxBuffer(OxBuffer&& other) noexcept
@@ -140,7 +145,7 @@ OxBuffer::OxBuffer(OxBuffer&& other) noexcept
 OxBuffer& OxBuffer::operator=(const OxBuffer& other) {
   if (this == &other) return *this;
   SetLength(other.length_);
-  if (length_ > 0) std::memcpy(data_, other.data_, length_);
+  Copy(data_, other.data_, length_);
   return *this;
 }
 
@@ -159,9 +164,9 @@ OxBuffer::~OxBuffer() {
 
 // Replaces the storage by a new one that keeps the bytes in use, as far as they fit. At least one
 // byte is allocated, so that a buffer without capacity still has a byte to refer to.
-void OxBuffer::Allocate(std::size_t capacity) {
+void OxBuffer::Allocate(std::uint64_t capacity) {
   const std::uint32_t capped = CappedCapacity(capacity);
-  char* fresh = new char[std::max<std::size_t>(capped, 1)];
+  char* fresh = new char[std::max<std::uint32_t>(capped, 1)];
   if (data_ != nullptr) std::memcpy(fresh, data_, std::min(length_, capped));
   delete[] data_;
   data_ = fresh;
@@ -176,7 +181,13 @@ void OxBuffer::Release() {
 }
 
 bool OxBuffer::Owns(const char* bytes) const {
-  return data_ != nullptr && !std::less<>()(bytes, data_) && std::less<>()(bytes, data_ + capacity_);
+  const char* end = data_ + std::max<std::uint32_t>(capacity_, 1);
+  return data_ != nullptr && !std::less<>()(bytes, data_) && std::less<>()(bytes, end);
+}
+
+// Whether SetLength() would move the bytes into smaller storage, or give it back.
+bool OxBuffer::ShrinksStorage(std::uint64_t length) const {
+  return length == 0 || (length <= capacity_ && length < length_ / 2);
 }
 
 void OxBuffer::Assign(const char* bytes, std::size_t count) {
@@ -187,7 +198,7 @@ void OxBuffer::Assign(const char* bytes, std::size_t count) {
     return;
   }
   SetLength(count);
-  if (count > 0) std::memcpy(data_, bytes, count);
+  Copy(data_, bytes, count);
 }
 
 void OxBuffer::Assign(const char* text) {
@@ -199,7 +210,7 @@ void OxBuffer::Append(const char* bytes, std::size_t count) {
   const bool own = Owns(bytes);
   const std::size_t offset = own ? static_cast<std::size_t>(bytes - data_) : 0;
   const std::uint32_t end = length_;
-  SetLength(std::size_t{length_} + count);
+  SetLength(LengthAfter(length_, 0, count));
   std::memcpy(data_ + end, own ? data_ + offset : bytes, count);
 }
 
@@ -208,7 +219,7 @@ void OxBuffer::Append(const char* text) {
 }
 
 void OxBuffer::Append(char byte) {
-  SetLength(std::size_t{length_} + 1);
+  SetLength(LengthAfter(length_, 0, 1));
   data_[length_ - 1] = byte;
 }
 
@@ -218,11 +229,6 @@ void OxBuffer::Append(const OxBuffer& other) {
 
 OxBuffer& OxBuffer::operator+=(const char* text) {
   Append(text);
-  return *this;
-}
-
-OxBuffer& OxBuffer::operator+=(char byte) {
-  Append(byte);
   return *this;
 }
 
@@ -247,10 +253,10 @@ void OxBuffer::SetLength(std::size_t length) {
     Release();
     return;
   }
-  if (data_ == nullptr || (narrow <= capacity_ && narrow < length_ / 2)) {
-    Allocate(length + kSpareBytes);
+  if (data_ == nullptr || ShrinksStorage(narrow)) {
+    Allocate(narrow + kSpareBytes);
   } else if (narrow > capacity_) {
-    Allocate(length + length / 2);
+    Allocate(std::uint64_t{narrow} + narrow / 2);
   }
   length_ = narrow;
 }
@@ -267,16 +273,26 @@ void OxBuffer::Remove(std::size_t start, std::size_t count) {
 }
 
 void OxBuffer::Replace(const Range& range, const char* bytes, std::size_t count) {
-  const std::size_t rangeEnd = std::size_t{range.start} + range.length;
+  const std::uint64_t rangeEnd = std::uint64_t{range.start} + range.length;
   if (rangeEnd > length_) throw OutOfRange();
+  const std::uint32_t newLength = LengthAfter(length_, range.length, count);
+  const std::size_t tail = length_ - static_cast<std::uint32_t>(rangeEnd);
+  const std::size_t room = bytes == nullptr ? 0 : count;
+  if (count < range.length && ShrinksStorage(newLength)) {
+    OxBuffer replaced;
+    replaced.SetLength(newLength);
+    Copy(replaced.data_, data_, range.start);
+    Copy(replaced.data_ + range.start, bytes, room);
+    Copy(replaced.data_ + range.start + count, data_ + rangeEnd, tail);
+    *this = std::move(replaced);
+    return;
+  }
   std::optional<OxBuffer> copy;
   if (Owns(bytes)) bytes = copy.emplace(bytes, count).data_;
-  const std::size_t tail = length_ - rangeEnd;
-  const std::size_t newLength = std::size_t{length_} - range.length + count;
   if (count > range.length) SetLength(newLength);
   if (tail > 0) std::memmove(data_ + range.start + count, data_ + rangeEnd, tail);
-  if (count < range.length) SetLength(newLength);
-  if (bytes != nullptr && count > 0) std::memcpy(data_ + range.start, bytes, count);
+  length_ = newLength;
+  Copy(data_ + range.start, bytes, room);
 }
 
 bool OxBuffer::operator==(const OxBuffer& other) const {
@@ -296,7 +312,7 @@ OxBuffer OxBuffer::MakeReversed() const {
 }
 
 OxBuffer OxBuffer::ConvertToHex() const {
-  OxBuffer hex(std::size_t{length_} * 2);
+  OxBuffer hex(std::uint64_t{length_} * 2);
   char* out = hex.data_;
   for (const char byte : view()) {
     *out++ = kHexDigits[static_cast<unsigned char>(byte) >> 4];
@@ -307,7 +323,7 @@ OxBuffer OxBuffer::ConvertToHex() const {
 
 OxBuffer OxBuffer::ConvertFromHex() const {
   if (length_ % 2 != 0) return {};
-  OxBuffer bytes(std::size_t{length_} / 2);
+  OxBuffer bytes(length_ / 2);
   for (std::size_t i = 0; i < bytes.length_; ++i) {
     const std::uint8_t high = HexValue(data_[2 * i]);
     const std::uint8_t low = HexValue(data_[2 * i + 1]);
@@ -322,7 +338,7 @@ void OxBuffer::ToBase64() {
     Assign(kEmptyBase64.data(), kEmptyBase64.size());
     return;
   }
-  OxBuffer text((std::size_t{length_} + 2) / 3 * 4);
+  OxBuffer text((std::uint64_t{length_} + 2) / 3 * 4);
   const auto* in = reinterpret_cast<const unsigned char*>(data_);
   char* out = text.data_;
   for (std::uint32_t left = length_; left > 0; out += 4) {
@@ -341,10 +357,17 @@ bool OxBuffer::FromBase64() {
     return true;
   }
   if (length_ % 4 != 0) return false;
-  std::size_t outputLength = std::size_t{length_} / 4 * 3;
+  std::uint32_t outputLength = length_ / 4 * 3;
   if (data_[length_ - 1] == '=') --outputLength;
   if (data_[length_ - 2] == '=') --outputLength;
-  DecodeBase64InPlace(data_, length_, outputLength);
+  if (ShrinksStorage(outputLength)) {
+    OxBuffer decoded(outputLength);
+    Copy(decoded.data_, data_, outputLength);
+    DecodeBase64(data_, length_, decoded.data_, outputLength);
+    *this = std::move(decoded);
+    return true;
+  }
+  DecodeBase64(data_, length_, data_, outputLength);
   SetLength(outputLength);
   return true;
 }

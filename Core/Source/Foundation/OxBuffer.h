@@ -1,12 +1,16 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
+#include "Foundation/Narrow.h"
+
 /// An owning, growable array of bytes with hexadecimal and base64 codecs.
-///   Sizes:  bytes; length and capacity are 32-bit. A length above 0xFFFFFFFF throws std::bad_alloc
-///           and leaves the buffer as it was.
+///   Sizes:  bytes; length and capacity are 32-bit. A length above 0xFFFFFFFF throws std::bad_alloc.
+///   Errors: an operation that throws, for want of memory too, leaves the buffer as it was; LoadFromFile()
+///           leaves it empty.
 ///   Owns:   its storage. Bytes beyond the length are undefined; growth never zeroes them, and storage
 ///           that is given back is not cleared: secrets go through SecureClear().
 ///   Alias:  a source inside the buffer's own storage is allowed everywhere.
@@ -26,8 +30,11 @@ class OxBuffer {
   OxBuffer(const char* bytes, std::size_t count);
   /// The bytes of a zero-terminated text, which must not be null, without the terminator.
   explicit OxBuffer(const char* text);
-  /// `count` undefined bytes, with the growth rule of SetLength().
-  explicit OxBuffer(std::size_t count);
+  /// `count` undefined bytes, with the growth rule of SetLength(); 0 is a count, not a null pointer.
+  template <std::integral Count>
+  explicit OxBuffer(Count count) {
+    SetLength(NarrowLength(+count));
+  }
   OxBuffer(const OxBuffer& other);
   OxBuffer(OxBuffer&& other) noexcept;
   OxBuffer& operator=(const OxBuffer& other);
@@ -37,7 +44,8 @@ class OxBuffer {
   std::uint32_t length() const { return length_; }      ///< Bytes.
   std::uint32_t capacity() const { return capacity_; }  ///< Bytes of storage.
   bool empty() const { return length_ == 0; }           ///< Also with storage.
-  /// The first byte, or null without storage; valid until the length changes.
+  /// The first byte, or null without storage. Any operation that is not const ends its validity, except
+  /// element access, ByteSwap16() and one that throws.
   char* data() { return data_; }
   const char* data() const { return data_; }
   std::string_view view() const { return {data_, length_}; }  ///< Valid as data() is.
@@ -51,12 +59,20 @@ class OxBuffer {
   void Append(const char* bytes, std::size_t count);
   /// The bytes of a zero-terminated text; null counts as none.
   void Append(const char* text);
-  /// Appends one byte, also the zero byte.
+  /// Appends one byte, also the zero byte; of a wider number the low eight bits.
   void Append(char byte);
+  template <std::integral Byte>
+  void Append(Byte byte) {
+    Append(static_cast<char>(byte));
+  }
   void Append(const OxBuffer& other);
   /// As Append().
   OxBuffer& operator+=(const char* text);
-  OxBuffer& operator+=(char byte);
+  template <std::integral Byte>
+  OxBuffer& operator+=(Byte byte) {
+    Append(static_cast<char>(byte));
+    return *this;
+  }
   OxBuffer& operator+=(const OxBuffer& other);
 
   /// Throws OutOfRange when there is no storage or `index` > length - 1. Deliberate: that difference is
@@ -100,15 +116,16 @@ class OxBuffer {
   /// Overwrites the whole capacity with zeros, then gives the storage back.
   void SecureClear();
 
-  /// Replaces the content by that of a regular file, as far as there is any. False, and empty, when it
+  /// Gives the storage back, then takes the content of a regular file. False, and empty, when it
   /// cannot be opened, is no regular file or has 4 GiB or more; and when reading it fails half-way, so that
   /// a part is never taken for the whole.
   bool LoadFromFile(const char* path);
 
  private:
-  void Allocate(std::size_t capacity);
+  void Allocate(std::uint64_t capacity);
   void Release();
   bool Owns(const char* bytes) const;
+  bool ShrinksStorage(std::uint64_t length) const;
 
   std::uint32_t length_ = 0;
   std::uint32_t capacity_ = 0;

@@ -29,17 +29,16 @@ OxPath::OxPath(const OxString& text) : text_(text) {
 }
 
 OxPath& OxPath::operator=(const OxString& text) {
-  text_ = text;
-  normalize();
-  return *this;
+  return *this = OxPath(text);
 }
 
 void OxPath::clear() {
   text_.clear();
+  rootless_ = false;
 }
 
 bool OxPath::has_root_directory() const {
-  return text_.view().starts_with(kSeparator);
+  return !rootless_ && text_.view().starts_with(kSeparator);
 }
 
 bool OxPath::has_relative_path() const {
@@ -104,15 +103,17 @@ OxPath& OxPath::trim_extension(const OxString& extension) {
 }
 
 OxPath& OxPath::append_extension(const OxString& extension) {
+  const bool rooted = has_root_directory();
   text_ += extension;
+  rootless_ = !rooted;
   return *this;
 }
 
 OxPath& OxPath::append_component(const OxPath& component) {
-  const OxString appended = component.text_;
-  if (has_relative_path()) text_ += kSeparator;
-  text_ += appended;
-  return normalize();
+  OxString joined = text_;
+  if (has_relative_path()) joined += kSeparator;
+  joined += component.text_;
+  return *this = joined;
 }
 
 OxPath OxPath::operator/(const OxPath& component) const {
@@ -127,6 +128,7 @@ bool OxPath::operator==(const OxPath& other) const {
 
 OxPath& OxPath::normalize() {
   text_.replace('\\', kSeparator);
+  rootless_ = false;
   if (has_relative_path() && text_.view().ends_with(kSeparator)) {
     text_.erase(text_.length() - 1, -1);
   }

@@ -8,6 +8,7 @@
 ///                one). Runs of "/", "." and ".." stay as they are.
 ///   Deliberate:  the extension rules look at the whole text, not only at the last component, and
 ///                equality ignores letter case.
+///   Errors:      an operation that throws leaves the path as it was.
 class OxPath {
  public:
   OxPath() = default;
@@ -24,12 +25,12 @@ class OxPath {
   /// The text as this system's calls take it: the same.
   const OxString& native_string() const { return text_; }
 
-  OxString root_name() const { return {}; }                  ///< A drive's name; this platform has none.
-  OxString root_directory() const;                           ///< "/" or empty.
-  OxString root_path() const { return root_directory(); }    ///< Name and directory.
-  bool has_root_name() const { return false; }               ///< Never here.
-  bool has_root_directory() const;                           ///< Whether the text begins with "/".
-  bool has_relative_path() const;                            ///< Whether anything follows the root.
+  OxString root_name() const { return {}; }                ///< A drive's name; this platform has none.
+  OxString root_directory() const;                         ///< "/" or empty.
+  OxString root_path() const { return root_directory(); }  ///< Name and directory.
+  bool has_root_name() const { return false; }             ///< Never here.
+  bool has_root_directory() const;  ///< Whether the text begins with "/"; see append_extension().
+  bool has_relative_path() const;   ///< Whether anything follows the root.
   bool is_complete() const { return has_root_directory(); }  ///< Whether the path is absolute.
   OxString relative_path() const;                            ///< The text without the root.
 
@@ -47,7 +48,8 @@ class OxPath {
   /// Cuts `extension` off. Deliberate: found ignoring case but cut with exact case, so "a.PEM" with
   /// "pem" stays.
   OxPath& trim_extension(const OxString& extension);
-  /// Appends the text as given: no dot, no normal form.
+  /// Appends the text as given: no dot, no normal form. Deliberate: a "/" that an empty path gets so is no
+  /// root directory until the path is brought to the normal form.
   OxPath& append_extension(const OxString& extension);
 
   /// Joins with one "/" and brings the result to the normal form; a "/" that `component` begins with
@@ -68,6 +70,7 @@ class OxPath {
 
  private:
   OxString text_;
+  bool rootless_ = false;  // The text may begin with "/", which is no root.
 };
 
 /// The text of the parent of a path, and its last component.

@@ -1,6 +1,7 @@
 #include "Foundation/OxString.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -12,11 +13,32 @@
 #include "Foundation/StringWalk.h"
 #include "Foundation/UnicodeConversion.h"
 
+namespace {
+
+// At least half as much again, so that appending bit by bit stays cheap.
+std::uint32_t GrownCapacity(std::uint32_t capacity, std::uint32_t wanted) {
+  const std::uint64_t grown = std::uint64_t{capacity} + capacity / 2;
+  return static_cast<std::uint32_t>(
+      std::min<std::uint64_t>(std::max<std::uint64_t>(wanted, grown), 0xFFFFFFFF));
+}
+
+}  // namespace
+
 // ---- Storage
 
-void OxString::AdoptHeap(char* bytes, std::uint32_t capacity) {
-  std::memcpy(storage_, &bytes, sizeof bytes);
-  std::memcpy(storage_ + sizeof bytes, &capacity, sizeof capacity);
+// For `capacity` bytes and their terminator.
+std::unique_ptr<char[]> OxString::NewStorage(std::uint32_t capacity) {
+  const auto bytes = TryNarrow<std::size_t>(std::uint64_t{capacity} + 1);
+  if (!bytes) throw std::bad_alloc();
+  return std::unique_ptr<char[]>(new char[*bytes]);
+}
+
+// In the place of the former storage.
+void OxString::AdoptHeap(std::unique_ptr<char[]> bytes, std::uint32_t capacity) {
+  if (!IsLocal()) delete[] HeapBytes();
+  char* const owned = bytes.release();
+  std::memcpy(storage_, &owned, sizeof owned);
+  std::memcpy(storage_ + sizeof owned, &capacity, sizeof capacity);
   storage_[kTagAt] = 1;
 }
 
@@ -27,16 +49,13 @@ void OxString::ReleaseHeap() {
 }
 
 // Room for `bytes` bytes and the terminator; the text stays.
-void OxString::Grow(std::size_t bytes) {
+void OxString::Grow(std::uint32_t bytes) {
   const std::uint32_t capacity = Capacity();
   if (bytes <= capacity) return;
-  NarrowLength(bytes);
-  const std::size_t wanted = std::max(bytes, std::size_t{capacity} + capacity / 2);
-  const auto granted = static_cast<std::uint32_t>(std::min<std::size_t>(wanted, 0xFFFFFFFF));
-  char* fresh = new char[std::size_t{granted} + 1];
-  std::memcpy(fresh, Data(), std::size_t{size_} + 1);
-  if (!IsLocal()) delete[] HeapBytes();
-  AdoptHeap(fresh, granted);
+  const std::uint32_t granted = GrownCapacity(capacity, bytes);
+  std::unique_ptr<char[]> fresh = NewStorage(granted);
+  std::memcpy(fresh.get(), Data(), std::size_t{size_} + 1);
+  AdoptHeap(std::move(fresh), granted);
 }
 
 void OxString::StealFrom(OxString& other) noexcept {
@@ -51,17 +70,19 @@ bool OxString::Owns(const char* bytes) const {
   return !std::less<>()(bytes, Data()) && !std::less<>()(Data() + Capacity(), bytes);
 }
 
-// Takes over text that is known to be acceptable and lies outside this string.
+// Copies text that is known to be acceptable, which may lie in this string.
 void OxString::AssignValid(const char* bytes, std::size_t count, std::uint32_t codePoints) {
-  DropCache();
-  if (count > Capacity()) {
-    NarrowLength(count);
-    SetSize(0);
-    length_ = 0;
-    Grow(count);
+  const std::uint32_t size = NarrowLength(count);
+  if (size > Capacity()) {
+    const std::uint32_t granted = GrownCapacity(Capacity(), size);
+    std::unique_ptr<char[]> fresh = NewStorage(granted);
+    std::memcpy(fresh.get(), bytes, count);
+    AdoptHeap(std::move(fresh), granted);
+  } else if (count > 0) {
+    std::memmove(Data(), bytes, count);
   }
-  if (count > 0) std::memcpy(Data(), bytes, count);
-  SetSize(static_cast<std::uint32_t>(count));
+  DropCache();
+  SetSize(size);
   length_ = codePoints;
 }
 
@@ -112,7 +133,7 @@ void OxString::secure_clear() {
 }
 
 void OxString::reserve(std::size_t bytes) {
-  Grow(bytes);
+  Grow(NarrowLength(bytes));
 }
 
 // ---- Setting
@@ -123,15 +144,11 @@ OxString& OxString::set(const char* utf8) {
 
 OxString& OxString::set(const char* utf8, std::size_t bytes) {
   if (utf8 == nullptr || bytes == 0) return clear();
+  NarrowLength(bytes);
   std::size_t codePoints = 0;
   if (!StringWalk::Validate({utf8, bytes}, codePoints)) {
     clear();
     throw InvalidEncoding();
-  }
-  if (Owns(utf8)) {
-    OxString copy;
-    copy.AssignValid(utf8, bytes, NarrowLength(codePoints));
-    return *this = std::move(copy);
   }
   AssignValid(utf8, bytes, NarrowLength(codePoints));
   return *this;
@@ -144,10 +161,10 @@ OxString& OxString::set(const unsigned short* utf16) {
 }
 
 OxString& OxString::set(const unsigned short* utf16, std::size_t units) {
-  constexpr std::size_t kBytesPerUnit = 4;
+  constexpr std::uint64_t kBytesPerUnit = 4;
   if (utf16 == nullptr || units == 0) return clear();
   OxString converted;
-  converted.Grow(units * kBytesPerUnit);
+  converted.Grow(NarrowLength(std::uint64_t{NarrowLength(units)} * kBytesPerUnit));
   std::size_t codePoints = 0;
   try {
     const std::size_t bytes =
@@ -178,7 +195,10 @@ OxString& OxString::format(const char* fmt, ...) {
 OxString& OxString::format_v(const char* fmt, va_list arguments) {
   if (fmt == nullptr || *fmt == 0) return clear();
   char* printed = nullptr;
-  if (vasprintf(&printed, fmt, arguments) < 0) return *this;
+  if (vasprintf(&printed, fmt, arguments) < 0) {
+    if (errno == ENOMEM) throw std::bad_alloc();
+    return *this;
+  }
   const std::unique_ptr<char, decltype(&std::free)> owner(printed, &std::free);
   return set(printed);
 }
@@ -195,8 +215,9 @@ const char* OxString::FindCharPos(Index index) const {
   if (index < 0) return nullptr;
   const auto target = static_cast<std::uint64_t>(index);
   if (is_ascii()) {
-    if (target >= size_ || std::memchr(Data(), 0, target + 1) != nullptr) return nullptr;
-    return Data() + target;
+    if (target >= size_) return nullptr;
+    const auto offset = static_cast<std::size_t>(target);
+    return std::memchr(Data(), 0, offset + 1) == nullptr ? Data() + offset : nullptr;
   }
   const char* p = Data();
   for (std::uint64_t i = 0; i < target && *p != 0; ++i) p += StringWalk::SequenceLength(p);
@@ -215,7 +236,7 @@ const char* OxString::PrevCharPos(const char* p) const {
 // The bytes of up to `count` characters from `p`, fewer where the text ends.
 std::size_t OxString::BytesInRange(const char* p, std::uint64_t count) const {
   const auto left = static_cast<std::uint64_t>(Data() + size_ - p);
-  if (is_ascii()) return strnlen(p, std::min(count, left));
+  if (is_ascii()) return strnlen(p, static_cast<std::size_t>(std::min(count, left)));
   const char* at = p;
   for (std::uint64_t i = 0; i < count && *at != 0; ++i) at += StringWalk::SequenceLength(at);
   return static_cast<std::size_t>(at - p);
@@ -223,11 +244,26 @@ std::size_t OxString::BytesInRange(const char* p, std::uint64_t count) const {
 
 // ---- Access
 
+void OxString::EncodeUtf16(OxBuffer& out) const {
+  // A length that is wrong after an erase past the end must not lead the conversion astray.
+  if (length_ > StringWalk::CountCharacters(view())) throw ::InvalidEncoding();
+  const auto* bytes = reinterpret_cast<const unsigned char*>(Data());
+  out.SetLength(NarrowLength(2 * std::uint64_t{ConvertUTF8ToUTF16(bytes, nullptr, length_)}));
+  if (out.length() > 0) {
+    ConvertUTF8ToUTF16(bytes, reinterpret_cast<unsigned short*>(out.data()), length_);
+  }
+}
+
 const unsigned short* OxString::u_str() const {
   static constexpr unsigned short kNoUnits[] = {0};
   if (utf16_ == nullptr) {
     auto units = std::make_unique<OxBuffer>();
-    if (get_utf16(*units) == nullptr) return kNoUnits;
+    try {
+      EncodeUtf16(*units);
+    } catch (const ::InvalidEncoding&) {
+      return kNoUnits;
+    }
+    if (units->empty()) return kNoUnits;
     units->Append('\0');
     units->Append('\0');
     utf16_ = std::move(units);
@@ -251,13 +287,7 @@ const char* OxString::get_utf8(OxBuffer& out) const {
 
 const char* OxString::get_utf16(OxBuffer& out) const {
   try {
-    // A length that is wrong after an erase past the end must not lead the conversion astray.
-    if (length_ > StringWalk::CountCharacters(view())) throw ::InvalidEncoding();
-    const auto* bytes = reinterpret_cast<const unsigned char*>(Data());
-    out.SetLength(2 * ConvertUTF8ToUTF16(bytes, nullptr, length_));
-    if (out.length() > 0) {
-      ConvertUTF8ToUTF16(bytes, reinterpret_cast<unsigned short*>(out.data()), length_);
-    }
+    EncodeUtf16(out);
     return out.data();
   } catch (...) {
     out.Clear();

@@ -22,6 +22,8 @@
 ///   Texts:   where UTF-8 bytes are an argument, bytes that are not acceptable throw InvalidEncoding, and
 ///            null is an empty text.
 ///   Sizes:   32-bit; text of 4 GiB and more throws std::bad_alloc.
+///   Errors:  an operation that throws, for want of memory too, leaves the string as it was, u_str()'s text
+///            included. Setting and format() differ for what is not acceptable text: each says so.
 ///   Alias:   a source inside the string's own storage is allowed everywhere.
 ///   Cost:    short text lives in the object. A position in ASCII text is found as fast as memory is
 ///            read, in other text by a walk from the front.
@@ -92,8 +94,9 @@ class OxString {
     return SetCodePoint(static_cast<unsigned long>(codePoint));
   }
 
-  /// printf-style; a null or empty format clears the string, a failing formatter leaves it unchanged.
-  /// Output that is no UTF-8 empties it and throws InvalidEncoding.
+  /// printf-style; a null or empty format clears the string, a failing formatter leaves it unchanged and
+  /// throws std::bad_alloc if it was out of memory. Output that is not UTF-8 empties the string and throws
+  /// InvalidEncoding.
   OxString& format(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
   /// The same for arguments that were begun already.
   OxString& format_v(const char* fmt, va_list arguments) __attribute__((format(printf, 2, 0)));
@@ -102,20 +105,22 @@ class OxString {
   OxString& clear();
   /// Overwrites every byte that this string ever held and still owns, then clears it.
   void secure_clear();
-  /// Makes room for `bytes` bytes of UTF-8 in all.
+  /// Makes room for `bytes` bytes of UTF-8 in all; up to that size, appending moves no bytes.
   void reserve(std::size_t bytes);
 
   std::uint32_t length() const { return length_; }  ///< Code points.
   std::uint32_t size() const { return size_; }      ///< Bytes without the terminator.
   bool empty() const { return length_ == 0; }       ///< Whether there is no code point.
-  const char* c_str() const { return Data(); }      ///< Zero-terminated, never null.
-  /// The UTF-8 bytes; valid until the text changes.
+  /// Zero-terminated, never null. Valid until an operation that is not const, reserve() too, or a move of
+  /// the string.
+  const char* c_str() const { return Data(); }
+  /// The UTF-8 bytes, valid as c_str() is.
   std::string_view view() const { return {Data(), size_}; }
   /// True when every character is one byte, so that positions in bytes and in characters agree.
   bool is_ascii() const { return size_ == length_; }
 
   /// Zero-terminated UTF-16 in machine order, never null: built on first use and kept until the text
-  /// changes. Empty when the text cannot be converted.
+  /// changes. Empty when the text cannot be converted; throws std::bad_alloc without the memory for it.
   const unsigned short* u_str() const;
   /// Copies the text and its terminator and returns the copy's bytes. An empty string gives no bytes and
   /// null. Never throws: on a failure `out` is empty and the result null, too.
@@ -243,9 +248,10 @@ class OxString {
   std::uint32_t Capacity() const;
   char* Data() { return IsLocal() ? storage_ : HeapBytes(); }
   const char* Data() const { return IsLocal() ? storage_ : HeapBytes(); }
-  void AdoptHeap(char* bytes, std::uint32_t capacity);
+  static std::unique_ptr<char[]> NewStorage(std::uint32_t capacity);
+  void AdoptHeap(std::unique_ptr<char[]> bytes, std::uint32_t capacity);
   void ReleaseHeap();
-  void Grow(std::size_t bytes);
+  void Grow(std::uint32_t bytes);
   void SetSize(std::uint32_t size);
   void StealFrom(OxString& other) noexcept;
   void DropCache() { utf16_.reset(); }
@@ -253,6 +259,8 @@ class OxString {
   OxString& AppendCounted(std::string_view utf8, std::size_t characters);
   void AssignValid(const char* bytes, std::size_t count, std::uint32_t codePoints);
   void RemoveBytes(std::size_t start, std::size_t count);
+
+  void EncodeUtf16(OxBuffer& out) const;
 
   const char* TextEnd() const;
   const char* FindCharPos(Index index) const;
@@ -345,7 +353,8 @@ inline OxString::const_iterator& OxString::const_iterator::operator++() {
   return *this;
 }
 
-/// A hash that is equal for any two strings with the same characters, without regard to letter case.
+/// A hash that is equal for any two strings with the same characters, without regard to letter case. It is
+/// keyed anew in each process, so never store it: who chooses the texts can't choose which of them collide.
 std::size_t HashNoCase(const OxString& text);
 /// The same for bytes that would be acceptable to OxString.
 std::size_t HashNoCase(std::string_view utf8);

@@ -58,8 +58,7 @@ OxString& OxString::append_valid(std::string_view utf8) {
 }
 
 OxString& OxString::AppendCounted(std::string_view utf8, std::size_t characters) {
-  DropCache();
-  const std::size_t size = std::size_t{size_} + utf8.size();
+  const std::uint32_t size = NarrowLength(std::uint64_t{size_} + NarrowLength(utf8.size()));
   const char* source = utf8.data();
   if (size > Capacity()) {
     const bool own = Owns(source);
@@ -67,8 +66,9 @@ OxString& OxString::AppendCounted(std::string_view utf8, std::size_t characters)
     Grow(size);
     if (own) source = Data() + offset;
   }
+  DropCache();
   if (!utf8.empty()) std::memcpy(Data() + size_, source, utf8.size());
-  SetSize(static_cast<std::uint32_t>(size));
+  SetSize(size);
   length_ += static_cast<std::uint32_t>(characters);
   return *this;
 }
@@ -127,8 +127,10 @@ OxString& OxString::ReplaceCodePoint(unsigned long from, unsigned long to) {
 // position behind the replacement, which a zero or the length, be it right or wrong, can put out of
 // reach.
 OxString& OxString::replace(const OxString& what, const OxString& with) {
-  DropCache();
-  if (FindText(what, 0) == -1) return *this;
+  if (FindText(what, 0) == -1) {
+    DropCache();
+    return *this;
+  }
   const bool withZero = with.TextEnd() != with.Data() + with.size_;
   std::uint32_t length = length_;
   OxString result;
@@ -188,7 +190,7 @@ OxString& OxString::trim() {
 
 OxString& OxString::encode_url() {
   std::string encoded;
-  encoded.reserve(std::size_t{size_} * 3);
+  encoded.reserve(size_);
   const char* end = TextEnd();
   for (const char* p = Data(); p < end; ++p) {
     const auto byte = static_cast<unsigned char>(*p);

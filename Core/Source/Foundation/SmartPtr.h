@@ -99,7 +99,8 @@ class SmartPtr {
   T* pointer_ = nullptr;
 };
 
-/// A new counted reference to an object that is already owned elsewhere (`this`, a raw back link).
+/// A new counted reference to an object that is already owned elsewhere (`this`, a raw back link). One that
+/// a destructor makes of its own object has to be gone when that destructor's class is.
 template <typename T>
 SmartPtr<T> make_ref(T* object) noexcept {
   return SmartPtr<T>::Retained(object);

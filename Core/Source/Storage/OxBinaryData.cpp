@@ -87,8 +87,7 @@ void OxBinaryData::AddUInt64(unsigned long long value, WhichEnd end) {
     AddInteger(value, 8, kLittleEndian);
     return;
   }
-  AddInteger(value >> 32, 4, kBigEndian);
-  AddInteger(0, 4, kBigEndian);
+  AddInteger(value & 0xFFFFFFFF00000000, 8, kBigEndian);
 }
 
 void OxBinaryData::AddNullTerminatedString(const OxString& text) {
@@ -107,6 +106,11 @@ void OxBinaryData::Skip(unsigned long count) const {
   cursor_ = count > kFurthest - cursor_ ? kFurthest : cursor_ + count;
 }
 
+// What the cursor, which is not past the end, has not passed.
+std::string_view OxBinaryData::Rest() const {
+  return view().substr(static_cast<std::size_t>(cursor_));
+}
+
 void OxBinaryData::Require(std::uint64_t count) const {
   if (cursor_ > length() || count > length() - cursor_) throw OutOfData();
 }
@@ -114,7 +118,7 @@ void OxBinaryData::Require(std::uint64_t count) const {
 std::uint64_t OxBinaryData::TakeInteger(unsigned count, WhichEnd end) const {
   if (empty()) return 0;
   Require(count);
-  const std::string_view bytes = view().substr(cursor_, count);
+  const std::string_view bytes = Rest().substr(0, count);
   std::uint64_t value = 0;
   for (unsigned i = 0; i < count; ++i) {
     const unsigned place = end == kBigEndian ? i : count - 1 - i;
@@ -144,7 +148,7 @@ unsigned long long OxBinaryData::GetUInt64(WhichEnd end) const {
 OxBuffer OxBinaryData::GetBytes(unsigned long count) const {
   if (empty()) return {};
   Require(count);
-  OxBuffer bytes(view().data() + cursor_, count);
+  OxBuffer bytes(Rest().data(), count);
   cursor_ += count;
   return bytes;
 }
@@ -152,24 +156,26 @@ OxBuffer OxBinaryData::GetBytes(unsigned long count) const {
 OxString OxBinaryData::GetStringWithLengthByte(unsigned int encoding) const {
   if (empty()) return {};
   const std::uint64_t start = cursor_;
-  const unsigned char count = GetUInt8();
-  if (count == 0) return {};
-  if (count > length() - cursor_) {
+  try {
+    const unsigned char count = GetUInt8();
+    if (count == 0) return {};
+    return WobHandleCharacterEncodings(GetBytes(count), encoding);
+  } catch (...) {
     cursor_ = start;
-    throw OutOfData();
+    throw;
   }
-  return WobHandleCharacterEncodings(GetBytes(count), encoding);
 }
 
 OxString OxBinaryData::GetNullTerminatedString() const {
   if (empty()) return {};
   Require(0);
-  const std::string_view rest = view().substr(cursor_);
-  const std::string_view text = rest.substr(0, rest.find('\0'));
-  cursor_ += text.size() + 1;
+  const std::string_view text = Rest().substr(0, Rest().find('\0'));
+  OxString result;
   try {
-    return OxString(text);
-  } catch (...) {
-    return {};
+    result.set(text.data(), text.size());
+  } catch (const OxString::InvalidEncoding&) {
+    result.clear();
   }
+  cursor_ += text.size() + 1;
+  return result;
 }

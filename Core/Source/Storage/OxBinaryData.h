@@ -9,9 +9,9 @@
 /// Bytes with a read cursor: writers append at the end, readers take from the cursor on.
 ///   Owns:    its bytes.
 ///   Cursor:  every write puts it back at the first byte. Reading moves it, also on a const object.
-///   Errors:  a read past the end throws OutOfData and consumes nothing, unless an operation says
-///            otherwise. An object without bytes never throws when read: it gives 0 or nothing. 4 GiB
-///            and more throw std::bad_alloc.
+///   Errors:  a read past the end throws OutOfData. 4 GiB and more throw std::bad_alloc, as too little memory
+///            does. Whatever throws leaves bytes and cursor as they were. An object without bytes never
+///            throws when read: it gives 0 or nothing.
 class OxBinaryData : private OxBuffer {
  public:
   /// Fewer bytes are left than were asked for.
@@ -72,7 +72,7 @@ class OxBinaryData : private OxBuffer {
   unsigned long long GetUInt64(WhichEnd end) const;
   OxBuffer GetBytes(unsigned long count) const;  ///< A copy of the next bytes.
   /// A length byte and so many bytes, decoded with `encoding` as the hint of the text decoding
-  /// (0xFFFFFFFF: find out). When fewer bytes are left, the length byte too is given back.
+  /// (0xFFFFFFFF: find out).
   OxString GetStringWithLengthByte(unsigned int encoding) const;
   /// The UTF-8 up to the next zero byte, which is consumed too; empty when the bytes are no UTF-8.
   /// Deliberate: one zero byte is taken to follow the last byte, so a text that the data end cuts off
@@ -80,6 +80,7 @@ class OxBinaryData : private OxBuffer {
   OxString GetNullTerminatedString() const;
 
  private:
+  std::string_view Rest() const;
   void Require(std::uint64_t count) const;
   std::uint64_t TakeInteger(unsigned count, WhichEnd end) const;
   void AddInteger(std::uint64_t value, unsigned count, WhichEnd end);
