@@ -21,7 +21,8 @@ CASES = {
 }
 SOURCES = "\n".join(
     file.read_text() for room in ("Converter", "Core", "Tests", "Fuzz") for file in (SOURCE / room).rglob("*.[ch]*")
-)
+) + "".join(file.read_text() for file in SOURCE.glob("cmake/*.cmake"))
+COMMANDS = {"add_subdirectory", "find_package"}  # CMake's own.
 
 
 def missing(document):
@@ -33,7 +34,9 @@ def missing(document):
         word = code.split()[0]
         if word.split("/")[0] in ROOMS and "TARGET" not in word and not (SOURCE / word).exists():
             yield word
-        if (function := re.fullmatch(r"(?:\w+::)*(\w+)\(\)", code)) and f"{function[1]}(" not in SOURCES:
+        if (function := re.fullmatch(r"(?:\w+::)*(\w+)\(\)", code)) and not (
+            function[1] in COMMANDS or re.search(rf"\b{function[1]}[( ]", SOURCES)
+        ):
             yield f"function {code}"
         if re.fullmatch(r"[A-Z]\w+\.[A-Z]\w{9,}", code) and code not in TESTS:
             yield f"test {code}"
