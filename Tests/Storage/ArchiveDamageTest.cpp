@@ -103,7 +103,7 @@ TEST(ArchiveDamage, APayloadCutOffByTheEndIsTold) {
 TEST(ArchiveDamage, AnIndexOfOneNameTakesNoTime) {
   constexpr std::size_t kEntries = 300000;
   const std::vector<std::byte> zeros(kEntries * FlatFile::kIndexEntrySize);
-  const std::string_view names("x\0", 2);
+  NameTable names(std::string_view("x\0", 2));
   RecordIndex index;
   index.Load(zeros);
   EXPECT_EQ(index.Find("X", names)->slot, (kEntries - 1) / 2);

@@ -12,6 +12,7 @@ static_assert(kLargestCopy <= ReadWindow::kLargest);
 }  // namespace
 
 FileStatus ArchiveFile::OpenFile(const OxString& path, unsigned long permission) {
+  window_.Reserve();
   auto file = std::make_unique<OxFile>(path);
   const FileStatus status = file->Open(permission);
   if (status == kStatusOk) file_ = std::move(file);

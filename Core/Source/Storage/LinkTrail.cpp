@@ -2,7 +2,11 @@
 
 #include "Storage/FlatFileFormat.h"
 
-bool LinkTrail::StepTo(std::uint64_t next, const NextOf& nextOf) {
+bool LinkTrail::StepTo(std::uint64_t next, const NextOf& nextOf, std::uint64_t change) {
+  if (change != change_) {
+    *this = LinkTrail(next, change);
+    return true;
+  }
   if (stepOf_ == nullptr) {
     if (next > highest_) {
       highest_ = next;
@@ -11,16 +15,17 @@ bool LinkTrail::StepTo(std::uint64_t next, const NextOf& nextOf) {
     }
     RememberTheWay(nextOf);
   }
-  ++steps_;
   // A copy that stays behind finds the steps that another one has noted.
-  return stepOf_->try_emplace(next, steps_).first->second >= steps_;
+  const std::uint64_t noted = stepOf_->try_emplace(next, steps_ + 1).first->second;
+  return noted >= ++steps_;
 }
 
 void LinkTrail::RememberTheWay(const NextOf& nextOf) {
-  stepOf_ = std::make_shared<std::unordered_map<std::uint64_t, std::uint64_t>>();
+  const auto stepOf = std::make_shared<std::unordered_map<std::uint64_t, std::uint64_t>>();
   std::uint64_t position = start_;
   for (std::uint64_t step = 0; step <= steps_ && position != FlatFile::kNoPosition; ++step) {
-    stepOf_->try_emplace(position, step);
+    stepOf->try_emplace(position, step);
     position = nextOf(position);
   }
+  stepOf_ = stepOf;
 }

@@ -52,23 +52,26 @@ bool OxDataFile::OpenArchive(short mode, const FileCheck& check) {
   if (!(create ? BeginNewArchive() : CheckHeader())) return false;
   open_ = true;
   loaded_ = true;
+  ++change_;
   LoadIndexAndNames();
   return true;
 }
 
-// Statuses are ignored, and so is a position outside a mapping: an archive without a readable index or
-// without names can still be walked.
+// A position outside a mapping is ignored: an archive without a readable index or without names can still be
+// walked.
 void OxDataFile::LoadIndexAndNames() {
-  try {
-    ReadIndex();
-  } catch (const EndOfFile&) {
-    index_.Clear();
-  }
+  indexIsRead_ = false;
+  if ((mode_ & kOpenWrite) != 0) ReadIndex();
   try {
     ReadNameTable();
   } catch (const EndOfFile&) {
-    names_ = OxBinaryData();
+    names_.Clear();
   }
+}
+
+RecordIndex& OxDataFile::Index() {
+  if (!indexIsRead_) ReadIndex();
+  return index_;
 }
 
 bool OxDataFile::BeginNewArchive() {
@@ -88,23 +91,31 @@ bool OxDataFile::CheckHeader() {
          header_.reserved == 0;
 }
 
-FileStatus OxDataFile::ReadIndex() {
-  index_.Clear();
-  if (header_.indexPos == kNoPosition) return kStatusOk;
+// As much of it as can be read; the status is ignored.
+void OxDataFile::ReadIndex() {
   OxBuffer payload;
-  const FileStatus status = ReadPayloadOf(header_.indexPos, payload);
+  try {
+    if (header_.indexPos != kNoPosition) ReadPayloadOf(header_.indexPos, payload);
+  } catch (const EndOfFile&) {
+    payload.Clear();
+  }
   index_.Load(std::as_bytes(std::span(payload.view())));
-  return status;
+  indexIsRead_ = true;
 }
 
-// Deliberate: after a read that ended early the position stays at the end.
-FileStatus OxDataFile::ReadNameTable() {
-  if (header_.nameTablePos == kNoPosition) return kStatusOk;
-  OxBuffer payload;
-  const FileStatus status = ReadPayloadOf(header_.nameTablePos, payload);
-  names_.Adopt(std::move(payload));
+// Deliberate: where the table ends early the position stays at the end.
+void OxDataFile::ReadNameTable() {
+  if (header_.nameTablePos == kNoPosition) return;
+  std::uint64_t start = 0;
+  std::uint32_t length = 0;
+  FileStatus status = FindPayload(header_.nameTablePos, start, length);
+  if ((mode_ & kOpenWrite) == 0) {
+    names_.ReadAsNeeded(file_, start, length);
+  } else if (length > 0) {
+    const FileStatus readStatus = names_.Read(file_, start, length);
+    if (readStatus != kStatusOk) status = readStatus;
+  }
   if (status == kStatusEndOfFile) file_.SetPosition(kNoPosition);
-  return status;
 }
 
 void OxDataFile::Close() {
@@ -130,8 +141,9 @@ FileStatus OxDataFile::Reset() {
   open_ = false;
   mode_ = kOpenRead;
   loaded_ = false;
-  names_ = OxBinaryData();
+  names_.Clear();
   index_.Clear();
+  indexIsRead_ = true;
   return status;
 }
 
@@ -164,7 +176,7 @@ bool OxDataFile::DeleteRecord(const OxString& name) {
 }
 
 std::uint64_t OxDataFile::FindRecord(const OxString& name) {
-  const auto found = index_.Find(name.view(), names_.view());
+  const auto found = Index().Find(name.view(), names_);
   if (!found) return kNoPosition;
   SetPosition(found->position);
   return found->position;
@@ -207,6 +219,7 @@ FileStatus OxDataFile::GoToEOF() {
 }
 
 FileStatus OxDataFile::SetEOF(std::uint64_t length) {
+  ++change_;
   return file_.SetEOF(length);
 }
 
@@ -232,6 +245,7 @@ FileStatus OxDataFile::ReadBytes(unsigned long count, void* buffer) {
 
 FileStatus OxDataFile::WriteBytes(unsigned long count, const void* buffer) {
   if ((mode_ & kOpenWrite) == 0) throw ReadOnly();
+  ++change_;
   return file_.Write({static_cast<const std::byte*>(buffer), count});
 }
 
@@ -272,13 +286,10 @@ FileStatus OxDataFile::ReadCurrent(OxBuffer& out) {
 
 const char* OxDataFile::GetName(unsigned long nameOffset) {
   const auto offset = static_cast<std::uint32_t>(nameOffset);
-  const auto name = offset == nameOffset ? NameAt(names_.view(), offset) : std::nullopt;
+  const auto name = offset == nameOffset ? names_.At(offset) : std::nullopt;
   if (!name) return nullptr;
-  names_.MoveTo(nameOffset);
-  if (nameOffset + name->size() < names_.length()) return name->data();
-  // The table ends without a zero byte, which is taken to follow it.
-  unterminatedName_ = *name;
-  return unterminatedName_.c_str();
+  nameCopy_ = *name;
+  return nameCopy_.c_str();
 }
 
 // ---- Blocks
@@ -295,35 +306,45 @@ FileStatus OxDataFile::WriteHeaderAt(std::uint64_t block, const RecordHeader& he
   return file_.WriteAt(block, FlatFile::Encode(header));
 }
 
-// Empties `out` when there is no header; otherwise reads the payload as far as the file has it.
-FileStatus OxDataFile::ReadPayloadOf(std::uint64_t block, OxBuffer& out) {
-  out.Clear();
+// Where the payload is, as far as the file has it; kStatusEndOfFile when that is not the whole.
+FileStatus OxDataFile::FindPayload(std::uint64_t block, std::uint64_t& start, std::uint32_t& length) {
+  length = 0;
   RecordHeader header;
   const FileStatus status = ReadHeaderAt(block, header);
   if (status != kStatusOk) return status;
-  const std::uint64_t start = block + kRecordHeaderSize;
+  start = block + kRecordHeaderSize;
   const std::uint64_t end = file_.ClampToLength(start + header.dataLength);
-  if (end <= start) return header.dataLength == 0 ? kStatusOk : kStatusEndOfFile;
-  out.SetLength(end - start);
+  if (end > start) length = static_cast<std::uint32_t>(end - start);
+  return length < header.dataLength ? kStatusEndOfFile : kStatusOk;
+}
+
+// Empties `out` when there is no header; otherwise reads the payload as far as the file has it.
+FileStatus OxDataFile::ReadPayloadOf(std::uint64_t block, OxBuffer& out) {
+  out.Clear();
+  std::uint64_t start = 0;
+  std::uint32_t length = 0;
+  const FileStatus status = FindPayload(block, start, length);
+  if (length == 0) return status;
+  out.SetLength(length);
   std::size_t got = 0;
   const FileStatus readStatus =
-      file_.ReadAt(start, std::as_writable_bytes(std::span(out.data(), out.length())), got);
+      file_.ReadAt(start, std::as_writable_bytes(std::span(out.data(), length)), got);
   out.SetLength(got);
-  if (readStatus != kStatusOk) return readStatus;
-  return got < header.dataLength ? kStatusEndOfFile : kStatusOk;
+  return readStatus != kStatusOk ? readStatus : status;
 }
 
 // ---- Upkeep
 
 void OxDataFile::BuildIndex() {
   index_.Clear();
+  indexIsRead_ = true;
   const LinkTrail::NextOf nextOf = LinkReader();
   LinkTrail trail(header_.usedList.head);
   RecordHeader header;
   for (std::uint64_t block = header_.usedList.head; block != kNoPosition; block = header.next) {
     if (ReadHeaderAt(block, header) != kStatusOk) return;
-    const auto found = index_.FindNameAt(header.nameOffset, names_.view());
-    index_.Insert(found ? found->slot : index_.EndSlot(), {header.nameOffset, 0, block}, names_.view());
+    const auto found = index_.FindNameAt(header.nameOffset, names_);
+    index_.Insert(found ? found->slot : index_.EndSlot(), {header.nameOffset, 0, block}, names_);
     if (header.next != kNoPosition && !trail.StepTo(header.next, nextOf)) return;
   }
 }

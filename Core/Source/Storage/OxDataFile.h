@@ -11,7 +11,7 @@
 #include "Storage/FileCopier.h"
 #include "Storage/FlatFileFormat.h"
 #include "Storage/LinkTrail.h"
-#include "Storage/OxBinaryData.h"
+#include "Storage/NameTable.h"
 #include "Storage/OxFile.h"
 #include "Storage/RecordIndex.h"
 
@@ -20,9 +20,11 @@
 ///   Units:   positions and lengths are bytes from the start of the file; FlatFile::kNoPosition = there
 ///            is no such block.
 ///   Owns:    the open file or mapping. A Record or Iterator points back here and must not outlive it.
-///   Disk:    index, name table and file header live in memory while the archive is open and are on disk
-///            after Close(). Whatever is read through this object is what was written through it, but
-///            another reader of the file sees the archive whole only when it is closed.
+///   Disk:    index, name table and file header live in memory while the archive is open for writing, and
+///            are on disk after Close(). Otherwise the index is read when a record is first looked up by
+///            its name, and names are read as they are needed. Whatever is read through this object is
+///            what was written through it, but another reader of the file sees the archive whole only
+///            when it is closed.
 ///   Errors:  Open() returns false; writers throw. A block that lies outside the file reads as
 ///            kStatusEndOfFile; in a mapped archive going past its end throws EndOfFile. While the archive
 ///            is closed, what reads gives kStatusNotOpen and what writes throws.
@@ -31,6 +33,9 @@
 ///            of records.
 ///   Damage:  what the file says is checked against the file: lengths before memory is taken, links
 ///            against circles, names for UTF-8.
+///   Failure: after a failed write the archive is as if the links of its lists had been written, and they
+///            are before anything else is; as long as that fails too, records cannot be read or written.
+///            std::bad_alloc leaves all records as they were, but for one that was being overwritten.
 class OxDataFile {
  public:
   class FileNotOpen {};   ///< A record is written to a closed archive.
@@ -97,7 +102,8 @@ class OxDataFile {
   /// Stores a record. One of that name is overwritten where it lies if `length` fits its block, else
   /// moved to a new block and to the end of the list. Throws FileNotOpen or AccessDenied (not open for
   /// writing), or FileError: too long, and nothing has changed; or not written, and a new record is not
-  /// there, one that was overwritten has bytes of both. Null `data` counts as no bytes.
+  /// there, one that had to move may be deleted, one that was overwritten has bytes of both. Null `data`
+  /// counts as no bytes.
   /// Deliberate: a record that gets a free block's place is written 32 bytes behind the block's start,
   /// over what may follow it, and the block itself reads as a nameless, empty record. That holds for the
   /// index and the name table of Close() as well, so adding to an archive that was closed before, whose
@@ -152,7 +158,8 @@ class OxDataFile {
   /// The payload of the block at the position, as it is stored, as far as the file has it.
   FileStatus ReadCurrent(OxBuffer& out);
   /// The zero-terminated name at an offset of the name table; null beyond its end and for the two
-  /// offsets that mean no name. Valid until the next call or change.
+  /// offsets that mean no name. Valid until the next call or change. Throws FileError when the name
+  /// cannot be read.
   const char* GetName(unsigned long nameOffset);
 
   // ---- Upkeep
@@ -182,8 +189,9 @@ class OxDataFile {
   bool BeginNewArchive();
   bool CheckHeader();
   void LoadIndexAndNames();
-  FileStatus ReadIndex();
-  FileStatus ReadNameTable();
+  RecordIndex& Index();
+  void ReadIndex();
+  void ReadNameTable();
   void WriteIndex();
   void WriteNameTable();
   FileStatus Reset();
@@ -191,12 +199,14 @@ class OxDataFile {
   // Blocks, wherever the current position is.
   FileStatus ReadHeaderAt(std::uint64_t block, FlatFile::RecordHeader& header);
   FileStatus WriteHeaderAt(std::uint64_t block, const FlatFile::RecordHeader& header);
+  FileStatus FindPayload(std::uint64_t block, std::uint64_t& start, std::uint32_t& length);
   FileStatus ReadPayloadOf(std::uint64_t block, OxBuffer& out);
   const char* MappedPayload(std::uint64_t block, unsigned long& length);
 
   // Lists.
   LinkTrail::NextOf LinkReader();
   FileStatus SetLink(std::uint64_t block, Link link, std::uint64_t position);
+  FileStatus WriteOrOweHeader(std::uint64_t block, const FlatFile::RecordHeader& header);
   FileStatus LinkBlock(std::uint64_t block, FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
   FileStatus UnlinkBlock(FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
 
@@ -222,10 +232,12 @@ class OxDataFile {
   bool open_ = false;
   short mode_ = kOpenRead;
   RecordIndex index_;
+  bool indexIsRead_ = true;  // Else Index() does it.
   bool loaded_ = false;
-  OxBinaryData names_;
-  std::string unterminatedName_;
+  NameTable names_;
+  std::string nameCopy_;  // Of GetName().
   ArchiveFile file_;
+  std::uint64_t change_ = 0;  // Counts the operations that may have changed the lists.
   FileCopier copier_;
 };
 
@@ -235,7 +247,7 @@ class OxDataFile::Record {
   /// No record: no archive, no name, no data.
   Record() = default;
   /// Throws EndOfFile when there is no whole header at `position`, OxString::InvalidEncoding when the
-  /// name is no UTF-8.
+  /// name is no UTF-8, FileError when the name cannot be read.
   Record(OxDataFile* file, std::uint64_t position);
 
   const OxString& GetName() const { return name_; }                   ///< Empty if the block has none.
@@ -266,7 +278,8 @@ class OxDataFile::Record {
   std::uint64_t position_ = 0;
 };
 
-/// Walks the records. A record that cannot be loaded, or one that the walk has seen before, ends it.
+/// Walks the records. A record that cannot be loaded ends the walk, and so does one that it has seen since
+/// the archive was last changed through its object: records may be deleted and moved on the way.
 class OxDataFile::Iterator {
  public:
   /// Dereferencing or advancing past the end.

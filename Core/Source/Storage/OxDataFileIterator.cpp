@@ -5,7 +5,7 @@ using FlatFile::kNoPosition;
 OxDataFile::Iterator::Iterator(OxDataFile* file) : Iterator(file, file->header_.usedList.head) {}
 
 OxDataFile::Iterator::Iterator(OxDataFile* file, std::uint64_t position)
-    : file_(file), position_(position), trail_(position) {
+    : file_(file), position_(position), trail_(position, file->change_) {
   LoadRecord();
 }
 
@@ -16,10 +16,9 @@ const OxDataFile::Record& OxDataFile::Iterator::operator*() const {
 
 OxDataFile::Iterator& OxDataFile::Iterator::operator++() {
   if (position_ == kNoPosition) throw InvalidState();
-  position_ = record_.header_.next;
-  if (position_ != kNoPosition && !trail_.StepTo(position_, file_->LinkReader())) {
-    position_ = kNoPosition;
-  }
+  const std::uint64_t next = record_.header_.next;
+  const bool ends = next == kNoPosition || !trail_.StepTo(next, file_->LinkReader(), file_->change_);
+  position_ = ends ? kNoPosition : next;
   LoadRecord();
   return *this;
 }

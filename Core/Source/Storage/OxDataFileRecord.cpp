@@ -12,7 +12,7 @@ OxDataFile::Record::Record(OxDataFile* file, std::uint64_t position) {
 // The name's storage serves record after record.
 void OxDataFile::Record::Load(OxDataFile* file, std::uint64_t position) {
   if (file == nullptr || file->ReadHeaderAt(position, header_) != kStatusOk) throw EndOfFile();
-  const auto name = NameAt(file->names_.view(), header_.nameOffset);
+  const auto name = file->names_.At(header_.nameOffset);
   name_.set(name ? name->data() : nullptr, name ? name->size() : 0);
   file_ = file;
   position_ = position;

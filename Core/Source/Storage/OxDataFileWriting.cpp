@@ -85,13 +85,18 @@ FileStatus OxDataFile::AddRecordFromFile(const OxString& name, OxFile& source) {
 void OxDataFile::CheckWritable(const OxString& name, std::uint64_t length) const {
   if (!open_) throw FileNotOpen();
   if ((mode_ & kOpenWrite) == 0) throw AccessDenied();
-  const std::uint64_t nameEnd = std::uint64_t{names_.length()} + name.size() + 1;
+  const std::uint64_t nameEnd = std::uint64_t{names_.Length()} + name.size() + 1;
   const bool tooLong = length > 0xFFFFFFFF - kRecordHeaderSize || nameEnd > 0xFFFFFFFF;
   if (tooLong) throw FileError(kStatusInputOutput);
 }
 
 void OxDataFile::WriteData(const OxString& name, const Payload& payload, DataType type) {
   CheckWritable(name, payload.length);
+  if (file_.PutOff().OwesRepairs()) ThrowIfFailed(file_.Settle());
+  // Memory is taken before anything changes.
+  if (type == kDataRecord) names_.Reserve(name.size());
+  if (payload.source != nullptr) copier_.Buffer();
+  ++change_;
   Placement place;
   place.type = type;
   place.needed = static_cast<std::uint32_t>(payload.length + kRecordHeaderSize);
@@ -114,7 +119,7 @@ bool OxDataFile::FindPlace(const OxString& name, Placement& place) {
   std::uint64_t existing = place.type == kDataIndex ? header_.indexPos : header_.nameTablePos;
   place.slot = index_.EndSlot();
   if (place.type == kDataRecord) {
-    const auto found = index_.Find(name.view(), names_.view());
+    const auto found = index_.Find(name.view(), names_);
     existing = found ? found->position : kNoPosition;
     if (found) place.slot = found->slot;
   }
@@ -161,10 +166,12 @@ FileStatus OxDataFile::TakeFreeBlock(Placement& place) {
     const FileStatus status = ReadHeaderAt(block, place.header);
     if (status != kStatusOk) return status;
     if (place.needed <= place.header.blockSize) {
-      ThrowIfFailed(UnlinkBlock(place.header, header_.freeList));
+      const FileStatus unlinked = UnlinkBlock(place.header, header_.freeList);
       --header_.freeCount;
-      ThrowIfFailed(WriteHeaderAt(block, place.header));
+      const FileStatus written = WriteOrOweHeader(block, place.header);
       WriteFileHeader();
+      ThrowIfFailed(unlinked);
+      ThrowIfFailed(written);
       place.how = Placement::kReused;
       place.block = block;
       // Deliberate: the record goes behind the header that was just written back, not over it.
@@ -187,8 +194,8 @@ void OxDataFile::PrepareBlock(const OxString& name, Placement& place) {
     place.header.nameOffset = FlatFile::kNameTableName;
   } else {
     ThrowIfFailed(LinkBlock(place.block, place.header, header_.usedList));
-    place.header.nameOffset = names_.length();
-    names_.AddNullTerminatedString(name);
+    place.header.nameOffset = names_.Length();
+    names_.Add(name.view());
   }
 }
 
@@ -227,21 +234,20 @@ FileStatus OxDataFile::StreamPayload(const Payload& payload, Placement& place) {
 }
 
 void OxDataFile::Publish(const Placement& place) {
-  const bool added = place.type == kDataRecord && place.how != Placement::kInPlace;
-  if (added) ++header_.recordCount;
+  if (place.type == kDataRecord && place.how != Placement::kInPlace) {
+    index_.Insert(place.slot, {place.header.nameOffset, 0, place.block}, names_);
+    ++header_.recordCount;
+  }
   WriteFileHeader();
-  if (added) index_.Insert(place.slot, {place.header.nameOffset, 0, place.block}, names_.view());
 }
 
-// The failure that led here is on its way to the caller; another one could not be told beside it.
+// The failure that led here is on its way to the caller; another one could not be told beside it. A link that
+// cannot be written back is owed.
 void OxDataFile::Undo(Placement& place) {
   if (place.how == Placement::kInPlace) return;
   const bool appended = place.how == Placement::kAppended;
-  if (place.type == kDataRecord) {
-    const std::uint64_t prev = place.header.prev;
-    if (appended && prev != kNoPosition) file_.PutOff().PutOffListEnd(prev, place.block);
-    UnlinkBlock(place.header, header_.usedList);
-  }
+  if (appended) file_.PutOff().ForgetListEnd(place.block);
+  if (place.type == kDataRecord) UnlinkBlock(place.header, header_.usedList);
   if (appended) file_.SetEOF(place.block);
 }
 
@@ -252,7 +258,7 @@ void OxDataFile::DeleteCurrent() {
 }
 
 // Returns the slot of the index entry that was removed. A block that is not in use is left alone. What
-// fails on the way is told when all is done.
+// fails on the way is told when all is done; nothing after the search in the index throws.
 std::optional<std::size_t> OxDataFile::DeleteBlock(std::uint64_t block) {
   ThrowIfFailed(file_.Settle());
   RecordHeader header;
@@ -260,6 +266,7 @@ std::optional<std::size_t> OxDataFile::DeleteBlock(std::uint64_t block) {
   if ((header.flags & FlatFile::kInUse) == 0) return std::nullopt;
   if ((mode_ & kOpenWrite) == 0) throw ReadOnly();
   const std::optional<std::size_t> removed = RemoveFromIndex(header.nameOffset);
+  ++change_;
   const FileStatus unlinked = UnlinkBlock(header, header_.usedList);
   header.flags &= ~FlatFile::kInUse;
   header.nameOffset = kNoName;
@@ -267,16 +274,16 @@ std::optional<std::size_t> OxDataFile::DeleteBlock(std::uint64_t block) {
   const FileStatus linked = LinkBlock(block, header, header_.freeList);
   --header_.recordCount;
   ++header_.freeCount;
-  const FileStatus written = WriteHeaderAt(block, header);
-  if (written == kStatusOk) WriteFileHeader();
+  const FileStatus written = WriteOrOweHeader(block, header);
+  WriteFileHeader();
   for (const FileStatus status : {unlinked, linked, written}) ThrowIfFailed(status);
   return removed;
 }
 
 std::optional<std::size_t> OxDataFile::RemoveFromIndex(std::uint32_t nameOffset) {
-  const auto found = index_.FindNameAt(nameOffset, names_.view());
+  const auto found = index_.FindNameAt(nameOffset, names_);
   if (!found) return std::nullopt;
-  index_.Remove(found->slot, names_.view());
+  index_.Remove(found->slot, names_);
   return found->slot;
 }
 
@@ -303,12 +310,28 @@ LinkTrail::NextOf OxDataFile::LinkReader() {
   };
 }
 
+// A link that is in the file and cannot be written is owed.
 FileStatus OxDataFile::SetLink(std::uint64_t block, Link link, std::uint64_t position) {
   RecordHeader header;
-  const FileStatus status = ReadHeaderAt(block, header);
-  if (status != kStatusOk) return status;
-  header.*link = position;
-  return WriteHeaderAt(block, header);
+  FileStatus status = ReadHeaderAt(block, header);
+  if (status == kStatusOk) {
+    header.*link = position;
+    status = WriteHeaderAt(block, header);
+  }
+  const bool isInFile = block < kNoPosition - kRecordHeaderSize &&
+                        file_.ClampToLength(block + kRecordHeaderSize) == block + kRecordHeaderSize;
+  if (status != kStatusOk && status != kStatusEndOfFile && isInFile) {
+    const std::size_t offset =
+        link == &RecordHeader::next ? offsetof(RecordHeader, next) : offsetof(RecordHeader, prev);
+    file_.PutOff().PutOffRepair(block + offset, FlatFile::EncodePosition(position));
+  }
+  return status;
+}
+
+FileStatus OxDataFile::WriteOrOweHeader(std::uint64_t block, const RecordHeader& header) {
+  const FileStatus status = WriteHeaderAt(block, header);
+  if (status != kStatusOk) file_.PutOff().PutOffRepair(block, FlatFile::Encode(header));
+  return status;
 }
 
 FileStatus OxDataFile::LinkBlock(std::uint64_t block, RecordHeader& header, LinkedList& list) {

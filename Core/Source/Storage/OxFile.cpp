@@ -1,10 +1,10 @@
 #include "Storage/OxFile.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <limits>
 #include <utility>
-#include <vector>
 
 #include "Posix/RepeatInterrupted.h"
 
@@ -12,15 +12,13 @@ namespace {
 
 constexpr std::uint64_t kLastPosition = std::numeric_limits<std::int64_t>::max();
 
-// Takes what was written off the front of the pieces.
-void Advance(std::vector<Posix::Piece>& pieces, std::size_t written) {
-  auto piece = pieces.begin();
-  while (piece != pieces.end() && written >= piece->size()) {
-    written -= piece->size();
-    ++piece;
+// Takes the pieces that were written whole off the front; gives how much of the next one was written.
+std::size_t Advance(std::span<const Posix::Piece>& pieces, std::size_t written) {
+  while (!pieces.empty() && written >= pieces.front().size()) {
+    written -= pieces.front().size();
+    pieces = pieces.subspan(1);
   }
-  pieces.erase(pieces.begin(), piece);
-  if (!pieces.empty()) pieces.front() = pieces.front().subspan(written);
+  return written;
 }
 
 std::size_t TotalSize(std::span<const Posix::Piece> pieces) {
@@ -204,9 +202,12 @@ FileStatus OxFile::ReadAt(std::uint64_t position, std::span<std::byte> out, std:
   if (settled != kStatusOk) return settled;
   while (actual < out.size()) {
     const std::uint64_t at = position + actual;
-    if (at < position || at > kLastPosition) return kStatusEndOfFile;
+    if (at < position || at >= kLastPosition) return kStatusEndOfFile;
+    // No byte is beyond the last position, and the system refuses to look there.
+    const auto count =
+        static_cast<std::size_t>(std::min<std::uint64_t>(out.size() - actual, kLastPosition - at));
     const std::int64_t got =
-        RepeatInterrupted([&] { return Posix::Files().ReadAt(fd_, out.subspan(actual), at); });
+        RepeatInterrupted([&] { return Posix::Files().ReadAt(fd_, out.subspan(actual, count), at); });
     if (got < 0) return StatusOfResult(got);
     if (got == 0) return kStatusEndOfFile;
     actual += static_cast<std::size_t>(got);
@@ -244,25 +245,31 @@ FileStatus OxFile::WriteGathered() {
 FileStatus OxFile::WriteWithGathered(std::span<const Posix::Piece> pieces, std::size_t& written) {
   if (gathered_.IsEmpty()) return WriteAll(length_, pieces, written);
   const std::size_t owed = gathered_.Bytes().size();
-  std::vector<Posix::Piece> all = {gathered_.Bytes()};
-  all.insert(all.end(), pieces.begin(), pieces.end());
+  std::array<Posix::Piece, 4> all = {gathered_.Bytes()};
+  const std::size_t together = std::min(pieces.size(), all.size() - 1);
+  std::copy_n(pieces.begin(), together, all.begin() + 1);
   std::size_t total = 0;
-  const FileStatus status = WriteAll(length_ - owed, all, total);
+  const FileStatus status = WriteAll(length_ - owed, std::span(all).first(together + 1), total);
   gathered_.DropFront(std::min(total, owed));
   written = total - std::min(total, owed);
-  return status;
+  if (status != kStatusOk || together == pieces.size()) return status;
+  std::size_t last = 0;
+  const FileStatus lastStatus = WriteAll(length_, pieces.subspan(together), last);
+  written += last;
+  return lastStatus;
 }
 
 FileStatus OxFile::WriteAll(std::uint64_t position, std::span<const Posix::Piece> pieces,
                             std::size_t& written) {
-  const std::size_t total = TotalSize(pieces);
   FileStatus status = WriteSome(position, pieces, written);
-  if (status != kStatusOk || written == total) return status;
-  std::vector<Posix::Piece> rest(pieces.begin(), pieces.end());
-  for (std::size_t last = written; written < total && status == kStatusOk;) {
-    Advance(rest, last);
-    status = WriteSome(position + written, rest, last);
+  std::size_t begun = Advance(pieces, written);
+  while (status == kStatusOk && TotalSize(pieces) > begun) {
+    // A piece that was written in part goes first, by itself.
+    const Posix::Piece rest = pieces.front().subspan(begun);
+    std::size_t last = 0;
+    status = WriteSome(position + written, begun > 0 ? std::span(&rest, 1) : pieces, last);
     written += last;
+    begun = Advance(pieces, begun + last);
   }
   return status;
 }

@@ -1,10 +1,9 @@
 #include "Storage/ReadWindow.h"
 
 #include <algorithm>
+#include <new>
 
 namespace {
-
-constexpr std::size_t kSmallest = 4096;
 
 // Reading so many bytes more costs about as much as another system call.
 constexpr std::size_t kBytesPerCall = 4096;
@@ -19,9 +18,22 @@ FileStatus ReadWindow::View(OxFile& file, std::uint64_t position, std::size_t co
   } else {
     status = Fill(file, position, count);
   }
-  const std::size_t offset = position - start_;
+  const auto offset = static_cast<std::size_t>(position - start_);
   bytes = {bytes_.get() + offset, std::min(count, size_ - offset)};
   return status;
+}
+
+void ReadWindow::Reserve() {
+  if (capacity_ < kSmallest && !Grow(kSmallest)) throw std::bad_alloc();
+}
+
+bool ReadWindow::Grow(std::size_t capacity) {
+  std::unique_ptr<std::byte[]> bytes(new (std::nothrow) std::byte[capacity]);
+  if (bytes == nullptr) return false;
+  bytes_ = std::move(bytes);
+  capacity_ = capacity;
+  size_ = 0;
+  return true;
 }
 
 bool ReadWindow::Holds(std::uint64_t position, std::size_t count) const {
@@ -31,11 +43,10 @@ bool ReadWindow::Holds(std::uint64_t position, std::size_t count) const {
 FileStatus ReadWindow::Fill(OxFile& file, std::uint64_t position, std::size_t count) {
   const bool paidOff = size_ > 0 && hits_ * kBytesPerCall >= size_;
   stretch_ = paidOff ? std::min(2 * stretch_, kLargest) : std::max(stretch_ / 2, kSmallest);
-  const std::size_t wanted = std::max(count, stretch_);
-  if (wanted > capacity_) {
-    size_ = 0;
-    bytes_ = std::make_unique_for_overwrite<std::byte[]>(wanted);
-    capacity_ = wanted;
+  std::size_t wanted = std::max(count, stretch_);
+  if (wanted > capacity_ && !Grow(wanted)) {
+    if (count > capacity_) throw std::bad_alloc();
+    wanted = capacity_;
   }
   start_ = position;
   hits_ = 0;

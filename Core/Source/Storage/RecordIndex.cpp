@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <utility>
 
 #include "Foundation/Narrow.h"
@@ -13,36 +14,35 @@ using FlatFile::kIndexEntrySize;
 
 namespace {
 
-// Whether the name lies beyond the table or is not ended by a zero byte in it.
-bool IsUnterminated(std::uint32_t offset, std::string_view names) {
+// Whether what At() returned is beyond the table or not ended by a zero byte in it.
+bool IsUnterminated(std::uint32_t offset, std::optional<std::string_view> name, std::size_t length) {
   if (offset >= FlatFile::kNameTableName) return false;
-  const auto name = NameAt(names, offset);
-  return !name || offset + name->size() >= names.size();
+  return !name || offset + name->size() >= length;
+}
+
+bool IsText(std::string_view name) {
+  std::size_t characters = 0;
+  return StringWalk::Validate(name, characters);
 }
 
 // The name at `offset`, if it can match anything.
-std::optional<std::string_view> MatchableName(std::uint32_t offset, std::string_view names) {
-  const std::optional<std::string_view> name = NameAt(names, offset);
-  std::size_t characters = 0;
-  if (!name || !StringWalk::Validate(*name, characters)) return std::nullopt;
-  return name;
+std::optional<std::string_view> MatchableName(std::uint32_t offset, NameTable& names) {
+  const std::optional<std::string_view> name = names.At(offset);
+  return name && IsText(*name) ? name : std::nullopt;
 }
 
 }  // namespace
 
-std::optional<std::string_view> NameAt(std::string_view names, std::uint32_t offset) {
-  if (offset >= FlatFile::kNameTableName || offset > names.size()) return std::nullopt;
-  const std::string_view rest = names.substr(offset);
-  return rest.substr(0, rest.find('\0'));
-}
-
 void RecordIndex::Load(std::span<const std::byte> payload) {
-  Clear();
-  entries_.reserve(payload.size() / kIndexEntrySize);
+  std::vector<IndexEntry> entries;
+  entries.reserve(payload.size() / kIndexEntrySize);
   for (; payload.size() >= kIndexEntrySize; payload = payload.subspan(kIndexEntrySize)) {
-    entries_.push_back(FlatFile::DecodeIndexEntry(payload.first<kIndexEntrySize>()));
+    entries.push_back(FlatFile::DecodeIndexEntry(payload.first<kIndexEntrySize>()));
   }
-  vacant_.resize(entries_.size());
+  std::vector<bool> vacant(entries.size());
+  Clear();
+  entries_.swap(entries);
+  vacant_.swap(vacant);
 }
 
 OxBuffer RecordIndex::Encode() const {
@@ -63,14 +63,14 @@ void RecordIndex::Clear() {
   table_.reset();
 }
 
-std::optional<RecordIndex::Found> RecordIndex::Find(std::string_view name, std::string_view names) {
-  if (!table_ || (someNameIsUnterminated_ && names.size() != tableMadeFor_)) MakeTable(names);
+std::optional<RecordIndex::Found> RecordIndex::Find(std::string_view name, NameTable& names) {
+  if (!table_ || (someNameIsUnterminated_ && names.Length() != tableMadeFor_)) MakeTable(names);
   if (table_->IsCrowded()) return FindLiterally(name, names);
   std::optional<Found> found;
   bool several = false;
   table_->ForEach(HashNoCase(name), [&](std::uint32_t slot) {
     const IndexEntry& entry = entries_[slot];
-    if (CompareNoCase(name, *NameAt(names, entry.nameOffset)) != 0) return true;
+    if (CompareNoCase(name, *names.At(entry.nameOffset)) != 0) return true;
     several = found.has_value();
     found = Found{entry.position, slot};
     return !several;
@@ -78,13 +78,14 @@ std::optional<RecordIndex::Found> RecordIndex::Find(std::string_view name, std::
   return several ? FindLiterally(name, names) : found;
 }
 
-std::optional<RecordIndex::Found> RecordIndex::FindNameAt(std::uint32_t offset, std::string_view names) {
+std::optional<RecordIndex::Found> RecordIndex::FindNameAt(std::uint32_t offset, NameTable& names) {
   const auto name = MatchableName(offset, names);
-  return name ? Find(*name, names) : std::nullopt;
+  // A copy, since the table shows one name at a time.
+  return name ? Find(std::string(*name), names) : std::nullopt;
 }
 
 std::optional<RecordIndex::Found> RecordIndex::FindLiterally(std::string_view name,
-                                                             std::string_view names) const {
+                                                             NameTable& names) const {
   std::vector<std::size_t> slots;
   for (std::size_t slot = 0; slot < entries_.size(); ++slot) {
     if (!vacant_[slot]) slots.push_back(slot);
@@ -107,29 +108,43 @@ std::optional<RecordIndex::Found> RecordIndex::FindLiterally(std::string_view na
   return found(*match);
 }
 
-void RecordIndex::Insert(std::size_t slot, const IndexEntry& entry, std::string_view names) {
+void RecordIndex::Insert(std::size_t slot, const IndexEntry& entry, NameTable& names) {
   if (IsVacant(slot)) {
     entries_[slot] = entry;
     vacant_[slot] = false;
     --vacantCount_;
   } else if (slot < entries_.size()) {
-    const auto place = static_cast<std::ptrdiff_t>(slot);
-    entries_.insert(entries_.begin() + place, entry);
-    vacant_.insert(vacant_.begin() + place, false);
-    table_.reset();
+    InsertBefore(slot, entry);
     return;
   } else {
-    // Vacant slots are closed once they outnumber the others, which keeps the mean cost constant.
-    if (vacantCount_ > entries_.size() / 2) CloseVacantSlots();
-    slot = entries_.size();
-    entries_.push_back(entry);
-    vacant_.push_back(false);
+    Append(entry);
+    slot = entries_.size() - 1;
   }
-  if (table_) AddToTable(slot, names);
+  AddToTable(slot, names);
 }
 
-void RecordIndex::Remove(std::size_t slot, std::string_view names) {
-  if (table_) RemoveFromTable(slot, names);
+void RecordIndex::InsertBefore(std::size_t slot, const IndexEntry& entry) {
+  const auto place = static_cast<std::ptrdiff_t>(slot);
+  entries_.reserve(entries_.size() + 1);
+  vacant_.insert(vacant_.begin() + place, false);
+  entries_.insert(entries_.begin() + place, entry);
+  table_.reset();
+}
+
+void RecordIndex::Append(const IndexEntry& entry) {
+  // Vacant slots are closed once they outnumber the others, which keeps the mean cost constant.
+  if (vacantCount_ > entries_.size() / 2) CloseVacantSlots();
+  entries_.push_back(entry);
+  try {
+    vacant_.push_back(false);
+  } catch (...) {
+    entries_.pop_back();
+    throw;
+  }
+}
+
+void RecordIndex::Remove(std::size_t slot, NameTable& names) {
+  RemoveFromTable(slot, names);
   vacant_[slot] = true;
   ++vacantCount_;
 }
@@ -140,29 +155,48 @@ void RecordIndex::CloseVacantSlots() {
     if (!vacant_[slot]) entries_[kept++] = entries_[slot];
   }
   entries_.resize(kept);
-  vacant_.assign(kept, false);
+  vacant_.resize(kept);
+  std::fill(vacant_.begin(), vacant_.end(), false);
   vacantCount_ = 0;
   table_.reset();
 }
 
-void RecordIndex::MakeTable(std::string_view names) {
-  table_.emplace(entries_.size());
-  someNameIsUnterminated_ = false;
-  tableMadeFor_ = names.size();
-  for (std::size_t slot = 0; slot < entries_.size() && !table_->IsCrowded(); ++slot) {
-    if (!vacant_[slot]) AddToTable(slot, names);
+// All of it or nothing.
+void RecordIndex::MakeTable(NameTable& names) {
+  table_.reset();
+  SlotTable table(entries_.size());
+  bool someNameIsUnterminated = false;
+  for (std::size_t slot = 0; slot < entries_.size() && !table.IsCrowded(); ++slot) {
+    if (vacant_[slot]) continue;
+    const std::uint32_t offset = entries_[slot].nameOffset;
+    const auto name = names.At(offset);
+    someNameIsUnterminated |= IsUnterminated(offset, name, names.Length());
+    if (name && IsText(*name)) table.Add(HashNoCase(*name), NarrowLength(slot));
+  }
+  table_ = std::move(table);
+  someNameIsUnterminated_ = someNameIsUnterminated;
+  tableMadeFor_ = names.Length();
+}
+
+// A table that cannot be kept right is dropped; the next search makes another.
+void RecordIndex::AddToTable(std::size_t slot, NameTable& names) {
+  if (!table_ || table_->IsCrowded()) return;
+  const std::uint32_t offset = entries_[slot].nameOffset;
+  try {
+    const auto name = names.At(offset);
+    if (IsUnterminated(offset, name, names.Length())) someNameIsUnterminated_ = true;
+    if (name && IsText(*name)) table_->Add(HashNoCase(*name), NarrowLength(slot));
+  } catch (...) {
+    table_.reset();
   }
 }
 
-void RecordIndex::AddToTable(std::size_t slot, std::string_view names) {
-  if (table_->IsCrowded()) return;
-  if (IsUnterminated(entries_[slot].nameOffset, names)) someNameIsUnterminated_ = true;
-  const auto name = MatchableName(entries_[slot].nameOffset, names);
-  if (name) table_->Add(HashNoCase(*name), NarrowLength(slot));
-}
-
-void RecordIndex::RemoveFromTable(std::size_t slot, std::string_view names) {
-  if (table_->IsCrowded()) return;
-  const auto name = MatchableName(entries_[slot].nameOffset, names);
-  if (name) table_->Remove(HashNoCase(*name), NarrowLength(slot));
+void RecordIndex::RemoveFromTable(std::size_t slot, NameTable& names) {
+  if (!table_ || table_->IsCrowded()) return;
+  try {
+    const auto name = MatchableName(entries_[slot].nameOffset, names);
+    if (name) table_->Remove(HashNoCase(*name), NarrowLength(slot));
+  } catch (...) {
+    table_.reset();
+  }
 }

@@ -9,18 +9,21 @@
 
 #include "Foundation/OxBuffer.h"
 #include "Storage/FlatFileFormat.h"
+#include "Storage/NameTable.h"
 #include "Storage/SlotTable.h"
 
 /// The index of an archive: which name lies at which position, in the order in which the names came.
-///   Names:  without regard to letter case; held by the archive's name table, whose bytes every
-///           operation that needs them is given. An entry whose name is no UTF-8, or lies beyond the
+///   Names:  without regard to letter case; held by the archive's name table, which every operation that
+///           needs it is given. An entry whose name is no UTF-8, or lies beyond the
 ///           table, never matches.
 ///   Slots:  a slot is the number of an entry. Removing an entry leaves its slot vacant, so that the
 ///           others keep their numbers and a record that moves gets its own slot back.
 ///   Cost:   finding, inserting and removing take constant time, through a hash table that the first
 ///           search makes. Only where several entries have one name does the procedure matter that
 ///           chooses between them: a bisection as if the entries were sorted, then a scan. It also
-///           takes over where names were chosen for their hashes.
+///           takes over where very many entries have one name.
+///   Errors: std::bad_alloc, and what NameTable::At() throws. Whatever throws leaves the index as it was,
+///           but Insert() may have renumbered the slots; Clear() and Remove() never throw.
 class RecordIndex {
  public:
   /// Where a name was found.
@@ -39,21 +42,23 @@ class RecordIndex {
   std::size_t EndSlot() const { return entries_.size(); }
 
   /// `name` must be acceptable UTF-8.
-  std::optional<Found> Find(std::string_view name, std::string_view names);
+  std::optional<Found> Find(std::string_view name, NameTable& names);
   /// Finds the name that lies at an offset of the name table, if it can match anything.
-  std::optional<Found> FindNameAt(std::uint32_t offset, std::string_view names);
+  std::optional<Found> FindNameAt(std::uint32_t offset, NameTable& names);
   /// Fills a vacant slot, else moves the entries from `slot` on up by one.
-  void Insert(std::size_t slot, const FlatFile::IndexEntry& entry, std::string_view names);
+  void Insert(std::size_t slot, const FlatFile::IndexEntry& entry, NameTable& names);
   /// The slot must hold an entry.
-  void Remove(std::size_t slot, std::string_view names);
+  void Remove(std::size_t slot, NameTable& names);
 
  private:
   bool IsVacant(std::size_t slot) const { return slot < entries_.size() && vacant_[slot]; }
   void CloseVacantSlots();
-  void MakeTable(std::string_view names);
-  void AddToTable(std::size_t slot, std::string_view names);
-  void RemoveFromTable(std::size_t slot, std::string_view names);
-  std::optional<Found> FindLiterally(std::string_view name, std::string_view names) const;
+  void InsertBefore(std::size_t slot, const FlatFile::IndexEntry& entry);
+  void Append(const FlatFile::IndexEntry& entry);
+  void MakeTable(NameTable& names);
+  void AddToTable(std::size_t slot, NameTable& names);
+  void RemoveFromTable(std::size_t slot, NameTable& names);
+  std::optional<Found> FindLiterally(std::string_view name, NameTable& names) const;
 
   std::vector<FlatFile::IndexEntry> entries_;
   std::vector<bool> vacant_;
@@ -64,7 +69,3 @@ class RecordIndex {
   std::size_t tableMadeFor_ = 0;    // Bytes of the name table then.
   std::optional<SlotTable> table_;  // By the hashes of the names; nothing while it is not needed.
 };
-
-/// The name at `offset` of a name table's bytes, as far as the next zero byte or the table's end; nothing
-/// beyond the end.
-std::optional<std::string_view> NameAt(std::string_view names, std::uint32_t offset);

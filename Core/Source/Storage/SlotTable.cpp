@@ -14,12 +14,12 @@ SlotTable::SlotTable(std::size_t expected) {
   Resize(expected);
 }
 
-void SlotTable::Add(std::size_t hash, std::uint32_t slot) {
+void SlotTable::Add(std::uint64_t hash, std::uint32_t slot) {
   if (3 * (filled_ + 1) > 2 * cells_.size()) Resize(2 * slots_ + 1);
   Put({Kept(hash), slot});
 }
 
-void SlotTable::Remove(std::size_t hash, std::uint32_t slot) {
+void SlotTable::Remove(std::uint64_t hash, std::uint32_t slot) {
   std::size_t at = Kept(hash) & Mask();
   while (cells_[at].slot != kEmpty && cells_[at].slot != slot) at = (at + 1) & Mask();
   if (cells_[at].slot == kEmpty) return;

@@ -1,0 +1,81 @@
+#include "Storage/NameTable.h"
+
+#include <algorithm>
+#include <span>
+
+#include "Storage/OxDataFile.h"
+
+namespace {
+
+// Names up to this length are looked at in place.
+constexpr std::size_t kUsualName = 256;
+
+}  // namespace
+
+FileStatus NameTable::Read(ArchiveFile& file, std::uint64_t start, std::uint32_t length) {
+  std::string names(length, '\0');
+  std::size_t got = 0;
+  const FileStatus status = file.ReadAt(start, std::as_writable_bytes(std::span(names)), got);
+  names.resize(got);
+  Clear();
+  names_.swap(names);
+  length_ = got;
+  return status;
+}
+
+void NameTable::ReadAsNeeded(ArchiveFile& file, std::uint64_t start, std::uint32_t length) {
+  Clear();
+  length_ = length;
+  file_ = &file;
+  start_ = start;
+}
+
+void NameTable::Clear() {
+  *this = NameTable();
+}
+
+std::optional<std::string_view> NameTable::At(std::uint32_t offset) {
+  if (offset >= FlatFile::kNameTableName || offset > length_) return std::nullopt;
+  if (file_ != nullptr) return ReadName(offset);
+  const std::string_view rest = view().substr(offset);
+  return rest.substr(0, rest.find('\0'));
+}
+
+// Up to `count` bytes of the names, fewer only at the table's end.
+std::string_view NameTable::View(std::uint32_t offset, std::size_t count) {
+  count = std::min(count, length_ - offset);
+  const std::uint64_t position = start_ + offset;
+  std::span<const std::byte> bytes;
+  const FileStatus status = file_->File() != nullptr
+                                ? window_.View(*file_->File(), position, count, bytes)
+                                : file_->ViewAt(position, count, bytes);
+  if (status != kStatusOk && status != kStatusEndOfFile) throw OxDataFile::FileError(status);
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+std::string_view NameTable::ReadName(std::uint32_t offset) {
+  std::size_t count = file_->Mapping() != nullptr ? length_ + std::size_t{1} : kUsualName;
+  std::string_view piece = View(offset, count);
+  std::size_t end = piece.find('\0');
+  if (end != std::string_view::npos || piece.size() < count) return piece.substr(0, end);
+  longName_.clear();
+  while (end == std::string_view::npos && !piece.empty()) {
+    longName_.append(piece);
+    offset += static_cast<std::uint32_t>(piece.size());
+    count = std::min(2 * count, ReadWindow::kLargest);
+    piece = View(offset, count);
+    end = piece.find('\0');
+  }
+  return longName_.append(piece.substr(0, end));
+}
+
+void NameTable::Reserve(std::size_t size) {
+  const std::size_t needed = names_.size() + size + 1;
+  if (needed > names_.capacity()) names_.reserve(std::max(needed, 2 * names_.capacity()));
+}
+
+void NameTable::Add(std::string_view name) {
+  Reserve(name.size());
+  names_.append(name).push_back('\0');
+  length_ = names_.size();
+}
