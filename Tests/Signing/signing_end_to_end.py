@@ -193,7 +193,7 @@ listed = (FIXTURES / "trust" / "fingerprints.txt").read_text()
 valid = (FIXTURES / "valid.pem").read_text()
 for name, text, problem in [
     ("fingerprints.txt", listed.replace("A", "B", 1), "root-authority.pem has another SHA-1 fingerprint"),
-    ("fingerprints.txt", listed.splitlines()[0], "no other .pem (there: root-intermediate.pem)"),
+    ("fingerprints.txt", "\n".join(listed.splitlines()[:-1]), "no other .pem (there: root-issuing.pem)"),
     ("root-authority.pem", valid, "root-authority.pem has another SHA-1 fingerprint"),
     ("implicit-2.pem", "nothing", "implicit-2.pem holds 0 PEM"),
     ("implicit-2.pem", None, "exactly three implicit"),
