@@ -1,6 +1,7 @@
 #include "Xml/OxXMLAttrNode.h"
 
 #include <string_view>
+#include <typeinfo>
 #include <utility>
 
 #include "Xml/OxXMLDoc.h"
@@ -29,12 +30,12 @@ NodePtr OxXMLAttrNode::GetOwner() const {
 
 // ---- Children
 
-OxXMLNode::ChildLinks* OxXMLAttrNode::MakeChildren() {
+void OxXMLAttrNode::MakeChildren() {
+  if (children_ != nullptr) return;
   children_ = std::make_unique<ChildLinks>();
   const Hux::SmartPtr<OxXMLTextNode> text = OxXMLTextNode::Make(std::exchange(text_, OxString()));
-  text->document_ = document_;
+  SetDocument(*text, XMLTree::Document(*this));
   Link(text, nullptr);
-  return children_.get();
 }
 
 bool OxXMLAttrNode::AllowChild(const NodePtr& node) const {
@@ -44,8 +45,9 @@ bool OxXMLAttrNode::AllowChild(const NodePtr& node) const {
 OxString OxXMLAttrNode::JoinedText() const {
   if (children_ == nullptr) return text_;
   OxString joined;
-  for (const OxXMLNode* child = children_->first.get(); child != nullptr; child = child->next_.get()) {
-    joined += child->ValueText();
+  for (const OxXMLNode* child = children_->first.get(); child != nullptr;
+       child = XMLTree::Next(*child)) {
+    joined += XMLTree::Value(*child);
   }
   return joined;
 }
@@ -74,14 +76,22 @@ void OxXMLAttrNode::SetUnparsedValue(const OxString& value) {
 }
 
 OxString OxXMLAttrNode::GetValue() const {
+  XMLExpansionBudget budget(0);
+  return Resolved(budget);
+}
+
+OxString OxXMLAttrNode::ValueOf(const OxXMLNode& attribute, XMLExpansionBudget& budget) {
+  if (typeid(attribute) != typeid(OxXMLAttrNode)) return attribute.GetValue();
+  return static_cast<const OxXMLAttrNode&>(attribute).Resolved(budget);
+}
+
+OxString OxXMLAttrNode::Resolved(XMLExpansionBudget& budget) const {
   OxString text = JoinedText();
   std::string_view left = text.view();
   std::size_t found = left.find('&');
   if (found == std::string_view::npos) return text;
-  const OxXMLDocTypeNode* docType = document_ == nullptr ? nullptr : document_->GetDocType().get();
-  XMLExpansionBudget own(0);
-  XMLExpansionBudget* shared = document_ == nullptr ? nullptr : document_->sharedBudget_;
-  XMLExpansionBudget& budget = shared == nullptr ? own : *shared;
+  const OxXMLDoc* document = XMLTree::Document(*this);
+  const OxXMLDocTypeNode* docType = document == nullptr ? nullptr : document->GetDocType().get();
   budget.AddText(text.size());
   OxString value;
   for (; found != std::string_view::npos; found = left.find('&')) {
@@ -100,9 +110,7 @@ OxString OxXMLAttrNode::GetValue() const {
 
 OxString OxXMLAttrNode::GetAsString(int) const {
   OxString text(GetName());
-  text.append_valid("=\"");
-  XMLWriter::AppendEscaped(text, GetValue().view(), true);
-  text.append_valid("\"");
+  XMLWriter::AppendValue(text, GetValue().view());
   return text;
 }
 

@@ -5,6 +5,8 @@
 #include "Xml/OxXMLName.h"
 #include "Xml/OxXMLNode.h"
 
+class XMLExpansionBudget;
+
 /// An attribute. Its value is the joined text of its children, which are text nodes, with references to
 /// entities of the document replaced.
 class OxXMLAttrNode : public OxXMLNode {
@@ -20,8 +22,7 @@ class OxXMLAttrNode : public OxXMLNode {
   void SetValue(const OxString& value) override;
   /// The text of the children with every reference "&name;" replaced in one pass: replacement text is
   /// not looked at again, and what does not resolve, or would exceed XMLExpansionBudget, stays as it is.
-  /// Every call has a budget of its own, but for those that write a tree or search it. The five predefined
-  /// names resolve without a document.
+  /// Every call has a budget of its own. The five predefined names resolve without a document.
   OxString GetValue() const override;
   OxString GetAsString(int indent) const override;
   /// Deliberate: the copy has the whole text in one child, however many the original has.
@@ -34,6 +35,10 @@ class OxXMLAttrNode : public OxXMLNode {
   /// As SetValueQuiet().
   void SetUnparsedValue(const OxString& value);
 
+  /// The value of an attribute for an operation that reads many of them and has one budget for all. An
+  /// attribute of a derived class is asked by GetValue(), and has its own.
+  static OxString ValueOf(const OxXMLNode& attribute, XMLExpansionBudget& budget);
+
   /// The node that has this attribute, or null.
   Hux::SmartPtr<OxXMLNode> GetOwner() const;
 
@@ -43,10 +48,11 @@ class OxXMLAttrNode : public OxXMLNode {
 
  private:
   ChildLinks* Children() override { return children_.get(); }
-  ChildLinks* MakeChildren() override;
+  void MakeChildren() override;
   const OxString& ValueText() const override { return text_; }
   OxString& EditValueText() override { return text_; }
   OxString JoinedText() const;
+  OxString Resolved(XMLExpansionBudget& budget) const;
   void ReplaceText(const OxString& value);
 
   OxXMLName name_;

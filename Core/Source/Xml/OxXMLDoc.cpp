@@ -9,7 +9,7 @@
 using NodePtr = Hux::SmartPtr<OxXMLNode>;
 
 OxXMLDoc::OxXMLDoc() {
-  document_ = this;
+  SetDocument(*this, this);
 }
 
 Hux::SmartPtr<OxXMLDoc> OxXMLDoc::Make() {
@@ -19,13 +19,14 @@ Hux::SmartPtr<OxXMLDoc> OxXMLDoc::Make() {
 OxXMLDoc::~OxXMLDoc() {
   dying_ = true;
   // A root element that was taken out of the tree is held here alone, or outlives its document.
-  if (root_ && root_->parent_ == nullptr) root_->MoveTo(nullptr);
-  if (docType_ && docType_->parent_ == nullptr) docType_->MoveTo(nullptr);
+  for (const NodePtr& node : {root_, NodePtr(docType_)}) {
+    if (node && XMLTree::Parent(*node) == nullptr) XMLTree::MoveTo(*node, nullptr);
+  }
   root_ = nullptr;
   docType_ = nullptr;
   ReleaseChildren(children_);
-  attributes_.reset();
-  document_ = nullptr;
+  ReleaseAttributes();
+  SetDocument(*this, nullptr);
 }
 
 const OxString& OxXMLDoc::GetName() const {
@@ -40,7 +41,7 @@ OxString OxXMLDoc::GetAsString(int indent) const {
 // ---- Children
 
 bool OxXMLDoc::IsDocumentCorrect(const NodePtr& node) const {
-  return node && node->document_ == this;
+  return node && XMLTree::Document(*node) == this;
 }
 
 bool OxXMLDoc::AllowChild(const NodePtr& node) const {
@@ -134,7 +135,7 @@ std::int32_t OxXMLDoc::ImportNode(const NodePtr& node, bool deep, NodePtr& out) 
   const bool isImportable =
       node && node->GetNodeType() != kDocumentNode && node->GetNodeType() != kDocTypeNode;
   NodePtr copy = isImportable ? node->Clone(deep) : nullptr;
-  if (copy) copy->MoveTo(this);
+  if (copy) XMLTree::MoveTo(*copy, this);
   out = std::move(copy);
   return isImportable ? kOxXMLSuccess : kOxXMLNotSupported;
 }

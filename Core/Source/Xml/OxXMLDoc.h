@@ -8,8 +8,6 @@
 #include "Xml/OxXMLPINode.h"
 #include "Xml/OxXMLTextNode.h"
 
-class XMLExpansionBudget;
-
 /// A document: the root of a tree, the maker of its nodes and the owner of the XML declaration's
 /// pseudo-attributes. When it dies, nodes of its tree that others hold belong to no document.
 class OxXMLDoc : public OxXMLNode {
@@ -71,15 +69,12 @@ class OxXMLDoc : public OxXMLNode {
   /// Makes a new node one of this document; for subclasses that make nodes of their own classes.
   template <typename Node>
   Hux::SmartPtr<Node> Own(Hux::SmartPtr<Node> node) {
-    static_cast<OxXMLNode&>(*node).document_ = this;
+    SetDocument(*node, this);
     return node;
   }
 
  private:
-  friend class OxXMLAttrNode;
   friend class OxXMLNode;
-  friend class OxXMLNamedNodeMap;
-  friend class XMLSharedBudget;
 
   ChildLinks* Children() override { return &children_; }
   const OxString& ValueText() const override { return value_.Get(); }
@@ -89,7 +84,6 @@ class OxXMLDoc : public OxXMLNode {
   Hux::SmartPtr<OxXMLNode> root_;
   Hux::SmartPtr<OxXMLDocTypeNode> docType_;
   XMLLazyText value_;
-  XMLExpansionBudget* sharedBudget_ = nullptr;  // Of the operation that is under way, if it has one.
   bool indexDirty_ = false;
   bool dying_ = false;
 };

@@ -1,10 +1,37 @@
 #include "Xml/OxXMLElementNode.h"
 
+#include <utility>
+
+#include "Xml/OxXMLAttrNode.h"
+#include "Xml/OxXMLCDATANode.h"
+#include "Xml/OxXMLCommentNode.h"
+#include "Xml/OxXMLNamedNodeMap.h"
+#include "Xml/OxXMLPINode.h"
 #include "Xml/OxXMLTextNode.h"
 #include "Xml/XMLTree.h"
 #include "Xml/XMLWriter.h"
 
 using NodePtr = Hux::SmartPtr<OxXMLNode>;
+
+namespace {
+
+// Of anything but an element.
+NodePtr MakeNode(XMLPack& pack, const XMLPack::Record& record, OxString text) {
+  switch (record.kind) {
+    case OxXMLNode::kAttributeNode:
+      return OxXMLAttrNode::Make(pack.Name(record.name), std::move(text));
+    case OxXMLNode::kTextNode:
+      return OxXMLTextNode::Make(std::move(text));
+    case OxXMLNode::kCDATANode:
+      return OxXMLCDATANode::Make(std::move(text));
+    case OxXMLNode::kCommentNode:
+      return OxXMLCommentNode::Make(std::move(text));
+    default:
+      return OxXMLPINode::Make(pack.Name(record.name), std::move(text));
+  }
+}
+
+}  // namespace
 
 Hux::SmartPtr<OxXMLElementNode> OxXMLElementNode::Make(const OxXMLName& name) {
   return Hux::SmartPtr<OxXMLElementNode>::Adopt(new OxXMLElementNode(name));
@@ -12,6 +39,54 @@ Hux::SmartPtr<OxXMLElementNode> OxXMLElementNode::Make(const OxXMLName& name) {
 
 OxXMLElementNode::~OxXMLElementNode() {
   ReleaseChildren(children_);
+}
+
+// ---- Unpacking
+
+NodePtr OxXMLElementNode::Unpack(const Hux::SmartPtr<XMLPack>& pack, XMLPack::Place place,
+                                 OxXMLDoc* document) {
+  const XMLPack::Record record = pack->At(place);
+  NodePtr node;
+  if (record.kind == kElementNode) {
+    const Hux::SmartPtr<OxXMLElementNode> element = Make(pack->Name(record.name));
+    element->SetInside(pack, place);
+    node = element;
+  } else {
+    node = MakeNode(*pack, record, OxString::from_valid(pack->Text(place)));
+  }
+  SetDocument(*node, document);
+  node->SetLine(record.line);
+  return node;
+}
+
+void OxXMLElementNode::SetInside(const Hux::SmartPtr<XMLPack>& pack, XMLPack::Place place) {
+  childrenEnd_ = pack->Behind(place);
+  attributesAt_ = XMLPack::Inside(place);
+  attributesEnd_ = attributesAt_;
+  while (attributesEnd_ < childrenEnd_ && pack->At(attributesEnd_).kind == kAttributeNode) {
+    attributesEnd_ = pack->Behind(attributesEnd_);
+  }
+  childrenAt_ = attributesEnd_;
+  if (attributesAt_ < childrenEnd_) pack_ = pack;
+}
+
+// The node of the record at `place`, which moves on when the node is there.
+template <typename Set>
+void OxXMLElementNode::MakeUpTo(XMLPack::Place& place, XMLPack::Place end, Set set) {
+  while (place < end) {
+    set(Unpack(pack_, place, XMLTree::Document(*this)));
+    place = pack_->Behind(place);
+  }
+  if (attributesAt_ == attributesEnd_ && childrenAt_ == childrenEnd_) pack_ = nullptr;
+}
+
+void OxXMLElementNode::MakeAttributes() {
+  MakeUpTo(attributesAt_, attributesEnd_,
+           [this](const NodePtr& node) { OwnAttributes().SetNamedItem(node); });
+}
+
+void OxXMLElementNode::MakeChildren() {
+  MakeUpTo(childrenAt_, childrenEnd_, [this](const NodePtr& node) { Link(node, nullptr); });
 }
 
 OxString OxXMLElementNode::GetAsString(int indent) const {
@@ -46,7 +121,7 @@ NodePtr OxXMLElementNode::CloneSelf() const {
 }
 
 void OxXMLElementNode::Normalize() {
-  OxXMLNode* node = children_.first.get();
+  OxXMLNode* node = XMLTree::FirstChild(*this);
   while (node != nullptr) {
     OxXMLNode* following = XMLTree::NextBelow(*node, *this);
     OxXMLNode* before = XMLTree::Previous(*node);

@@ -3,12 +3,17 @@
 #include "Xml/OxXMLName.h"
 #include "Xml/OxXMLNode.h"
 #include "Xml/XMLLazyText.h"
+#include "Xml/XMLPack.h"
 
 /// An element. Its value, if one is set, is not written out.
 class OxXMLElementNode : public OxXMLNode {
  public:
   /// An element without a document.
   static Hux::SmartPtr<OxXMLElementNode> Make(const OxXMLName& name);
+  /// The node of a record in `pack`, of whatever kind, without a parent; an element makes the nodes inside when
+  /// somebody asks. `document` may be null.
+  static Hux::SmartPtr<OxXMLNode> Unpack(const Hux::SmartPtr<XMLPack>& pack, XMLPack::Place place,
+                                         OxXMLDoc* document);
   ~OxXMLElementNode() override;
 
   NodeType GetNodeType() const override { return kElementNode; }
@@ -28,11 +33,22 @@ class OxXMLElementNode : public OxXMLNode {
   explicit OxXMLElementNode(const OxXMLName& name) : name_(name) {}
 
  private:
+  void SetInside(const Hux::SmartPtr<XMLPack>& pack, XMLPack::Place place);
   ChildLinks* Children() override { return &children_; }
+  void MakeChildren() override;
+  void MakeAttributes() override;
+  template <typename Set>
+  void MakeUpTo(XMLPack::Place& place, XMLPack::Place end, Set set);
   const OxString& ValueText() const override { return value_.Get(); }
   OxString& EditValueText() override { return value_.Edit(); }
 
   OxXMLName name_;
   ChildLinks children_;
   XMLLazyText value_;
+  // What is not made yet; null when there is nothing.
+  Hux::SmartPtr<XMLPack> pack_;
+  XMLPack::Place attributesAt_ = 0;
+  XMLPack::Place attributesEnd_ = 0;
+  XMLPack::Place childrenAt_ = 0;
+  XMLPack::Place childrenEnd_ = 0;
 };

@@ -4,8 +4,7 @@
 #include <iterator>
 #include <utility>
 
-#include "Xml/OxXMLDoc.h"
-#include "Xml/XMLNodePool.h"
+#include "Xml/XMLTree.h"
 
 using NodePtr = Hux::SmartPtr<OxXMLNode>;
 
@@ -36,14 +35,6 @@ bool OxXMLNamedNodeMap::NameLess::operator()(std::string_view a, std::string_vie
   return Rank(*differsA) < Rank(*differsB);
 }
 
-void* OxXMLNamedNodeMap::operator new(std::size_t size) {
-  return XMLNodePool::Allocate(size);
-}
-
-void OxXMLNamedNodeMap::operator delete(void* memory, std::size_t size) {
-  XMLNodePool::Free(memory, size);
-}
-
 OxXMLNamedNodeMap::OxXMLNamedNodeMap(const OxXMLNamedNodeMap& other) {
   *this = other;
 }
@@ -70,14 +61,15 @@ void OxXMLNamedNodeMap::Clear() {
 
 void OxXMLNamedNodeMap::TakeOver(OxXMLNode& node) {
   if (owner_ == nullptr) return;
-  node.parent_ = owner_;
-  if (node.document_ != owner_->document_) node.MoveTo(owner_->document_);
+  XMLTree::SetParent(node, owner_);
+  OxXMLDoc* document = XMLTree::Document(*owner_);
+  if (XMLTree::Document(node) != document) XMLTree::MoveTo(node, document);
 }
 
 void OxXMLNamedNodeMap::LetGo(OxXMLNode& node) const {
   if (owner_ == nullptr) return;
-  node.parent_ = nullptr;
-  if (owner_->document_ != nullptr && owner_->document_->dying_) node.MoveTo(nullptr);
+  XMLTree::SetParent(node, nullptr);
+  if (XMLTree::DocumentDies(*owner_)) XMLTree::MoveTo(node, nullptr);
 }
 
 // ---- Finding
@@ -127,9 +119,9 @@ OxXMLNamedNodeMap::Tree::const_iterator OxXMLNamedNodeMap::Large::Seek(std::size
 
 bool OxXMLNamedNodeMap::SetNamedItem(const NodePtr& node) {
   if (!node || node->GetNodeType() != OxXMLNode::kAttributeNode) return false;
-  if (owner_ != nullptr && node->parent_ != nullptr) {
-    if (node->parent_ == owner_) return true;
-    node->parent_->GetAttributes().RemoveItem(node);
+  if (OxXMLNode* before = XMLTree::Parent(*node); owner_ != nullptr && before != nullptr) {
+    if (before == owner_) return true;
+    before->GetAttributes().RemoveItem(node);
   }
   if (large_ == nullptr && small_.size() == kMostInVector) BecomeLarge();
   if (large_ == nullptr) {
@@ -176,7 +168,7 @@ void OxXMLNamedNodeMap::BecomeLarge() {
 
 void OxXMLNamedNodeMap::Changed() const {
   if (large_ != nullptr) large_->cursorValid = false;
-  if (owner_ != nullptr) owner_->MarkIndexDirty();
+  if (owner_ != nullptr) XMLTree::MarkIndexDirty(*owner_);
 }
 
 NodePtr OxXMLNamedNodeMap::RemoveNamedItem(const OxString& name) {

@@ -23,9 +23,7 @@ class OxXMLNamedNodeMap {
   OxXMLNamedNodeMap() = default;  ///< Empty, of no node.
   OxXMLNamedNodeMap(const OxXMLNamedNodeMap& other);
   OxXMLNamedNodeMap& operator=(const OxXMLNamedNodeMap& other);
-  ~OxXMLNamedNodeMap();                         ///< Attributes that live on have no owner.
-  static void* operator new(std::size_t size);  ///< From the pool of nodes.
-  static void operator delete(void* memory, std::size_t size);  ///< Back to it.
+  ~OxXMLNamedNodeMap();  ///< Attributes that live on have no owner.
 
   /// How many attributes.
   std::size_t Length() const { return large_ ? large_->tree.size() : small_.size(); }

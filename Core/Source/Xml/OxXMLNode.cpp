@@ -6,28 +6,27 @@
 #include "Xml/OxXMLDoc.h"
 #include "Xml/OxXMLNamedNodeMap.h"
 #include "Xml/OxXMLNodeList.h"
-#include "Xml/XMLNodePool.h"
-#include "Xml/XMLSharedBudget.h"
+#include "Xml/XMLExpansion.h"
 #include "Xml/XMLTree.h"
 
 using NodePtr = Hux::SmartPtr<OxXMLNode>;
-
-void* OxXMLNode::operator new(std::size_t size) {
-  return XMLNodePool::Allocate(size);
-}
-
-void OxXMLNode::operator delete(void* memory, std::size_t size) {
-  XMLNodePool::Free(memory, size);
-}
 
 OxXMLNode::OxXMLNode() = default;
 
 // Here, so that this node's document is still known while its attributes let go of it.
 OxXMLNode::~OxXMLNode() {
-  attributes_.reset();
+  ReleaseAttributes();
 }
 
 // ---- Destruction
+
+void OxXMLNode::ReleaseAttributes() {
+  attributes_.reset();
+}
+
+bool OxXMLNode::DocumentDies() const {
+  return document_ != nullptr && document_->dying_;
+}
 
 // One chain of siblings at a time: what dies with its parent joins the chain first, so that no
 // destructor meets children.
@@ -40,7 +39,7 @@ void OxXMLNode::ReleaseChildren(ChildLinks& children) {
     node->previous_ = nullptr;
     node->parent_ = nullptr;
     if (node->GetRefCount() > 1) {
-      if (document_ != nullptr && document_->dying_) node->MoveTo(nullptr);
+      if (DocumentDies()) node->MoveTo(nullptr);
       continue;
     }
     ChildLinks* below = node->Children();
@@ -51,14 +50,14 @@ void OxXMLNode::ReleaseChildren(ChildLinks& children) {
   }
 }
 
-// Makes this node, all below it and their attributes nodes of `document`.
+// Makes this node, all below it and their attributes nodes of `document`. What is made later asks its parent.
 void OxXMLNode::MoveTo(OxXMLDoc* document) {
-  for (OxXMLNode* node = this; node != nullptr; node = XMLTree::NextBelow(*node, *this)) {
+  for (OxXMLNode* node = this; node != nullptr; node = XMLTree::NextMade(*node, *this)) {
     node->document_ = document;
     if (node->attributes_ == nullptr) continue;
     node->attributes_->ForEach([=](const NodePtr& attribute) {
       for (OxXMLNode* part = attribute.get(); part != nullptr;
-           part = XMLTree::NextBelow(*part, *attribute)) {
+           part = XMLTree::NextMade(*part, *attribute)) {
         part->document_ = document;
       }
     });
@@ -67,11 +66,17 @@ void OxXMLNode::MoveTo(OxXMLDoc* document) {
 
 // ---- Links
 
-// Making children changes nothing that others can see, so constant nodes may do it.
+// Making children and attributes changes nothing that others can see, so constant nodes may do it.
 OxXMLNode::ChildLinks* OxXMLNode::AllChildren() const {
   auto* self = const_cast<OxXMLNode*>(this);
-  ChildLinks* children = self->Children();
-  return children != nullptr ? children : self->MakeChildren();
+  self->MakeChildren();
+  return self->Children();
+}
+
+// Null when there never was one.
+OxXMLNamedNodeMap* OxXMLNode::Attributes() const {
+  const_cast<OxXMLNode*>(this)->MakeAttributes();
+  return attributes_.get();
 }
 
 NodePtr OxXMLNode::GetFirstChild() const {
@@ -105,9 +110,8 @@ bool OxXMLNode::IsParentOf(const OxXMLNode* node) const {
   return node != nullptr && node->parent_ == this && node->GetNodeType() != kAttributeNode;
 }
 
-// Puts a node that has no parent before the child `before`, or at the end for null.
 void OxXMLNode::Link(const NodePtr& child, OxXMLNode* before) {
-  ChildLinks& children = *AllChildren();
+  ChildLinks& children = *Children();
   OxXMLNode* after = before != nullptr ? before->previous_ : children.last;
   NodePtr& hook = after != nullptr ? after->next_ : children.first;
   child->parent_ = this;
@@ -120,6 +124,7 @@ void OxXMLNode::Link(const NodePtr& child, OxXMLNode* before) {
 // Link() for a node that may have a parent, which is told.
 inline void OxXMLNode::Move(const NodePtr& child, OxXMLNode* before) {
   if (child->parent_ != nullptr) child->parent_->RemoveChild(child);
+  MakeChildren();
   Link(child, before);
 }
 
@@ -221,14 +226,20 @@ void OxXMLNode::AttributeChanged(const OxString&, const OxString&) {}
 
 void OxXMLNode::AttributeRemoved(const OxString&) {}
 
-OxXMLNamedNodeMap& OxXMLNode::GetAttributes() {
+OxXMLNamedNodeMap& OxXMLNode::OwnAttributes() {
   if (attributes_ == nullptr) attributes_.reset(new OxXMLNamedNodeMap(this));
   return *attributes_;
 }
 
+OxXMLNamedNodeMap& OxXMLNode::GetAttributes() {
+  MakeAttributes();
+  return OwnAttributes();
+}
+
 const OxXMLNamedNodeMap& OxXMLNode::GetAttributes() const {
   static const OxXMLNamedNodeMap kNone;
-  return attributes_ == nullptr ? kNone : *attributes_;
+  const OxXMLNamedNodeMap* attributes = Attributes();
+  return attributes == nullptr ? kNone : *attributes;
 }
 
 void OxXMLNode::ChangeAttribute(const OxString& name, const OxString& value, bool quiet) {
@@ -254,26 +265,30 @@ void OxXMLNode::SetAttributeNode(const Hux::SmartPtr<OxXMLAttrNode>& attribute) 
 }
 
 void OxXMLNode::RemoveAttribute(const OxString& name) {
-  if (attributes_ == nullptr) return;
+  OxXMLNamedNodeMap* attributes = Attributes();
+  if (attributes == nullptr) return;
   // Held until the hook is done: the name may be the attribute's own.
-  if (const NodePtr removed = attributes_->RemoveNamedItem(name)) AttributeRemoved(name);
+  if (const NodePtr removed = attributes->RemoveNamedItem(name)) AttributeRemoved(name);
 }
 
 void OxXMLNode::RemoveAttributeQuiet(const OxString& name) {
-  if (attributes_ != nullptr) attributes_->RemoveNamedItem(name);
+  if (OxXMLNamedNodeMap* attributes = Attributes()) attributes->RemoveNamedItem(name);
 }
 
 bool OxXMLNode::RemoveAttributeNode(const Hux::SmartPtr<OxXMLAttrNode>& attribute) {
-  return attributes_ != nullptr && attributes_->RemoveItem(attribute);
+  OxXMLNamedNodeMap* attributes = Attributes();
+  return attributes != nullptr && attributes->RemoveItem(attribute);
 }
 
 Hux::SmartPtr<OxXMLAttrNode> OxXMLNode::GetAttributeNode(const OxString& name) const {
-  if (attributes_ == nullptr) return nullptr;
-  return attributes_->GetNamedItem(name).dynamic_cast_to<OxXMLAttrNode>();
+  const OxXMLNamedNodeMap* attributes = Attributes();
+  if (attributes == nullptr) return nullptr;
+  return attributes->GetNamedItem(name).dynamic_cast_to<OxXMLAttrNode>();
 }
 
 bool OxXMLNode::GetAttribute(const OxString& name, OxString& out) const {
-  const NodePtr attribute = attributes_ == nullptr ? nullptr : attributes_->GetNamedItem(name);
+  const OxXMLNamedNodeMap* attributes = Attributes();
+  const NodePtr attribute = attributes == nullptr ? nullptr : attributes->GetNamedItem(name);
   out = attribute ? attribute->GetValue() : OxString();
   return attribute.get() != nullptr;
 }
@@ -296,13 +311,14 @@ void OxXMLNode::GetElementsByTagName(const OxString& name, OxXMLNodeList& list) 
 }
 
 NodePtr OxXMLNode::GetElementByID(const OxString& id) const {
-  const XMLSharedBudget budget(*this);
+  XMLExpansionBudget budget(0);
   const OxString kID("id");
-  OxString value;
   auto* node = const_cast<OxXMLNode*>(this);
   for (; node != nullptr; node = XMLTree::NextBelow(*node, *this)) {
     if (node->GetNodeType() != kElementNode) continue;
-    if (node->GetAttribute(kID, value) && value == id) return Hux::make_ref(node);
+    const OxXMLNamedNodeMap* attributes = node->Attributes();
+    const NodePtr attribute = attributes == nullptr ? nullptr : attributes->GetNamedItem(kID);
+    if (attribute && OxXMLAttrNode::ValueOf(*attribute, budget) == id) return Hux::make_ref(node);
   }
   return nullptr;
 }
@@ -315,8 +331,9 @@ void OxXMLNode::JoinDocumentOf(const OxXMLNode& source) {
 
 void OxXMLNode::CopyFrom(const OxXMLNode& source) {
   JoinDocumentOf(source);
-  if (source.attributes_ == nullptr) return;
-  source.attributes_->ForEach(
+  const OxXMLNamedNodeMap* attributes = source.Attributes();
+  if (attributes == nullptr) return;
+  attributes->ForEach(
       [this](const NodePtr& attribute) { GetAttributes().SetNamedItem(attribute->CloneSelf()); });
 }
 

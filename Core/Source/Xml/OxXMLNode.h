@@ -37,8 +37,6 @@ class OxXMLNode : public Hux::Retainable {
   };
 
   ~OxXMLNode() override;
-  static void* operator new(std::size_t size);                  ///< From the pool of nodes.
-  static void operator delete(void* memory, std::size_t size);  ///< Back to it.
 
   virtual NodeType GetNodeType() const = 0;  ///< Never changes.
   /// The tag, the attribute's name, the target, the root element's name, or "#text" and the like.
@@ -145,6 +143,8 @@ class OxXMLNode : public Hux::Retainable {
   };
 
   OxXMLNode();
+  /// Of the node alone.
+  static void SetDocument(OxXMLNode& node, OxXMLDoc* document) { node.document_ = document; }
   /// Becomes a node of the document of `source`, unless it is one already.
   void JoinDocumentOf(const OxXMLNode& source);
   /// The same, and clones the attributes of `source` into this node, which has none yet.
@@ -152,25 +152,29 @@ class OxXMLNode : public Hux::Retainable {
   /// Lets go of all children, and of all below them that nobody else holds, without recursion.
   void ReleaseChildren(ChildLinks& children);
   void MarkIndexDirty() const;  ///< For the next OxXMLDoc::Index().
+  /// The attributes that are made already.
+  OxXMLNamedNodeMap& OwnAttributes();
+  void ReleaseAttributes();  ///< Those that are held elsewhere have no owner then.
+  /// Puts a node that has no parent before the child `before`, or at the end for null; no hook is called.
+  void Link(const Hux::SmartPtr<OxXMLNode>& child, OxXMLNode* before);
 
  private:
-  friend class OxXMLAttrNode;
-  friend class OxXMLDoc;
-  friend class OxXMLNamedNodeMap;
   friend struct XMLTree;
 
-  // Where a class that can have children keeps them; null for the others, and for children that are made
-  // only when someone asks for them, which MakeChildren() does.
+  // Where a class that can have children keeps those that are there; null for the others. Children and
+  // attributes may be made only when someone asks for them, which the other two do.
   virtual ChildLinks* Children() { return nullptr; }
-  virtual ChildLinks* MakeChildren() { return nullptr; }
+  virtual void MakeChildren() {}
+  virtual void MakeAttributes() {}
   // Where a class keeps the value of SetValue().
   virtual const OxString& ValueText() const = 0;
   virtual OxString& EditValueText() = 0;
 
   ChildLinks* AllChildren() const;
   std::int32_t CheckNewChild(const Hux::SmartPtr<OxXMLNode>& child) const;
+  bool DocumentDies() const;
   bool IsParentOf(const OxXMLNode* node) const;
-  void Link(const Hux::SmartPtr<OxXMLNode>& child, OxXMLNode* before);
+  OxXMLNamedNodeMap* Attributes() const;
   void Move(const Hux::SmartPtr<OxXMLNode>& child, OxXMLNode* before);
   void Unlink(OxXMLNode& child);
   void ChangeAttribute(const OxString& name, const OxString& value, bool quiet);

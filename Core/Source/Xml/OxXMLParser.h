@@ -1,18 +1,18 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 #include "Foundation/OxString.h"
 #include "Foundation/SmartPtr.h"
 #include "Xml/OxXMLDoc.h"
 #include "Xml/OxXMLError.h"
 #include "Xml/OxXMLScanner.h"
+#include "Xml/XMLBuilder.h"
+#include "Xml/XMLDeclarations.h"
 #include "Xml/XMLExpansion.h"
-#include "Xml/XMLNameCache.h"
 
 /// Turns XML text into a tree of nodes.
 ///   Modes:   strict (the default) or lenient. Lenient also takes "<--" as the opener of a comment, "--"
@@ -38,22 +38,6 @@
 ///   if (error.GetError() != OxXMLError::kNoError) Report(error.GetDescription());
 class OxXMLParser {
  public:
-  /// A lexical unit of a declaration: a name, a quoted literal (its text without the quotes), a single
-  /// other character, or the end of the input.
-  struct Token {
-    /// What the token is.
-    enum Kind { kEnd, kName, kString, kCharacter };
-    Kind kind = kEnd;  ///< kEnd until one is read.
-    OxString text;     ///< Empty at the end.
-
-    /// Whether it is this very name.
-    bool IsName(const char* name) const { return kind == kName && text == name; }
-    /// Whether it is this ASCII character, outside a literal.
-    bool Is(char character) const {
-      return kind == kCharacter && text.view() == std::string_view(&character, 1);
-    }
-  };
-
   OxXMLParser();
   ~OxXMLParser();
 
@@ -75,29 +59,24 @@ class OxXMLParser {
   OxString NormalizeEntityValue(const OxString& value, int line, bool internalSubset);
 
  private:
-  // ---- Document and elements (OxXMLParser.cpp)
   OxXMLError ParseCatching();
   void ParseDocument();
   void ParseTopLevelItem();
+  void ParseDOCTYPE(std::uint32_t line);
   void ParseElement(std::uint32_t line);
   void ParseStartTag(std::uint32_t line);
   void ParseContentItem();
   void ParseMarkup();
   void ParseEndTag();
   void CheckEndTag(std::string_view name) const;
-  bool MatchCommentOpener();
-  OxXMLNode& CurrentParent() const;
-  void Append(const Hux::SmartPtr<OxXMLNode>& node, std::uint32_t line);
 
-  // ---- Attributes (OxXMLParserAttributes.cpp)
-  void ParseAttribute(OxXMLElementNode& element);
-  OxString GetAttribute();
-  OxString GetQuotedValue(char quote);
+  void ParseAttribute();
+  std::string_view GetAttribute();
+  std::string_view GetQuotedValue(char quote);
   void CollectQuotedValue(char quote, unsigned quoteClass, std::uint32_t depth);
-  OxString GetUnquotedValue();
+  std::string_view GetUnquotedValue();
   void ExpectEquals();
 
-  // ---- Text, CDATA sections, comments, instructions (OxXMLParserContent.cpp)
   void ParseText();
   void CollectText();
   void CollectReference();
@@ -110,58 +89,15 @@ class OxXMLParser {
   void ParsePseudoAttributes(bool declaration);
   void ParsePseudoAttribute(bool declaration);
 
-  // ---- Document type declaration (OxXMLParserDocType.cpp)
-  void ParseDOCTYPE(std::uint32_t line);
-  void ParseExternalID(OxXMLDocTypeNode& docType);
-  OxString ExpectSystemID();
-  std::pair<OxString, OxString> ExpectPublicID();
-  void ParseInternalSubset(OxXMLDocTypeNode& docType);
-  void ParseEntities(OxXMLDocTypeNode& docType);
-  void ParseEntityRef(OxXMLDocTypeNode& docType);
-  void SkipPast(const char* terminator, unsigned stops);
-  void ParseSubsetMarkup(OxXMLDocTypeNode& docType);
-  void ParseEntityDecl(OxXMLDocTypeNode& docType, bool internalSubset);
-  void ParseExternalEntity();
-
-  // ---- Declarations of which nothing is kept (OxXMLParserDeclarations.cpp)
-  void ParseElementDecl();
-  void ParseContentModel();
-  void ParseChoiceOrSequence();
-  bool ParseContentParticle();
-  bool ParseSeparator(char& separator);
-  bool MatchOccurrence();
-  void ParseAttListDecl();
-  void ParseAttributeType();
-  void ParseAttributeDefault();
-  std::size_t ParseNameChoices();
-  void ParseNameTokenChoices();
-  void ParseNotationDecl();
-
-  // ---- Tokens and expectations (OxXMLParserTokens.cpp)
-  [[noreturn]] void Fail(OxXMLError::Error kind, const OxString& text = OxString()) const;
-  [[noreturn]] void FailSyntax(const OxString& text) const;
-  [[noreturn]] void FailGot(const char* expected) const;
-  void GetToken();
-  bool MatchLiteral(OxString& text);
-  void CheckLiteral();
-  OxString ExpectLiteral(const char* otherwise);
-  OxString ExpectPubID(const char* otherwise);
-  OxString ExpectName(const char* description);
-  void ExpectWhitespace(const char* after);
-  void ExpectEndOfDeclaration();
-
   Hux::SmartPtr<OxXMLDoc> doc_;
-  Token token_;
+  std::optional<XMLBuilder> builder_;  // While a text is parsed.
   std::int32_t strict_ = 1;
   OxXMLScanner scanner_;
-
-  std::vector<Hux::SmartPtr<OxXMLElementNode>> open_;  // The elements whose end tags are still to come.
-  XMLNameCache names_;
   XMLExpansionBudget budget_{0};
   XMLExpansion expansion_{scanner_, budget_};
-  std::uint64_t textBytes_ = 0;   // Of the whole text.
-  std::uint64_t readBehind_ = 0;  // Bytes that subsets have read behind their "]".
-  std::string text_;              // What is being collected.
+  XMLDeclarations declarations_{scanner_, expansion_, budget_};
+  std::string text_;           // What is being collected.
+  std::string kept_;           // A value as attributes keep it.
   bool spacePending_ = false;  // White space was met that becomes one space if text follows or it ends.
   std::string spill_;          // A name that lies in two segments.
 };

@@ -127,3 +127,29 @@ bool OxXMLScanner::TakeCharRef(std::uint32_t& codePoint) {
   codePoint = value;
   return true;
 }
+
+// ---- Expectations
+
+void OxXMLScanner::Fail(OxXMLError::Error kind, const OxString& text) const {
+  throw OxXMLError(kind, text, GetLine());
+}
+
+void OxXMLScanner::FailSyntax(const OxString& text) const {
+  Fail(OxXMLError::kSyntaxError, text);
+}
+
+OxString OxXMLScanner::ExpectName(const char* description) {
+  SkipWhitespace();
+  OxString name;
+  if (MatchName(name)) return name;
+  FailSyntax(OxString("Expected ") + description);
+}
+
+void OxXMLScanner::ExpectWhitespace(const char* after) {
+  if (MatchWhitespace(kOneOrMore)) return;
+  FailSyntax(OxString("Expected whitespace after ") + after);
+}
+
+bool OxXMLScanner::MatchCommentOpener(bool strict) {
+  return MatchASCII("!--") || (!strict && MatchASCII("--"));
+}

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "Xml/OxScanner.h"
+#include "Xml/OxXMLError.h"
 #include "Xml/XMLCharacters.h"
 
 /// The lexical rules of XML: white space, names and references, and, for the parser's hot loops, runs of
@@ -81,6 +82,15 @@ class OxXMLScanner : public OxScanner {
   std::string_view TakePERef(std::string& spill) { return TakeReference('%', spill); }
   /// Takes a character reference and gives its value.
   bool TakeCharRef(std::uint32_t& codePoint);
+
+  // ---- What a parser expects. These throw OxXMLError with the line of the position.
+
+  [[noreturn]] void Fail(OxXMLError::Error kind, const OxString& text = OxString()) const;
+  [[noreturn]] void FailSyntax(const OxString& text) const;  ///< kSyntaxError.
+  OxString ExpectName(const char* description);              ///< Behind white space, or "Expected ...".
+  void ExpectWhitespace(const char* after);                  ///< Or "Expected whitespace after ...".
+  /// What follows the "<" of a comment; lenient takes "--", too.
+  bool MatchCommentOpener(bool strict);
 
  private:
   std::string_view TakeNameRun();

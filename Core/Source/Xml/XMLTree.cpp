@@ -1,9 +1,19 @@
 #include "Xml/XMLTree.h"
 
-OxXMLNode* XMLTree::FirstChild(const OxXMLNode& node) {
-  // Children() only looks.
-  OxXMLNode::ChildLinks* children = const_cast<OxXMLNode&>(node).Children();
+namespace {
+
+OxXMLNode* First(const auto* children) {
   return children == nullptr ? nullptr : children->first.get();
+}
+
+}  // namespace
+
+OxXMLNode* XMLTree::FirstChild(const OxXMLNode& node) {
+  return node.GetNodeType() == OxXMLNode::kAttributeNode ? FirstMade(node) : First(node.AllChildren());
+}
+
+OxXMLNode* XMLTree::FirstMade(const OxXMLNode& node) {
+  return First(const_cast<OxXMLNode&>(node).Children());  // Which only looks.
 }
 
 OxXMLNode* XMLTree::NextBeside(const OxXMLNode& node, const OxXMLNode& top) {
@@ -15,5 +25,10 @@ OxXMLNode* XMLTree::NextBeside(const OxXMLNode& node, const OxXMLNode& top) {
 
 OxXMLNode* XMLTree::NextBelow(const OxXMLNode& node, const OxXMLNode& top) {
   OxXMLNode* first = FirstChild(node);
+  return first != nullptr ? first : NextBeside(node, top);
+}
+
+OxXMLNode* XMLTree::NextMade(const OxXMLNode& node, const OxXMLNode& top) {
+  OxXMLNode* first = FirstMade(node);
   return first != nullptr ? first : NextBeside(node, top);
 }

@@ -3,9 +3,11 @@
 #include <cstdint>
 #include <limits>
 #include <new>
+#include <typeinfo>
 
+#include "Xml/OxXMLAttrNode.h"
 #include "Xml/OxXMLNamedNodeMap.h"
-#include "Xml/XMLSharedBudget.h"
+#include "Xml/XMLExpansion.h"
 #include "Xml/XMLTree.h"
 
 namespace {
@@ -77,15 +79,25 @@ std::uint64_t IndentBytes(const OxXMLNode& top, int indent) {
   return units * kIndentUnit.size();
 }
 
-void AppendStart(OxString& out, const OxXMLNode& element, int indent) {
+// An attribute of a derived class writes itself.
+void AppendAttribute(OxString& out, const OxXMLNode& attribute, int indent, XMLExpansionBudget& budget) {
+  out.append_valid(" ");
+  if (typeid(attribute) != typeid(OxXMLAttrNode)) {
+    out += attribute.GetAsString(indent);
+    return;
+  }
+  out += attribute.GetName();
+  XMLWriter::AppendValue(out, OxXMLAttrNode::ValueOf(attribute, budget).view());
+}
+
+void AppendStart(OxString& out, const OxXMLNode& element, int indent, XMLExpansionBudget& budget) {
   out.append_valid("\n");
   XMLWriter::AppendIndent(out, indent);
   out.append_valid("<");
   out += element.GetName();
   if (const OxXMLNamedNodeMap* attributes = XMLTree::Attributes(element)) {
     attributes->ForEach([&](const Hux::SmartPtr<OxXMLNode>& attribute) {
-      out.append_valid(" ");
-      out += attribute->GetAsString(indent);
+      AppendAttribute(out, *attribute, indent, budget);
     });
   }
   out.append_valid(XMLTree::FirstChild(element) == nullptr ? "/>" : ">");
@@ -126,14 +138,14 @@ std::string_view EscapeOf(char byte) {
 
 OxString XMLWriter::Write(const OxXMLNode& top, int indent) {
   if (IndentBytes(top, indent) > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-  const XMLSharedBudget budget(top);
+  XMLExpansionBudget budget(0);
   OxString out;
-  const auto enter = [&out](const OxXMLNode& node, int depth) {
+  const auto enter = [&out, &budget](const OxXMLNode& node, int depth) {
     if (IsDocument(node)) {
       AppendIndent(out, depth);
       out.append_valid(kDeclaration);
     } else if (node.GetNodeType() == OxXMLNode::kElementNode) {
-      AppendStart(out, node, depth);
+      AppendStart(out, node, depth, budget);
     } else {
       out += node.GetAsString(depth);
     }
@@ -154,6 +166,12 @@ void XMLWriter::AppendEscaped(OxString& out, std::string_view text, bool escapeW
     out.append_valid(EscapeOf(text[found]));
     text.remove_prefix(found + 1);
   }
+}
+
+void XMLWriter::AppendValue(OxString& out, std::string_view value) {
+  out.append_valid("=\"");
+  AppendEscaped(out, value, true);
+  out.append_valid("\"");
 }
 
 void XMLWriter::AppendIndent(OxString& out, int indent) {

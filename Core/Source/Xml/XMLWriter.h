@@ -15,6 +15,9 @@ OxString Write(const OxXMLNode& top, int indent);
 /// OxXMLNode::Escape() onto `out`; `text` came out of an OxString.
 void AppendEscaped(OxString& out, std::string_view text, bool escapeWhitespace);
 
+/// What stands behind an attribute's name: "=", and its value in quotes.
+void AppendValue(OxString& out, std::string_view value);
+
 /// Two spaces for each; none when negative.
 void AppendIndent(OxString& out, int indent);
 

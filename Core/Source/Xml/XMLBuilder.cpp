@@ -1,0 +1,90 @@
+#include "Xml/XMLBuilder.h"
+
+#include <typeinfo>
+#include <utility>
+
+#include "Xml/XMLTree.h"
+
+using NodePtr = Hux::SmartPtr<OxXMLNode>;
+
+XMLBuilder::XMLBuilder(OxXMLDoc& document)
+    : document_(document),
+      packs_(typeid(document) == typeid(OxXMLDoc)),
+      pack_(Hux::SmartPtr<XMLPack>::Adopt(new XMLPack())) {}
+
+// An attribute or a child counts as a change also where its element never arrives.
+XMLBuilder::~XMLBuilder() {
+  const std::size_t untouched = places_.size() * XMLPack::Inside(0);
+  if (pack_->Size() > untouched) XMLTree::MarkIndexDirty(document_);
+}
+
+std::string_view XMLBuilder::OpenName() const {
+  if (!packs_) return nodes_.back()->GetName().view();
+  return pack_->NameText(pack_->At(places_.back()).name);
+}
+
+void XMLBuilder::StartElement(std::string_view name, std::uint32_t line) {
+  const std::uint32_t number = pack_->NumberOf(name);
+  if (packs_) {
+    places_.push_back(pack_->Begin(OxXMLNode::kElementNode, line, number));
+  } else {
+    nodes_.push_back(document_.CreateElementNode(pack_->Name(number)));
+    nodes_.back()->SetLine(line);
+  }
+}
+
+void XMLBuilder::StartAttribute(std::string_view name, std::uint32_t line) {
+  attributeName_ = pack_->NumberOf(name);
+  attributeLine_ = line;
+}
+
+void XMLBuilder::EndAttribute(std::string_view value) {
+  if (packs_) return pack_->Add(OxXMLNode::kAttributeNode, attributeLine_, attributeName_, value);
+  const auto attribute =
+      document_.CreateAttrNode(pack_->Name(attributeName_), OxString::from_valid(value));
+  attribute->SetLine(attributeLine_);
+  nodes_.back()->SetAttributeNode(attribute);
+}
+
+void XMLBuilder::EndElement() {
+  NodePtr element;
+  if (packs_) {
+    const XMLPack::Place place = places_.back();
+    places_.pop_back();
+    pack_->End(place);
+    if (!places_.empty()) return;
+    element = OxXMLElementNode::Unpack(pack_, place, &document_);
+  } else {
+    element = std::move(nodes_.back());
+    nodes_.pop_back();
+  }
+  Parent().AppendChild(element);
+}
+
+void XMLBuilder::Add(OxXMLNode::NodeType kind, std::string_view name, std::string_view text,
+                     std::uint32_t line) {
+  const std::uint32_t number = pack_->NumberOf(name);
+  if (!places_.empty()) return pack_->Add(kind, line, number, text);
+  OxString value = OxString::from_valid(text);
+  switch (kind) {
+    case OxXMLNode::kTextNode:
+      return Append(document_.CreateTextNode(std::move(value)), line);
+    case OxXMLNode::kCDATANode:
+      return Append(document_.CreateCDATANode(std::move(value)), line);
+    case OxXMLNode::kCommentNode:
+      return Append(document_.CreateCommentNode(std::move(value)), line);
+    default:
+      return Append(document_.CreatePINode(pack_->Name(number), std::move(value)), line);
+  }
+}
+
+void XMLBuilder::Append(const NodePtr& node, std::uint32_t line) {
+  node->SetLine(line);
+  Parent().AppendChild(node);
+}
+
+// Where nodes are made at once, the innermost open element.
+OxXMLNode& XMLBuilder::Parent() const {
+  if (nodes_.empty()) return document_;
+  return *nodes_.back();
+}
