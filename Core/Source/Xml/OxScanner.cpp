@@ -197,6 +197,10 @@ bool OxScanner::GetNextChar(std::uint32_t& out) {
 bool OxScanner::MatchBytes(const char* bytes, std::size_t count) {
   if (count == 0) return true;
   if ((*at_ == 0 && !NextSegment()) || *at_ != *bytes) return false;
+  // Most of the time a difference, or the end of what is wanted, comes before that of the segment.
+  std::size_t same = 1;
+  while (same < count && at_[same] == bytes[same] && at_[same] != 0) ++same;
+  if (same < count && at_[same] != 0) return false;
   const Pos start = GetPos();
   for (std::size_t i = 0; i < count; ++i) {
     if ((*at_ == 0 && !NextSegment()) || *at_ != bytes[i]) {

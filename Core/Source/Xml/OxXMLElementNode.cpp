@@ -43,39 +43,43 @@ OxXMLElementNode::~OxXMLElementNode() {
 
 // ---- Unpacking
 
-NodePtr OxXMLElementNode::Unpack(const Hux::SmartPtr<XMLPack>& pack, XMLPack::Place place,
+NodePtr OxXMLElementNode::Unpack(const Hux::SmartPtr<XMLPack>& pack, const XMLPack::Record& record,
                                  OxXMLDoc* document) {
-  const XMLPack::Record record = pack->At(place);
   NodePtr node;
   if (record.kind == kElementNode) {
     const Hux::SmartPtr<OxXMLElementNode> element = Make(pack->Name(record.name));
-    element->SetInside(pack, place);
+    element->SetInside(pack, record);
     node = element;
   } else {
-    node = MakeNode(*pack, record, OxString::from_valid(pack->Text(place)));
+    node = MakeNode(*pack, record, OxString::from_valid(pack->Text(record)));
   }
   SetDocument(*node, document);
   node->SetLine(record.line);
   return node;
 }
 
-void OxXMLElementNode::SetInside(const Hux::SmartPtr<XMLPack>& pack, XMLPack::Place place) {
-  childrenEnd_ = pack->Behind(place);
-  attributesAt_ = XMLPack::Inside(place);
-  attributesEnd_ = attributesAt_;
-  while (attributesEnd_ < childrenEnd_ && pack->At(attributesEnd_).kind == kAttributeNode) {
-    attributesEnd_ = pack->Behind(attributesEnd_);
+void OxXMLElementNode::SetInside(const Hux::SmartPtr<XMLPack>& pack, const XMLPack::Record& record) {
+  if (record.begin == record.end) return;
+  pack_ = pack;
+  packedLine_ = record.line;
+  childrenEnd_ = record.end;
+  attributesAt_ = record.begin;
+  attributesEnd_ = record.begin;
+  while (attributesEnd_ < childrenEnd_) {
+    const XMLPack::Record inside = pack->Read(attributesEnd_, 0);
+    if (inside.kind != kAttributeNode) break;
+    attributesEnd_ = inside.end;
   }
   childrenAt_ = attributesEnd_;
-  if (attributesAt_ < childrenEnd_) pack_ = pack;
 }
 
 // The node of the record at `place`, which moves on when the node is there.
 template <typename Set>
 void OxXMLElementNode::MakeUpTo(XMLPack::Place& place, XMLPack::Place end, Set set) {
   while (place < end) {
-    set(Unpack(pack_, place, XMLTree::Document(*this)));
-    place = pack_->Behind(place);
+    const XMLPack::Record record = pack_->Read(place, packedLine_);
+    set(Unpack(pack_, record, XMLTree::Document(*this)));
+    place = record.end;
   }
   if (attributesAt_ == attributesEnd_ && childrenAt_ == childrenEnd_) pack_ = nullptr;
 }

@@ -12,8 +12,8 @@ class OxXMLElementNode : public OxXMLNode {
   static Hux::SmartPtr<OxXMLElementNode> Make(const OxXMLName& name);
   /// The node of a record in `pack`, of whatever kind, without a parent; an element makes the nodes inside when
   /// somebody asks. `document` may be null.
-  static Hux::SmartPtr<OxXMLNode> Unpack(const Hux::SmartPtr<XMLPack>& pack, XMLPack::Place place,
-                                         OxXMLDoc* document);
+  static Hux::SmartPtr<OxXMLNode> Unpack(const Hux::SmartPtr<XMLPack>& pack,
+                                         const XMLPack::Record& record, OxXMLDoc* document);
   ~OxXMLElementNode() override;
 
   NodeType GetNodeType() const override { return kElementNode; }
@@ -33,7 +33,7 @@ class OxXMLElementNode : public OxXMLNode {
   explicit OxXMLElementNode(const OxXMLName& name) : name_(name) {}
 
  private:
-  void SetInside(const Hux::SmartPtr<XMLPack>& pack, XMLPack::Place place);
+  void SetInside(const Hux::SmartPtr<XMLPack>& pack, const XMLPack::Record& record);
   ChildLinks* Children() override { return &children_; }
   void MakeChildren() override;
   void MakeAttributes() override;
@@ -47,6 +47,7 @@ class OxXMLElementNode : public OxXMLNode {
   XMLLazyText value_;
   // What is not made yet; null when there is nothing.
   Hux::SmartPtr<XMLPack> pack_;
+  std::uint32_t packedLine_ = 0;  // From which the lines of what is inside count.
   XMLPack::Place attributesAt_ = 0;
   XMLPack::Place attributesEnd_ = 0;
   XMLPack::Place childrenAt_ = 0;

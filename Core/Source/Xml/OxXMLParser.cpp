@@ -41,7 +41,7 @@ OxXMLError OxXMLParser::Parse(const OxString& text, Hux::SmartPtr<OxXMLDoc> doc)
   scanner_.SetData(text, 1);
   budget_ = XMLExpansionBudget(text.size());
   declarations_.Begin(text.size());
-  OxXMLError result = ParseCatching();
+  OxXMLError result = ParseCatching(text.size());
   builder_.reset();
   expansion_.Reset();
   scanner_.SetData(kNothing, 0);
@@ -49,10 +49,10 @@ OxXMLError OxXMLParser::Parse(const OxString& text, Hux::SmartPtr<OxXMLDoc> doc)
   return result;
 }
 
-OxXMLError OxXMLParser::ParseCatching() {
+OxXMLError OxXMLParser::ParseCatching(std::size_t textBytes) {
   try {
     if (doc_) {
-      builder_.emplace(*doc_);
+      builder_.emplace(*doc_, textBytes);
       ParseDocument();
       return {OxXMLError::kNoError, 0};
     }

@@ -59,7 +59,7 @@ class OxXMLParser {
   OxString NormalizeEntityValue(const OxString& value, int line, bool internalSubset);
 
  private:
-  OxXMLError ParseCatching();
+  OxXMLError ParseCatching(std::size_t textBytes);
   void ParseDocument();
   void ParseTopLevelItem();
   void ParseDOCTYPE(std::uint32_t line);

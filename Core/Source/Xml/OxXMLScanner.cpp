@@ -74,7 +74,8 @@ std::string_view OxXMLScanner::TakeCharacter(std::uint32_t& codePoint) {
   return {begin, bytes};
 }
 
-std::string_view OxXMLScanner::TakeName(std::string& spill) {
+// Nothing, or a name that ends with its segment or has more than ASCII.
+std::string_view OxXMLScanner::TakeRareName(std::string& spill) {
   if (!IsByte(PeekByte(), XMLCharacters::kNameStartByte)) return {};
   return TakeNameCharacters(spill);
 }

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "Xml/OxScanner.h"
 #include "Xml/OxXMLError.h"
@@ -54,17 +55,28 @@ class OxXMLScanner : public OxScanner {
   }
   /// Takes white space, as much as there is.
   void SkipWhitespace() {
-    for (;;) {
-      while (XMLCharacters::IsByte(*at_, XMLCharacters::kSpaceByte)) TakeByte();
-      if (*at_ != 0 || !NextSegment()) return;
+    while (XMLCharacters::IsByte(*at_, XMLCharacters::kSpaceByte) || (*at_ == 0 && NextSegment())) {
+      const char* at = at_;
+      std::uint32_t feeds = 0;
+      for (; XMLCharacters::IsByte(*at, XMLCharacters::kSpaceByte); ++at) feeds += *at == '\n' ? 1U : 0U;
+      line_ += feeds * lineStep_;
+      at_ = at;
+      if (*at != 0) return;
     }
   }
   /// Takes the bytes up to the first of `stops` (of XMLCharacters::ByteClass) or to the end of the
   /// segment, where PeekByte() goes on.
   std::string_view TakeRun(unsigned stops) {
     const char* begin = at_;
-    for (stops |= XMLCharacters::kEndByte; !XMLCharacters::IsByte(*at_, stops);) TakeByte();
-    return {begin, static_cast<std::size_t>(at_ - begin)};
+    const char* at = begin;
+    for (stops |= XMLCharacters::kEndByte;;) {
+      while (!XMLCharacters::IsByte(*at, stops | XMLCharacters::kFeedByte)) ++at;
+      if (*at != '\n' || XMLCharacters::IsByte('\n', stops)) break;
+      line_ += lineStep_;
+      ++at;
+    }
+    at_ = at;
+    return {begin, static_cast<std::size_t>(at - begin)};
   }
   /// Takes the byte at the position, which is there.
   void TakeByte() {
@@ -75,7 +87,15 @@ class OxXMLScanner : public OxScanner {
   std::string_view TakeCharacter(std::uint32_t& codePoint);
   /// Takes a name, or nothing and gives an empty view. `spill` holds a name that ends with its segment, which
   /// is gone then: such a view lasts until `spill` changes.
-  std::string_view TakeName(std::string& spill);
+  std::string_view TakeName(std::string& spill) {
+    const char* at = at_;
+    if (!XMLCharacters::IsByte(*at, XMLCharacters::kNameStartByte)) return TakeRareName(spill);
+    do ++at;
+    while (XMLCharacters::IsByte(*at, XMLCharacters::kNameByte));
+    if (*at == 0 || *at == '\xC2') return TakeRareName(spill);
+    const char* begin = std::exchange(at_, at);
+    return {begin, static_cast<std::size_t>(at - begin)};
+  }
   /// Takes a reference and gives the name in it, or nothing and an empty view.
   std::string_view TakeEntityRef(std::string& spill) { return TakeReference('&', spill); }
   /// Likewise with "%".
@@ -93,6 +113,7 @@ class OxXMLScanner : public OxScanner {
   bool MatchCommentOpener(bool strict);
 
  private:
+  std::string_view TakeRareName(std::string& spill);
   std::string_view TakeNameRun();
   std::string_view TakeNameCharacters(std::string& spill);
   std::string_view TakeReference(char opener, std::string& spill);

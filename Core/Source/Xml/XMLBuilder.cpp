@@ -7,26 +7,25 @@
 
 using NodePtr = Hux::SmartPtr<OxXMLNode>;
 
-XMLBuilder::XMLBuilder(OxXMLDoc& document)
+XMLBuilder::XMLBuilder(OxXMLDoc& document, std::size_t textBytes)
     : document_(document),
       packs_(typeid(document) == typeid(OxXMLDoc)),
-      pack_(Hux::SmartPtr<XMLPack>::Adopt(new XMLPack())) {}
+      pack_(Hux::SmartPtr<XMLPack>::Adopt(new XMLPack(textBytes))) {}
 
 // An attribute or a child counts as a change also where its element never arrives.
 XMLBuilder::~XMLBuilder() {
-  const std::size_t untouched = places_.size() * XMLPack::Inside(0);
-  if (pack_->Size() > untouched) XMLTree::MarkIndexDirty(document_);
+  if (hasChanged_) XMLTree::MarkIndexDirty(document_);
 }
 
 std::string_view XMLBuilder::OpenName() const {
-  if (!packs_) return nodes_.back()->GetName().view();
-  return pack_->NameText(pack_->At(places_.back()).name);
+  return packs_ ? pack_->NameText(open_.back().name) : nodes_.back()->GetName().view();
 }
 
 void XMLBuilder::StartElement(std::string_view name, std::uint32_t line) {
   const std::uint32_t number = pack_->NumberOf(name);
   if (packs_) {
-    places_.push_back(pack_->Begin(OxXMLNode::kElementNode, line, number));
+    const std::uint32_t above = open_.empty() ? 0 : open_.back().line;
+    open_.push_back({pack_->Begin(line - above, number), line, number});
   } else {
     nodes_.push_back(document_.CreateElementNode(pack_->Name(number)));
     nodes_.back()->SetLine(line);
@@ -39,7 +38,7 @@ void XMLBuilder::StartAttribute(std::string_view name, std::uint32_t line) {
 }
 
 void XMLBuilder::EndAttribute(std::string_view value) {
-  if (packs_) return pack_->Add(OxXMLNode::kAttributeNode, attributeLine_, attributeName_, value);
+  if (packs_) return Pack(OxXMLNode::kAttributeNode, attributeLine_, attributeName_, value);
   const auto attribute =
       document_.CreateAttrNode(pack_->Name(attributeName_), OxString::from_valid(value));
   attribute->SetLine(attributeLine_);
@@ -49,11 +48,14 @@ void XMLBuilder::EndAttribute(std::string_view value) {
 void XMLBuilder::EndElement() {
   NodePtr element;
   if (packs_) {
-    const XMLPack::Place place = places_.back();
-    places_.pop_back();
-    pack_->End(place);
-    if (!places_.empty()) return;
-    element = OxXMLElementNode::Unpack(pack_, place, &document_);
+    const Open ended = open_.back();
+    open_.pop_back();
+    pack_->End(ended.inside);
+    hasChanged_ = true;
+    if (!open_.empty()) return;
+    element = OxXMLElementNode::Unpack(
+        pack_, {OxXMLNode::kElementNode, ended.line, ended.name, ended.inside, pack_->Size()},
+        &document_);
   } else {
     element = std::move(nodes_.back());
     nodes_.pop_back();
@@ -61,10 +63,16 @@ void XMLBuilder::EndElement() {
   Parent().AppendChild(element);
 }
 
+void XMLBuilder::Pack(OxXMLNode::NodeType kind, std::uint32_t line, std::uint32_t name,
+                      std::string_view text) {
+  hasChanged_ = true;
+  pack_->Add(kind, line - open_.back().line, name, text);
+}
+
 void XMLBuilder::Add(OxXMLNode::NodeType kind, std::string_view name, std::string_view text,
                      std::uint32_t line) {
-  const std::uint32_t number = pack_->NumberOf(name);
-  if (!places_.empty()) return pack_->Add(kind, line, number, text);
+  const std::uint32_t number = kind == OxXMLNode::kPINode ? pack_->NumberOf(name) : 0;
+  if (!open_.empty()) return Pack(kind, line, number, text);
   OxString value = OxString::from_valid(text);
   switch (kind) {
     case OxXMLNode::kTextNode:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -13,13 +14,13 @@
 /// parent refuses is dropped.
 class XMLBuilder {
  public:
-  /// `document` is borrowed.
-  explicit XMLBuilder(OxXMLDoc& document);
+  /// `document` is borrowed; the text has so many bytes.
+  XMLBuilder(OxXMLDoc& document, std::size_t textBytes);
   XMLBuilder(const XMLBuilder&) = delete;
   XMLBuilder& operator=(const XMLBuilder&) = delete;
   ~XMLBuilder();
 
-  bool HasOpen() const { return !places_.empty() || !nodes_.empty(); }  ///< Whether an element is open.
+  bool HasOpen() const { return !open_.empty() || !nodes_.empty(); }  ///< Whether an element is open.
   std::string_view OpenName() const;  ///< Of the innermost open element, which is there.
 
   void StartElement(std::string_view name, std::uint32_t line);
@@ -34,13 +35,22 @@ class XMLBuilder {
   void Append(const Hux::SmartPtr<OxXMLNode>& node, std::uint32_t line);
 
  private:
+  // An element that is being packed.
+  struct Open {
+    XMLPack::Place inside;
+    std::uint32_t line;
+    std::uint32_t name;
+  };
+
   OxXMLNode& Parent() const;
+  void Pack(OxXMLNode::NodeType kind, std::uint32_t line, std::uint32_t name, std::string_view text);
 
   OxXMLDoc& document_;
   bool packs_;
+  bool hasChanged_ = false;  // Something was packed inside an element.
   Hux::SmartPtr<XMLPack> pack_;
   // The elements whose end tags are still to come, in the one form or the other.
-  std::vector<XMLPack::Place> places_;
+  std::vector<Open> open_;
   std::vector<Hux::SmartPtr<OxXMLElementNode>> nodes_;
   std::uint32_t attributeName_ = 0;  // Of the attribute that was started.
   std::uint32_t attributeLine_ = 0;

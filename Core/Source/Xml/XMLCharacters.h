@@ -96,6 +96,7 @@ enum ByteClass : std::uint32_t {
   kSlashByte = 1 << 13,
   kGreaterByte = 1 << 14,
   kPercentByte = 1 << 15,
+  kFeedByte = 1 << 16,  ///< Begins a line.
 };
 
 /// Every ByteClass of one byte, from 0 to 255.
@@ -120,6 +121,7 @@ constexpr std::uint32_t ClassifyByte(std::uint32_t byte) {
   set(byte == '/', kSlashByte);
   set(byte == '>', kGreaterByte);
   set(byte == '%', kPercentByte);
+  set(byte == '\n', kFeedByte);
   // Controls; surrogates and U+FFFE, U+FFFF; above U+10FFFF; forms longer than a character needs.
   set(ascii && !IsChar(byte), kSuspectByte);
   set(byte == 0xED || byte == 0xEF || byte >= 0xF4, kSuspectByte);

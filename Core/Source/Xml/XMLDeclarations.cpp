@@ -369,7 +369,8 @@ OxString XMLDeclarations::ExpectLiteral(const char* otherwise) {
 OxString XMLDeclarations::ExpectPubID(const char* otherwise) {
   OxString literal = ExpectLiteral(otherwise);
   for (const char byte : literal.view()) {
-    if (!XMLCharacters::IsPubIDChar(static_cast<unsigned char>(byte))) scanner_.Fail(OxXMLError::kInvalidPubID);
+    if (!XMLCharacters::IsPubIDChar(static_cast<unsigned char>(byte)))
+      scanner_.Fail(OxXMLError::kInvalidPubID);
   }
   return literal;
 }

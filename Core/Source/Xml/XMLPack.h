@@ -3,9 +3,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,19 +14,27 @@
 #include "Xml/OxXMLName.h"
 
 /// What a parser found inside the elements of a document, in one piece of memory, for nodes that are made when
-/// somebody asks for them. Records lie in document order: behind an element's own those of its attributes, then
-/// those of its children. Whoever still has to make nodes out of it holds it.
+/// somebody asks for them. Records lie in document order: inside an element those of its attributes and then those
+/// of its children. Whoever still has to make nodes out of it holds it.
+///   Record: a varint with the kind and how many lines behind the element around it; the number of the name, if
+///           the kind has one; the size of what is inside, in four bytes for an element and a varint for a text.
+///   Errors: std::bad_alloc when memory is short, and beyond 4 GiB.
 class XMLPack : public Hux::Retainable {
  public:
-  using Place = std::uint32_t;  ///< Of a record, in words from the front.
+  using Place = std::uint32_t;  ///< In bytes from the front.
 
-  /// The fixed part of a record; the bytes of a text follow it.
+  /// A record as it is read.
   struct Record {
     std::uint32_t kind;  ///< An OxXMLNode::NodeType.
     std::uint32_t line;
-    std::uint32_t name;  ///< By NumberOf(); without a meaning for what has no name of its own.
-    std::uint32_t size;  ///< The bytes of the text; for an element the words of all that is inside.
+    std::uint32_t name;  ///< By NumberOf(); 0 for what has no name of its own.
+    Place begin;         ///< Of the text, or of what is inside an element.
+    Place end;           ///< The next record beside this one is here.
   };
+
+  /// For a text of so many bytes, which is no limit.
+  explicit XMLPack(std::size_t textBytes) : expected_(textBytes) {}
+  ~XMLPack() override;
 
   /// The number of a name; equal names mostly have the same. A place that two names want goes to the later one,
   /// so names cost the same however many a document has.
@@ -36,53 +43,54 @@ class XMLPack : public Hux::Retainable {
     return number < names_.size() && NameText(number) == name ? number : AddName(name);
   }
   std::string_view NameText(std::uint32_t number) const {
-    return std::string_view(nameBytes_).substr(names_[number].begin, names_[number].size);
+    return {nameBytes_.data() + names_[number].begin, names_[number].size};
   }
   /// The name as nodes share it.
   const OxXMLName& Name(std::uint32_t number);
 
-  /// Begins an element, whose inside is what is added up to End().
-  Place Begin(std::uint32_t kind, std::uint32_t line, std::uint32_t name) {
-    const Place place = used_;
-    Put({kind, line, name, 0}, kHeader);
-    return place;
+  /// Begins an element, whose inside is what is added up to End(), which wants the result.
+  Place Begin(std::uint32_t lines, std::uint32_t name) {
+    Reserve(0);
+    PutHead(kElement, lines);
+    PutNumber(name);
+    used_ += kSizeBytes;
+    return used_;
   }
-  void End(Place element) { words_[element + kSize] = used_ - Inside(element); }  ///< Of the innermost element.
-  /// A record with a text. Throws std::bad_alloc beyond 4 GiB of text.
-  void Add(std::uint32_t kind, std::uint32_t line, std::uint32_t name, std::string_view text) {
-    if (text.size() > UINT32_MAX) throw std::bad_alloc();
-    const Place place = used_;
-    Put({kind, line, name, static_cast<std::uint32_t>(text.size())}, kHeader + Words(text.size()));
-    if (!text.empty()) std::memcpy(&words_[place + kHeader], text.data(), text.size());
+  void End(Place inside) {
+    const Place size = used_ - inside;
+    std::memcpy(bytes_ + inside - kSizeBytes, &size, kSizeBytes);
+  }
+  /// A record with a text; `name` counts for kinds that have one. `lines` is how many lines behind the element.
+  void Add(std::uint32_t kind, std::uint32_t lines, std::uint32_t name, std::string_view text) {
+    Reserve(text.size());
+    PutHead(kind, lines);
+    if (HasName(kind)) PutNumber(name);
+    PutNumber(text.size());
+    if (!text.empty()) std::memcpy(bytes_ + used_, text.data(), text.size());
+    used_ += static_cast<Place>(text.size());
   }
 
   Place Size() const { return used_; }  ///< The place behind everything.
-  Record At(Place place) const {
-    Record record{};
-    std::memcpy(&record, &words_[place], sizeof record);
-    return record;
-  }
-  static Place Inside(Place place) { return place + kHeader; }  ///< The first record inside an element.
-  /// Behind a record and all that is inside.
-  Place Behind(Place place) const;
-  std::string_view Text(Place place) const {
-    return {reinterpret_cast<const char*>(&words_[place + kHeader]), words_[place + kSize]};
+  /// The record at a place, inside an element on `line`.
+  Record Read(Place place, std::uint32_t line) const;
+  std::string_view Text(const Record& record) const {
+    return {bytes_ + record.begin, record.end - record.begin};
   }
 
  private:
-  static constexpr std::size_t kHeader = sizeof(Record) / sizeof(std::uint32_t);
-  static constexpr std::size_t kSize = kHeader - 1;  // Where a record's `size` is.
+  static constexpr std::uint32_t kElement = 1;
+  static constexpr unsigned kKindBits = 3;  // The largest kind, 8, is 0 there.
+  static constexpr unsigned kKindMask = (1U << kKindBits) - 1;
+  static constexpr std::size_t kSizeBytes = sizeof(Place);
+  static constexpr std::size_t kLongestHead = 32;
   static constexpr std::size_t kNumbers = 512;
 
   struct NameRange {
     std::uint32_t begin;
     std::uint32_t size;
   };
-  struct FreeWords {
-    void operator()(std::uint32_t* words) const { std::free(words); }
-  };
 
-  static std::size_t Words(std::size_t bytes) { return (bytes + kSize) / sizeof(std::uint32_t); }
+  static bool HasName(std::uint32_t kind) { return kind != 0 && (kind < 3 || kind == kKindMask); }
   static std::size_t PlaceOf(std::string_view name) {
     constexpr std::size_t kFactor = 31;
     if (name.empty()) return 0;
@@ -92,18 +100,26 @@ class XMLPack : public Hux::Retainable {
     }
     return place % kNumbers;
   }
-  void Put(const Record& record, std::size_t words) {
-    if (words > capacity_ - used_) Grow(words);
-    std::memcpy(&words_[used_], &record, sizeof record);
-    used_ += static_cast<Place>(words);
+  void Reserve(std::size_t textBytes) {
+    if (textBytes + kLongestHead > capacity_ - used_) Grow(textBytes + kLongestHead);
   }
-  void Grow(std::size_t words);
+  void PutHead(std::uint32_t kind, std::uint32_t lines) {
+    PutNumber((std::uint64_t{lines} << kKindBits) | (kind & kKindMask));
+  }
+  void PutNumber(std::uint64_t number) {
+    constexpr unsigned kBits = 7;
+    constexpr unsigned kMore = 1U << kBits;
+    for (; number >= kMore; number >>= kBits) bytes_[used_++] = static_cast<char>(number | kMore);
+    bytes_[used_++] = static_cast<char>(number);
+  }
+  std::uint64_t GetNumber(Place& place) const;
+  void Grow(std::size_t bytes);
   std::uint32_t AddName(std::string_view name);
 
-  // The C allocator's memory: a large piece grows without being copied, and goes back to the system.
-  std::unique_ptr<std::uint32_t[], FreeWords> words_;
+  char* bytes_ = nullptr;
   Place used_ = 0;
-  Place capacity_ = 0;
+  std::size_t capacity_ = 0;
+  std::size_t expected_;
   std::string nameBytes_;
   std::vector<NameRange> names_;
   std::vector<std::optional<OxXMLName>> made_;  // By number, as far as they were asked for.
