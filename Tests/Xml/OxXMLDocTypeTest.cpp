@@ -238,6 +238,10 @@ TEST(OxXMLDocType, EntityValuesOutsideAnInternalSubset) {
   OxXMLParser parser;
   ASSERT_EQ(parser.Parse(text, OxXMLDoc::Make()).GetError(), OxXMLError::kNoError);
   EXPECT_EQ(Text(parser.NormalizeEntityValue("a%p;&e;&#65;\r\n% %1;&", 3, false)), "ax() &e;A % %1;&");
+  // What an entity ends with joins nothing behind it.
+  const OxString ends("<!DOCTYPE a [<!ENTITY % p '&#38;#6'><!ENTITY % cr '&#13;'>]>");
+  ASSERT_EQ(parser.Parse(ends, OxXMLDoc::Make()).GetError(), OxXMLError::kNoError);
+  EXPECT_EQ(Text(parser.NormalizeEntityValue("%p;5;%cr;\n%p;", 3, false)), "&#65;  &#6");
   try {
     parser.NormalizeEntityValue("%nobody;", 3, false);
     FAIL();

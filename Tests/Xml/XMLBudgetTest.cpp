@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <new>
 #include <string>
 
@@ -75,6 +76,41 @@ TEST(XMLBudget, AMillionAttributes) {
   }
   EXPECT_EQ(doc->GetRoot()->GetAttribute("a5"), OxString("2"));
   WalkEverything(doc, 1);
+}
+
+// By index in turn, and from both ends: each change must not send the next look-up back to the front.
+TEST(XMLBudget, ManyAttributesByIndex) {
+  const auto doc = OxXMLDoc::Make();
+  const auto element = doc->CreateElementNode("e");
+  for (std::size_t i = 0; i < kMany / 10; ++i) element->SetAttribute(OxString(std::to_string(i)), "1");
+  OxXMLNamedNodeMap& map = element->GetAttributes();
+  for (std::size_t i = 0; i < map.Length(); ++i) {
+    const OxString name = map.Item(i)->GetName();
+    ASSERT_TRUE(map.SetNamedItem(doc->CreateAttrNode(name, "2")));
+    ASSERT_TRUE(map.Item(i)->GetName() == name);
+  }
+  for (std::size_t left = map.Length(), at = left / 2; left > 0; --left, at = std::min(at, left - 1)) {
+    const auto item = map.Item(at);
+    ASSERT_TRUE(item->GetValue() == "2");
+    ASSERT_TRUE(map.RemoveItem(item));
+    if (left == 2) break;
+  }
+  EXPECT_EQ(map.Length(), 1U);
+}
+
+// Neither may cost the whole depth, or the whole subtree, each time.
+TEST(XMLBudget, FilledElementsAtDepth) {
+  const auto doc = OxXMLDoc::Make();
+  Hux::SmartPtr<OxXMLNode> deepest = doc->CreateElementNode("r");
+  const auto top = deepest;
+  for (std::size_t i = 0; i < kMany / 5; ++i) {
+    const auto filled = doc->CreateElementNode("a");
+    filled->AppendChild(doc->CreateElementNode("b"));
+    ASSERT_EQ(deepest->AppendChild(filled), 0);
+    deepest = filled;
+  }
+  EXPECT_EQ(deepest->AppendChild(top), 3);
+  EXPECT_EQ(deepest->GetParent()->GetParent()->AppendChild(deepest), 0);
 }
 
 TEST(XMLBudget, LongTokens) {

@@ -9,6 +9,7 @@ class SmartPtr;
 
 /// Base of the objects that several owners share. The count lives in the object and starts at 1: that
 /// reference is the creator's, who hands it to a SmartPtr without adding another.
+///   Threads: one for each object and what it shares; the count is not atomic.
 ///   Dying:   a destructor may make references to its own object; none of them may outlive it, and none
 ///            destroys it again.
 ///   Threads: one; the count is not atomic.

@@ -77,20 +77,20 @@ void OxXMLAttrNode::SetUnparsedValue(const OxString& value) {
 
 OxString OxXMLAttrNode::GetValue() const {
   XMLExpansionBudget budget(0);
-  return Resolved(budget);
+  return Resolve(JoinedText(), XMLTree::Document(*this), budget);
 }
 
 OxString OxXMLAttrNode::ValueOf(const OxXMLNode& attribute, XMLExpansionBudget& budget) {
   if (typeid(attribute) != typeid(OxXMLAttrNode)) return attribute.GetValue();
-  return static_cast<const OxXMLAttrNode&>(attribute).Resolved(budget);
+  const auto& plain = static_cast<const OxXMLAttrNode&>(attribute);
+  return Resolve(plain.JoinedText(), XMLTree::Document(plain), budget);
 }
 
-OxString OxXMLAttrNode::Resolved(XMLExpansionBudget& budget) const {
-  OxString text = JoinedText();
+OxString OxXMLAttrNode::Resolve(const OxString& text, const OxXMLDoc* document,
+                                XMLExpansionBudget& budget) {
   std::string_view left = text.view();
   std::size_t found = left.find('&');
   if (found == std::string_view::npos) return text;
-  const OxXMLDoc* document = XMLTree::Document(*this);
   const OxXMLDocTypeNode* docType = document == nullptr ? nullptr : document->GetDocType().get();
   budget.AddText(text.size());
   OxString value;

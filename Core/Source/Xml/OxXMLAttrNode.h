@@ -38,6 +38,8 @@ class OxXMLAttrNode : public OxXMLNode {
   /// The value of an attribute for an operation that reads many of them and has one budget for all. An
   /// attribute of a derived class is asked by GetValue(), and has its own.
   static OxString ValueOf(const OxXMLNode& attribute, XMLExpansionBudget& budget);
+  /// `text` with its references replaced, as GetValue() does it; `document` may be null.
+  static OxString Resolve(const OxString& text, const OxXMLDoc* document, XMLExpansionBudget& budget);
 
   /// The node that has this attribute, or null.
   Hux::SmartPtr<OxXMLNode> GetOwner() const;
@@ -52,7 +54,6 @@ class OxXMLAttrNode : public OxXMLNode {
   const OxString& ValueText() const override { return text_; }
   OxString& EditValueText() override { return text_; }
   OxString JoinedText() const;
-  OxString Resolved(XMLExpansionBudget& budget) const;
   void ReplaceText(const OxString& value);
 
   OxXMLName name_;

@@ -9,7 +9,7 @@ Hux::SmartPtr<OxXMLCDATANode> OxXMLCDATANode::Make(OxString text) {
 }
 
 const OxString& OxXMLCDATANode::GetName() const {
-  static const OxString kName("#cdata-section");
+  static const OxString kName = FixedName("#cdata-section");
   return kName;
 }
 

@@ -9,7 +9,7 @@ Hux::SmartPtr<OxXMLCommentNode> OxXMLCommentNode::Make(OxString text) {
 }
 
 const OxString& OxXMLCommentNode::GetName() const {
-  static const OxString kName("#comment");
+  static const OxString kName = FixedName("#comment");
   return kName;
 }
 

@@ -30,7 +30,7 @@ OxXMLDoc::~OxXMLDoc() {
 }
 
 const OxString& OxXMLDoc::GetName() const {
-  static const OxString kName("#document");
+  static const OxString kName = FixedName("#document");
   return kName;
 }
 

@@ -89,6 +89,18 @@ void OxXMLElementNode::MakeAttributes() {
            [this](const NodePtr& node) { OwnAttributes().SetNamedItem(node); });
 }
 
+// A long list is not gone through each time. The last of one name counts.
+bool OxXMLElementNode::FindPacked(std::string_view name, std::optional<std::string_view>& text) const {
+  constexpr XMLPack::Place kLong = 2048;
+  if (attributesAt_ == attributesEnd_ || attributesEnd_ - attributesAt_ > kLong) return false;
+  for (XMLPack::Place place = attributesAt_; place < attributesEnd_;) {
+    const XMLPack::Record record = pack_->Read(place, 0);
+    if (pack_->NameText(record.name) == name) text = pack_->Text(record);
+    place = record.end;
+  }
+  return true;
+}
+
 void OxXMLElementNode::MakeChildren() {
   MakeUpTo(childrenAt_, childrenEnd_, [this](const NodePtr& node) { Link(node, nullptr); });
 }
@@ -111,10 +123,15 @@ bool OxXMLElementNode::AllowChild(const NodePtr& node) const {
     default:
       return false;
   }
-  if (!node->HasChildNodes()) return true;
+  // Up from here and down from there in step, so that it costs the shorter way of the two.
   const OxXMLNode* ancestor = XMLTree::Parent(*this);
-  while (ancestor != nullptr && ancestor != node.get()) ancestor = XMLTree::Parent(*ancestor);
-  return ancestor == nullptr;
+  const OxXMLNode* below = XMLTree::FirstMade(*node);
+  while (ancestor != nullptr && below != nullptr) {
+    if (ancestor == node.get()) return false;
+    ancestor = XMLTree::Parent(*ancestor);
+    below = XMLTree::NextMade(*below, *node);
+  }
+  return true;
 }
 
 NodePtr OxXMLElementNode::CloneSelf() const {

@@ -37,6 +37,7 @@ class OxXMLElementNode : public OxXMLNode {
   ChildLinks* Children() override { return &children_; }
   void MakeChildren() override;
   void MakeAttributes() override;
+  bool FindPacked(std::string_view name, std::optional<std::string_view>& text) const override;
   template <typename Set>
   void MakeUpTo(XMLPack::Place& place, XMLPack::Place end, Set set);
   const OxString& ValueText() const override { return value_.Get(); }

@@ -149,13 +149,30 @@ void OxXMLNamedNodeMap::InsertSmall(const NodePtr& node) {
 // One search, which is what an insertion among very many costs.
 void OxXMLNamedNodeMap::InsertLarge(const NodePtr& node) {
   const auto [place, inserted] = large_->tree.try_emplace(node->GetName().view(), node);
-  if (inserted) return;
-  LetGo(*place->second);
-  const auto after = std::next(place);
-  auto entry = large_->tree.extract(place);
-  entry.key() = node->GetName().view();
-  entry.mapped() = node;
-  large_->tree.insert(after, std::move(entry));
+  if (!inserted) {
+    LetGo(*place->second);
+    large_->Leaving(place);
+    const auto after = std::next(place);
+    auto entry = large_->tree.extract(place);
+    entry.key() = node->GetName().view();
+    entry.mapped() = node;
+    large_->Came(large_->tree.insert(after, std::move(entry)));
+  } else {
+    large_->Came(place);
+  }
+}
+
+void OxXMLNamedNodeMap::Large::Leaving(Tree::const_iterator entry) {
+  if (!cursorValid) return;
+  if (entry == cursor) {
+    ++cursor;
+  } else if (cursor == tree.end() || NameLess()(entry->first, cursor->first)) {
+    --cursorIndex;
+  }
+}
+
+void OxXMLNamedNodeMap::Large::Came(Tree::const_iterator entry) {
+  if (cursorValid && (cursor == tree.end() || NameLess()(entry->first, cursor->first))) ++cursorIndex;
 }
 
 void OxXMLNamedNodeMap::BecomeLarge() {
@@ -167,7 +184,6 @@ void OxXMLNamedNodeMap::BecomeLarge() {
 }
 
 void OxXMLNamedNodeMap::Changed() const {
-  if (large_ != nullptr) large_->cursorValid = false;
   if (owner_ != nullptr) XMLTree::MarkIndexDirty(*owner_);
 }
 
@@ -175,7 +191,9 @@ NodePtr OxXMLNamedNodeMap::RemoveNamedItem(const OxString& name) {
   NodePtr node = GetNamedItem(name);
   if (!node) return node;
   if (large_ != nullptr) {
-    large_->tree.erase(node->GetName().view());
+    const auto entry = large_->tree.find(node->GetName().view());
+    large_->Leaving(entry);
+    large_->tree.erase(entry);
   } else {
     small_.erase(LowerBound(node->GetName().view()));
   }

@@ -17,7 +17,9 @@
 ///          belongs to one node at a time and leaves another when it is set here.
 ///   Copy:  a copy, like a map made by itself, belongs to no node and shares the attributes. Assigning to a
 ///          node's own map replaces its content by clones.
-///   Cost:  logarithmic in the number of attributes; going through Item() in order is linear.
+///   Cost:  logarithmic in the number of attributes. Item() steps from where it was last, or from either end, which
+///          changes do not move: going through in order, changing on the way, is linear, and above 32 attributes a
+///          place far from all three costs as many steps as it is away.
 class OxXMLNamedNodeMap {
  public:
   OxXMLNamedNodeMap() = default;  ///< Empty, of no node.
@@ -69,6 +71,9 @@ class OxXMLNamedNodeMap {
     bool cursorValid = false;
 
     Tree::const_iterator Seek(std::size_t index);
+    // The cursor stays at its index or its attribute. Before an entry goes, and when one has come.
+    void Leaving(Tree::const_iterator entry);
+    void Came(Tree::const_iterator entry);
   };
 
   explicit OxXMLNamedNodeMap(OxXMLNode* owner) : owner_(owner) {}

@@ -18,6 +18,12 @@ OxXMLNode::~OxXMLNode() {
   ReleaseAttributes();
 }
 
+OxString OxXMLNode::FixedName(const char* name) {
+  OxString fixed(name);
+  fixed.u_str();
+  return fixed;
+}
+
 // ---- Destruction
 
 void OxXMLNode::ReleaseAttributes() {
@@ -287,9 +293,21 @@ Hux::SmartPtr<OxXMLAttrNode> OxXMLNode::GetAttributeNode(const OxString& name) c
 }
 
 bool OxXMLNode::GetAttribute(const OxString& name, OxString& out) const {
+  XMLExpansionBudget budget(0);
+  return ReadAttribute(name, budget, out);
+}
+
+// Reading alone makes no node.
+bool OxXMLNode::ReadAttribute(const OxString& name, XMLExpansionBudget& budget, OxString& out) const {
+  std::optional<std::string_view> packed;
+  if (FindPacked(name.view(), packed)) {
+    const OxString text = OxString::from_valid(packed.value_or(std::string_view()));
+    out = OxXMLAttrNode::Resolve(text, document_, budget);
+    return packed.has_value();
+  }
   const OxXMLNamedNodeMap* attributes = Attributes();
   const NodePtr attribute = attributes == nullptr ? nullptr : attributes->GetNamedItem(name);
-  out = attribute ? attribute->GetValue() : OxString();
+  out = attribute ? OxXMLAttrNode::ValueOf(*attribute, budget) : OxString();
   return attribute.get() != nullptr;
 }
 
@@ -313,12 +331,11 @@ void OxXMLNode::GetElementsByTagName(const OxString& name, OxXMLNodeList& list) 
 NodePtr OxXMLNode::GetElementByID(const OxString& id) const {
   XMLExpansionBudget budget(0);
   const OxString kID("id");
+  OxString value;
   auto* node = const_cast<OxXMLNode*>(this);
   for (; node != nullptr; node = XMLTree::NextBelow(*node, *this)) {
     if (node->GetNodeType() != kElementNode) continue;
-    const OxXMLNamedNodeMap* attributes = node->Attributes();
-    const NodePtr attribute = attributes == nullptr ? nullptr : attributes->GetNamedItem(kID);
-    if (attribute && OxXMLAttrNode::ValueOf(*attribute, budget) == id) return Hux::make_ref(node);
+    if (node->ReadAttribute(kID, budget, value) && value == id) return Hux::make_ref(node);
   }
   return nullptr;
 }

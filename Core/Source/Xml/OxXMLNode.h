@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string_view>
 
 #include "Foundation/OxString.h"
 #include "Foundation/Retainable.h"
@@ -14,6 +16,7 @@ class OxXMLDoc;
 class OxXMLNamedNodeMap;
 class OxXMLNode;
 class OxXMLNodeList;
+class XMLExpansionBudget;
 
 /// A node of a document: base of all kinds of nodes.
 ///   Owns:    its children and its attributes. Parent and document are plain back links. A node without
@@ -21,7 +24,10 @@ class OxXMLNodeList;
 ///   Results: operations on the tree return an OxXMLResult and leave the tree unchanged unless it is
 ///            kOxXMLSuccess. A null child gives kOxXMLHierarchyNotAllowed.
 ///   Depth:   no operation recurses; trees may be as deep as memory allows.
-///   Threads: one, for all documents together: the nodes' memory comes from one pool.
+///   Threads: one for each document and what belongs to it; documents know nothing of each other. Nodes
+///            without a document belong to the thread that uses them.
+///   Memory:  nodes that a parser read are made when somebody asks for them, so that asking, too, may throw
+///            std::bad_alloc; what was made stays.
 class OxXMLNode : public Hux::Retainable {
  public:
   /// The numbers of the W3C's DOM Level 1.
@@ -143,6 +149,8 @@ class OxXMLNode : public Hux::Retainable {
   };
 
   OxXMLNode();
+  /// A name for all nodes of a class, which threads may share: it has its UTF-16 form already.
+  static OxString FixedName(const char* name);
   /// Of the node alone.
   static void SetDocument(OxXMLNode& node, OxXMLDoc* document) { node.document_ = document; }
   /// Becomes a node of the document of `source`, unless it is one already.
@@ -166,6 +174,10 @@ class OxXMLNode : public Hux::Retainable {
   virtual ChildLinks* Children() { return nullptr; }
   virtual void MakeChildren() {}
   virtual void MakeAttributes() {}
+  // Whether attributes are still to be made; `text` is what the one of that name holds, if there is one.
+  virtual bool FindPacked(std::string_view /*name*/, std::optional<std::string_view>& /*text*/) const {
+    return false;
+  }
   // Where a class keeps the value of SetValue().
   virtual const OxString& ValueText() const = 0;
   virtual OxString& EditValueText() = 0;
@@ -173,6 +185,7 @@ class OxXMLNode : public Hux::Retainable {
   ChildLinks* AllChildren() const;
   std::int32_t CheckNewChild(const Hux::SmartPtr<OxXMLNode>& child) const;
   bool DocumentDies() const;
+  bool ReadAttribute(const OxString& name, XMLExpansionBudget& budget, OxString& out) const;
   bool IsParentOf(const OxXMLNode* node) const;
   OxXMLNamedNodeMap* Attributes() const;
   void Move(const Hux::SmartPtr<OxXMLNode>& child, OxXMLNode* before);

@@ -7,7 +7,7 @@ Hux::SmartPtr<OxXMLTextNode> OxXMLTextNode::Make(OxString text) {
 }
 
 const OxString& OxXMLTextNode::GetName() const {
-  static const OxString kName("#text");
+  static const OxString kName = FixedName("#text");
   return kName;
 }
 

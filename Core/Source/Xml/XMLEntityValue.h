@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <unordered_set>
+#include <vector>
 
 #include "Xml/OxXMLDocTypeNode.h"
 #include "Xml/OxXMLScanner.h"
@@ -13,20 +16,28 @@ class XMLEntityValue {
  public:
   /// `docType` may be null.
   XMLEntityValue(const OxXMLDocTypeNode* docType, XMLExpansionBudget& budget, bool internalSubset)
-      : docType_(docType), internalSubset_(internalSubset), expansion_(scanner_, budget) {}
+      : docType_(docType), budget_(budget), internalSubset_(internalSubset) {}
 
   /// Throws OxXMLError with `line`.
   OxString Normalize(const OxString& value, std::uint32_t line);
 
  private:
-  void CollectWhitespace();
-  void CollectCharRef();
-  void CollectParameterEntity(std::uint32_t line);
+  // A text that is being read: the value, or that of a parameter entity.
+  struct Open {
+    const OxString* text = nullptr;
+    OxXMLScanner scanner;
+  };
+
+  void Enter(const OxString& text);
+  void CollectWhitespace(OxXMLScanner& scanner);
+  void CollectCharRef(OxXMLScanner& scanner);
+  void CollectParameterEntity(OxXMLScanner& scanner, std::uint32_t line);
 
   const OxXMLDocTypeNode* docType_;
+  XMLExpansionBudget& budget_;
   bool internalSubset_;
-  OxXMLScanner scanner_;
-  XMLExpansion expansion_;
+  std::vector<std::unique_ptr<Open>> open_;  // The innermost last.
+  std::unordered_set<const OxString*> openTexts_;
   OxString text_;
   std::string spill_;
 };
