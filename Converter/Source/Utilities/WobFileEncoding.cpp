@@ -1,8 +1,10 @@
+#include <atomic>
+
 #include "Utilities/TextDecoding.h"
 
 namespace {
 
-unsigned int g_wobFileEncoding = kWobEncodingUnknown;
+std::atomic<unsigned int> g_wobFileEncoding = kWobEncodingUnknown;
 
 }  // namespace
 

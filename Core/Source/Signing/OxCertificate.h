@@ -12,7 +12,7 @@
 ///            the next Set(), SetPrivateKey() or the end of the object.
 ///   Errors:  only PEM text throws (UnableToSetPEM), and GetSigner() for a name that is no UTF-8; and
 ///            std::bad_alloc.
-///   Threads: one.
+///   Threads: one for each certificate and its copies.
 /// InitialiseCryptoLibrary() comes first; the file signer calls it for its own callers.
 class OxCertificate : public Hux::Retainable {
  public:

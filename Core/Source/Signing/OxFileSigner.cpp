@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <optional>
 #include <span>
@@ -191,10 +192,8 @@ std::int32_t VerifyFile(const OxString& path, OxString& signer, unsigned long& t
 }  // namespace
 
 void OxFileSigner::LazyInit() {
-  static bool isInitialised = false;
-  if (isInitialised) return;
-  InitialiseCryptoLibrary();
-  isInitialised = true;
+  static std::once_flag initialised;
+  std::call_once(initialised, InitialiseCryptoLibrary);
 }
 
 std::int32_t OxFileSigner::Sign(const OxString& path, const OxString& /*ignored*/,

@@ -28,7 +28,7 @@
 ///   Errors:  Open() returns false; writers throw. A block that lies outside the file reads as
 ///            kStatusEndOfFile; in a mapped archive going past its end throws EndOfFile. While the archive
 ///            is closed, what reads gives kStatusNotOpen and what writes throws.
-///   Threads: one. Operations put the position back, also when they throw, but for FindRecord() and what
+///   Threads: one for each archive. Operations put the position back, also when they throw, but for FindRecord() and what
 ///            finds a record by its name, Beginning(), Skip(), ReadBytes(), WriteBytes() and the writers
 ///            of records.
 ///   Damage:  what the file says is checked against the file: lengths before memory is taken, links

@@ -40,6 +40,7 @@ struct Generator {
 };
 
 Generator g_generator;
+std::recursive_mutex g_lock;
 
 void Seed(std::uint32_t seed) {
   g_generator.state = seed == kScrambleSeed ? kOfRecords : seed == 0 ? kWiped : Seeded(seed);
@@ -94,7 +95,7 @@ void XorRest(std::uint32_t word, const unsigned char* in, unsigned char* out, st
 
 }  // namespace
 
-ScrambleStream::ScrambleStream(std::uint32_t seed) {
+ScrambleStream::ScrambleStream(std::uint32_t seed) : lock_(g_lock) {
   Seed(seed);
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 
 #include "Foundation/OxBuffer.h"
 
@@ -9,7 +10,7 @@
 // the same operation scrambles and unscrambles. This hides text from a viewer; it is no encryption.
 // The generator is seeded as its authors published it in 1998: two steps of seed * 69069 + 1 for each
 // word of the state, which std::mt19937 does not do.
-//   State: one for the whole process, so nothing here may run twice at the same time.
+//   State: one for the whole process, behind a lock: two threads take turns.
 
 /// The seed of every record of every archive: part of the format.
 constexpr std::uint32_t kScrambleSeed = 0x5E91A7C3;
@@ -29,7 +30,7 @@ void WobScrambleString(const unsigned char* in, unsigned char*& out, int count);
 
 /// scramble() for bytes that come piece by piece: the pieces give what the whole would.
 ///   Shape: made -> Process()... -> destroyed, which wipes the generator. Since the generator is the
-///          process's own, nothing else may scramble in between.
+///          process's own, other threads that scramble wait in between, and this one may not.
 ///   Every piece but the last must have a multiple of 4 bytes.
 class ScrambleStream {
  public:
@@ -40,4 +41,7 @@ class ScrambleStream {
 
   /// The next piece, of `length` bytes; `out` may be `in`.
   void Process(const void* in, void* out, std::size_t length);
+
+ private:
+  std::unique_lock<std::recursive_mutex> lock_;
 };
