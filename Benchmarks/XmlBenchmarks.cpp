@@ -5,6 +5,8 @@
 #include "Foundation/OxString.h"
 #include "Xml/OxXMLDoc.h"
 #include "Xml/OxXMLError.h"
+#include "Xml/OxXMLNamedNodeMap.h"
+#include "Xml/OxXMLNodeList.h"
 #include "Xml/OxXMLParser.h"
 #include "Xml/OxXMLScanner.h"
 
@@ -59,5 +61,74 @@ void BM_WriteOut(benchmark::State& state) {
   state.SetComplexityN(state.range(0));
 }
 BENCHMARK(BM_WriteOut)->RangeMultiplier(10)->Range(100, 100000)->Complexity(benchmark::oN);
+
+// What a program does with a tree, against the number of nodes: each line must grow as they do.
+
+using Operation = void (*)(OxXMLDoc& doc, OxXMLElementNode& root, std::int64_t nodes);
+
+void Append(OxXMLDoc& doc, OxXMLElementNode& root, std::int64_t nodes) {
+  for (std::int64_t i = 0; i < nodes; ++i) root.AppendChild(doc.CreateTextNode("text"));
+}
+
+void AppendAtDepth(OxXMLDoc& doc, OxXMLElementNode& root, std::int64_t nodes) {
+  Hux::SmartPtr<OxXMLNode> parent = Hux::make_ref<OxXMLNode>(&root);
+  for (std::int64_t i = 0; i < nodes; ++i) {
+    const Hux::SmartPtr<OxXMLNode> filled = doc.CreateElementNode("a");
+    filled->AppendChild(doc.CreateElementNode("b"));
+    parent->AppendChild(filled);
+    parent = filled;
+  }
+}
+
+void InsertAndRemoveInFront(OxXMLDoc& doc, OxXMLElementNode& root, std::int64_t nodes) {
+  root.AppendChild(doc.CreateTextNode("last"));
+  for (std::int64_t i = 0; i < nodes; ++i) {
+    root.InsertChildBefore(doc.CreateElementNode("a"), root.GetFirstChild());
+  }
+  while (root.HasChildNodes()) root.RemoveChild(root.GetFirstChild());
+}
+
+void AttributesByIndex(OxXMLDoc& doc, OxXMLElementNode& root, std::int64_t nodes) {
+  for (std::int64_t i = 0; i < nodes; ++i) root.SetAttribute(OxString(std::to_string(i).c_str()), "1");
+  OxXMLNamedNodeMap& map = root.GetAttributes();
+  for (std::size_t i = 0; i < map.Length(); ++i) {
+    map.SetNamedItem(doc.CreateAttrNode(map.Item(i)->GetName(), "2"));
+  }
+  while (map.Length() > 0) map.RemoveItem(map.Item(map.Length() / 2));
+}
+
+void CloneIndexAndSearch(OxXMLDoc& doc, OxXMLElementNode& root, std::int64_t nodes) {
+  for (std::int64_t i = 0; i < nodes; ++i) root.AppendChild(doc.CreateElementNode("a"));
+  const auto copy = doc.Clone(true);
+  doc.Index();
+  OxXMLNodeList list;
+  copy->GetElementsByTagName("a", list);
+}
+
+void MergeTexts(OxXMLDoc& doc, OxXMLElementNode& root, std::int64_t nodes) {
+  Append(doc, root, nodes);
+  root.Normalize();
+}
+
+void BM_Tree(benchmark::State& state, Operation operation) {
+  for (auto _ : state) {
+    const Hux::SmartPtr<OxXMLDoc> doc = OxXMLDoc::Make();
+    const Hux::SmartPtr<OxXMLElementNode> root = doc->CreateElementNode("root");
+    doc->AppendChild(root);
+    operation(*doc, *root, state.range(0));
+  }
+  state.SetComplexityN(state.range(0));
+}
+#define OX_TREE_BENCHMARK(operation)                  \
+  BENCHMARK_CAPTURE(BM_Tree, operation, &(operation)) \
+      ->RangeMultiplier(10)                           \
+      ->Range(1000, 100000)                           \
+      ->Complexity()
+OX_TREE_BENCHMARK(Append);
+OX_TREE_BENCHMARK(AppendAtDepth);
+OX_TREE_BENCHMARK(InsertAndRemoveInFront);
+OX_TREE_BENCHMARK(AttributesByIndex);
+OX_TREE_BENCHMARK(CloneIndexAndSearch);
+OX_TREE_BENCHMARK(MergeTexts);
 
 }  // namespace
