@@ -98,6 +98,24 @@ TEST(XMLBudget, ManyAttributesByIndex) {
   EXPECT_EQ(map.Length(), 1U);
 }
 
+// From the front, from the end and in the middle, with characters of two bytes.
+TEST(XMLBudget, ATextInPieces) {
+  constexpr std::size_t kPieces = kMany / 2;
+  const auto doc = OxXMLDoc::Make();
+  const auto root = doc->CreateElementNode("r");
+  const auto whole = doc->CreateTextNode(OxString(Repeat("\xC3\xA9x", kPieces).c_str()));
+  root->AppendChild(whole);
+  auto tail = whole->SplitText(kPieces);
+  for (std::size_t left = kPieces; left > 2; left -= 2) tail = tail->SplitText(2);
+  for (std::size_t left = kPieces - 2; left > 0; left -= 2) whole->SplitText(static_cast<long>(left));
+  OxXMLNodeList pieces;
+  root->GetChildren(pieces);
+  ASSERT_EQ(pieces.Length(), kPieces);
+  for (std::size_t i = 0; i < kPieces; ++i) ASSERT_EQ(pieces.Item(i)->GetValue(), OxString("\xC3\xA9x"));
+  root->Normalize();
+  EXPECT_EQ(whole->GetLength(), 2 * kPieces);
+}
+
 // Neither may cost the whole depth, or the whole subtree, each time.
 TEST(XMLBudget, FilledElementsAtDepth) {
   const auto doc = OxXMLDoc::Make();

@@ -12,7 +12,6 @@ class SmartPtr;
 ///   Threads: one for each object and what it shares; the count is not atomic.
 ///   Dying:   a destructor may make references to its own object; none of them may outlive it, and none
 ///            destroys it again.
-///   Threads: one; the count is not atomic.
 class Retainable {
  public:
   Retainable(const Retainable&) = delete;

@@ -1,30 +1,71 @@
 #include "Xml/OxXMLCharDataNode.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Foundation/StringWalk.h"
 
-// The count as far as there is text.
-OxString::Index OxXMLCharDataNode::CheckRange(OxString::Index offset, OxString::Index count) const {
-  const OxString::Index length = data_.length();
-  if (offset < 0 || offset >= length || count < 0) throw OxXMLDOMException(kOxXMLIndexSize);
-  return std::min(count, length - offset);
-}
+namespace {
 
-// Counted in the bytes: the string's own searches for a character stop at a zero.
-std::size_t OxXMLCharDataNode::ByteOf(OxString::Index offset) const {
-  const std::string_view text = data_.view();
-  std::size_t at = 0;
-  for (; at < text.size() && offset > 0; --offset) {
-    do ++at;
-    while (at < text.size() && StringWalk::IsContinuation(text[at]));
+// Where a character of a text of so many begins, from the nearer end. Counted in the bytes: the string's own
+// searches for a character stop at a zero.
+std::size_t ByteOf(std::string_view text, std::uint32_t length, OxString::Index offset) {
+  if (text.size() == length) return static_cast<std::size_t>(offset);
+  const bool front = offset <= length / 2;
+  std::size_t at = front ? 0 : text.size();
+  for (OxString::Index left = front ? offset : length - offset;
+       left > 0 && (front ? at < text.size() : at > 0); --left) {
+    do {
+      front ? ++at : --at;
+    } while (at < text.size() && at > 0 && StringWalk::IsContinuation(text[at]));
   }
   return at;
 }
 
+}  // namespace
+
+const OxString& OxXMLCharDataNode::ValueText() const {
+  if (part_ != nullptr) {
+    data_ = OxString::from_valid(part_->bytes);
+    part_.reset();
+  }
+  return data_;
+}
+
+OxString& OxXMLCharDataNode::EditValueText() {
+  ValueText();
+  return data_;
+}
+
+void OxXMLCharDataNode::SplitOff(OxString::Index offset, OxXMLCharDataNode& tail) {
+  if (part_ == nullptr) {
+    const auto whole = Hux::SmartPtr<Whole>::Adopt(new Whole());
+    part_ = std::make_unique<OfWhole>();
+    part_->length = data_.length();
+    whole->text = std::move(data_);
+    part_->bytes = whole->text.view();
+    part_->whole = whole;
+  }
+  const std::size_t at = ByteOf(part_->bytes, part_->length, offset);
+  tail.part_ = std::make_unique<OfWhole>(*part_);
+  tail.part_->bytes.remove_prefix(at);
+  tail.part_->length -= static_cast<std::uint32_t>(offset);
+  part_->bytes = part_->bytes.substr(0, at);
+  part_->length = static_cast<std::uint32_t>(offset);
+}
+
+// The count as far as there is text.
+OxString::Index OxXMLCharDataNode::CheckRange(OxString::Index offset, OxString::Index count) const {
+  const OxString::Index length = GetLength();
+  if (offset < 0 || offset >= length || count < 0) throw OxXMLDOMException(kOxXMLIndexSize);
+  return std::min(count, length - offset);
+}
+
 OxString OxXMLCharDataNode::Part(OxString::Index offset, OxString::Index count) const {
-  const std::size_t begin = ByteOf(offset);
-  return OxString::from_valid(data_.view().substr(begin, ByteOf(offset + count) - begin));
+  const std::string_view text = data().view();
+  const std::size_t begin = ByteOf(text, data().length(), offset);
+  const std::size_t end = ByteOf(text, data().length(), offset + count);
+  return OxString::from_valid(text.substr(begin, end - begin));
 }
 
 OxString OxXMLCharDataNode::GetSubstring(OxString::Index offset, OxString::Index count) const {
@@ -44,6 +85,6 @@ void OxXMLCharDataNode::ReplaceData(OxString::Index offset, OxString::Index coun
   const OxString::Index behind = offset + CheckRange(offset, count);
   OxString changed = Part(0, offset);
   changed += text;
-  changed += Part(behind, data_.length() - behind);
-  data_ = std::move(changed);
+  changed += Part(behind, GetLength() - behind);
+  EditValueText() = std::move(changed);
 }

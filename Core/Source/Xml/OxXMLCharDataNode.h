@@ -1,6 +1,8 @@
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
 #include <utility>
 
 #include "Xml/OxXMLNode.h"
@@ -11,10 +13,10 @@
 ///           length. Deliberate: so nothing can be inserted at the very end; that is AppendData()'s job.
 class OxXMLCharDataNode : public OxXMLNode {
  public:
-  std::uint32_t GetLength() const { return data_.length(); }  ///< Characters.
+  std::uint32_t GetLength() const { return part_ ? part_->length : data_.length(); }  ///< Characters.
   /// Up to `count` characters from `offset`.
   OxString GetSubstring(OxString::Index offset, OxString::Index count) const;
-  void AppendData(const OxString& text) { data_ += text; }  ///< At the end.
+  void AppendData(const OxString& text) { EditValueText() += text; }  ///< At the end.
   /// Puts `text` in front of the character at `offset`.
   void InsertData(OxString::Index offset, const OxString& text);
   /// Removes up to `count` characters.
@@ -25,15 +27,28 @@ class OxXMLCharDataNode : public OxXMLNode {
  protected:
   /// A node without a document.
   explicit OxXMLCharDataNode(OxString data) : data_(std::move(data)) {}
-  const OxString& data() const { return data_; }  ///< The whole text.
+  const OxString& data() const { return ValueText(); }  ///< The whole text.
+  /// Moves what is behind so many characters into `tail`, which is empty. Both have the old text in common then,
+  /// without a copy, until one is read or changed.
+  void SplitOff(OxString::Index offset, OxXMLCharDataNode& tail);
   /// `count` characters from `offset`, which are there.
   OxString Part(OxString::Index offset, OxString::Index count) const;
 
  private:
-  const OxString& ValueText() const override { return data_; }
-  OxString& EditValueText() override { return data_; }
-  std::size_t ByteOf(OxString::Index offset) const;
+  // A text of which several nodes have a part.
+  struct Whole : Hux::Retainable {
+    OxString text;
+  };
+  struct OfWhole {
+    Hux::SmartPtr<Whole> whole;
+    std::string_view bytes;
+    std::uint32_t length;
+  };
+
+  const OxString& ValueText() const override;
+  OxString& EditValueText() override;
   OxString::Index CheckRange(OxString::Index offset, OxString::Index count) const;
 
-  OxString data_;
+  mutable OxString data_;  // Empty while there is a part.
+  mutable std::unique_ptr<OfWhole> part_;
 };

@@ -1,5 +1,6 @@
 #include "Xml/OxXMLTextNode.h"
 
+#include <typeinfo>
 #include <utility>
 
 Hux::SmartPtr<OxXMLTextNode> OxXMLTextNode::Make(OxString text) {
@@ -23,9 +24,14 @@ OxString OxXMLTextNode::GetAsString(int) const {
 
 Hux::SmartPtr<OxXMLTextNode> OxXMLTextNode::SplitText(OxString::Index offset) {
   if (offset < 0 || offset > GetLength()) throw OxXMLDOMException(kOxXMLIndexSize);
-  Hux::SmartPtr<OxXMLTextNode> tail = Make(Part(offset, GetLength() - offset));
+  Hux::SmartPtr<OxXMLTextNode> tail = Make(OxString());
   tail->JoinDocumentOf(*this);
-  SetValue(Part(0, offset));
+  if (typeid(*this) == typeid(OxXMLTextNode)) {
+    SplitOff(offset, *tail);
+  } else {
+    tail->SetValue(Part(offset, GetLength() - offset));
+    SetValue(Part(0, offset));
+  }
   const Hux::SmartPtr<OxXMLNode> parent = GetParent();
   const Hux::SmartPtr<OxXMLNode> next = GetNextSibling();
   if (parent && next) parent->InsertChildBefore(tail, next);
