@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <optional>
 #include <span>
@@ -192,8 +191,7 @@ std::int32_t VerifyFile(const OxString& path, OxString& signer, unsigned long& t
 }  // namespace
 
 void OxFileSigner::LazyInit() {
-  static std::once_flag initialised;
-  std::call_once(initialised, InitialiseCryptoLibrary);
+  [[maybe_unused]] static const bool isInitialised = (InitialiseCryptoLibrary(), true);
 }
 
 std::int32_t OxFileSigner::Sign(const OxString& path, const OxString& /*ignored*/,

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Foundation/Retainable.h"
+#include "Posix/GrowingMemory.h"
 #include "Xml/OxXMLName.h"
 
 /// What a parser found inside the elements of a document, in one piece of memory, for nodes that are made when
@@ -34,7 +35,6 @@ class XMLPack : public Hux::Retainable {
 
   /// For a text of so many bytes, which is no limit.
   explicit XMLPack(std::size_t textBytes) : expected_(textBytes) {}
-  ~XMLPack() override;
 
   /// The number of a name; equal names mostly have the same. A place that two names want goes to the later one,
   /// so names cost the same however many a document has.
@@ -58,7 +58,7 @@ class XMLPack : public Hux::Retainable {
   }
   void End(Place inside) {
     const Place size = used_ - inside;
-    std::memcpy(bytes_ + inside - kSizeBytes, &size, kSizeBytes);
+    std::memcpy(memory_.data() + inside - kSizeBytes, &size, kSizeBytes);
   }
   /// A record with a text; `name` counts for kinds that have one. `lines` is how many lines behind the element.
   void Add(std::uint32_t kind, std::uint32_t lines, std::uint32_t name, std::string_view text) {
@@ -66,7 +66,7 @@ class XMLPack : public Hux::Retainable {
     PutHead(kind, lines);
     if (HasName(kind)) PutNumber(name);
     PutNumber(text.size());
-    if (!text.empty()) std::memcpy(bytes_ + used_, text.data(), text.size());
+    if (!text.empty()) std::memcpy(memory_.data() + used_, text.data(), text.size());
     used_ += static_cast<Place>(text.size());
   }
 
@@ -74,7 +74,7 @@ class XMLPack : public Hux::Retainable {
   /// The record at a place, inside an element on `line`.
   Record Read(Place place, std::uint32_t line) const;
   std::string_view Text(const Record& record) const {
-    return {bytes_ + record.begin, record.end - record.begin};
+    return {memory_.data() + record.begin, record.end - record.begin};
   }
 
  private:
@@ -101,7 +101,7 @@ class XMLPack : public Hux::Retainable {
     return place % kNumbers;
   }
   void Reserve(std::size_t textBytes) {
-    if (textBytes + kLongestHead > capacity_ - used_) Grow(textBytes + kLongestHead);
+    if (textBytes + kLongestHead > memory_.capacity() - used_) Grow(textBytes + kLongestHead);
   }
   void PutHead(std::uint32_t kind, std::uint32_t lines) {
     PutNumber((std::uint64_t{lines} << kKindBits) | (kind & kKindMask));
@@ -109,16 +109,16 @@ class XMLPack : public Hux::Retainable {
   void PutNumber(std::uint64_t number) {
     constexpr unsigned kBits = 7;
     constexpr unsigned kMore = 1U << kBits;
-    for (; number >= kMore; number >>= kBits) bytes_[used_++] = static_cast<char>(number | kMore);
-    bytes_[used_++] = static_cast<char>(number);
+    for (; number >= kMore; number >>= kBits)
+      memory_.data()[used_++] = static_cast<char>(number | kMore);
+    memory_.data()[used_++] = static_cast<char>(number);
   }
   std::uint64_t GetNumber(Place& place) const;
   void Grow(std::size_t bytes);
   std::uint32_t AddName(std::string_view name);
 
-  char* bytes_ = nullptr;
+  Posix::GrowingMemory memory_;
   Place used_ = 0;
-  std::size_t capacity_ = 0;
   std::size_t expected_;
   std::string nameBytes_;
   std::vector<NameRange> names_;
