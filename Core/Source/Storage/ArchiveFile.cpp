@@ -90,7 +90,8 @@ FileStatus ArchiveFile::ViewAt(std::uint64_t position, std::size_t count,
   bytes = {};
   if (mapping_ != nullptr) {
     const std::uint64_t start = ClampToLength(position);
-    const std::size_t available = std::min<std::uint64_t>(count, mapping_->GetSize() - start);
+    const auto available =
+        static_cast<std::size_t>(std::min<std::uint64_t>(count, mapping_->GetSize() - start));
     bytes = std::as_bytes(std::span(mapping_->GetAddress() + start, available));
     return available == count ? kStatusOk : kStatusEndOfFile;
   }

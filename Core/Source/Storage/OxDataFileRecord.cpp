@@ -54,7 +54,8 @@ CopyResult OxDataFile::Record::CopyByViews(std::uint32_t length, OxFile& target,
   CopyResult result;
   while (result.copied < length && result.readStatus == kStatusOk) {
     const std::uint64_t from = position_ + kRecordHeaderSize + result.copied;
-    const auto wanted = std::min<std::uint64_t>(length - result.copied, ReadWindow::kLargest);
+    const auto wanted =
+        static_cast<std::size_t>(std::min<std::uint64_t>(length - result.copied, ReadWindow::kLargest));
     std::span<const std::byte> bytes;
     result.readStatus = file_->file_.ViewAt(from, wanted, bytes);
     if (scrambler != nullptr) {

@@ -74,7 +74,7 @@ FileStatus OxDataFile::AddRecordFromFile(const OxString& name, OxFile& source) {
   }
   const std::span<std::byte> buffer = copier_.Buffer();
   std::size_t got = 0;
-  status = source.ReadAt(0, buffer.first(length), got);
+  status = source.ReadAt(0, buffer.first(static_cast<std::size_t>(length)), got);
   if (IsProtected()) scramble(kScrambleSeed, buffer.data(), buffer.data(), got);
   WriteData(name, {.length = got, .bytes = buffer.data()}, kDataRecord);
   return status;
@@ -210,7 +210,8 @@ void OxDataFile::WriteBlock(const Payload& payload, Placement& place) {
 
 FileStatus OxDataFile::WriteFromMemory(const Payload& payload, const Placement& place) {
   const auto header = FlatFile::Encode(place.HeaderOnDisk());
-  const Posix::Piece pieces[] = {header, {static_cast<const std::byte*>(payload.bytes), payload.length}};
+  const auto length = static_cast<std::size_t>(payload.length);
+  const Posix::Piece pieces[] = {header, {static_cast<const std::byte*>(payload.bytes), length}};
   return file_.WriteAt(place.writeAt, pieces);
 }
 

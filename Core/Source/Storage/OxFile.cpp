@@ -119,7 +119,7 @@ FileStatus OxFile::GoToEOF() {
 FileStatus OxFile::SetEOF(std::uint64_t length) {
   if (!IsOpen()) return kStatusNotOpen;
   if (IsInGathered(length)) {
-    gathered_.DropBack(length_ - length);
+    gathered_.DropBack(static_cast<std::size_t>(length_ - length));
     length_ = length;
     return kStatusOk;
   }
