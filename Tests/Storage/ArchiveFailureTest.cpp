@@ -168,7 +168,7 @@ TEST(RecordIndexFailure, WhatThrowsLeavesTheIndexAsItWas) {
     for (int i = 0; i < 11; ++i) bytes.append(1, static_cast<char>(2 * i)).append(15, '\0');
     return bytes;
   }();
-  const std::string text("a\0b\0c\0d\0e\0f\0g\0h\0i\0j\0k\0l", 24);
+  const std::string text("a\0b\0c\0d\0e\0f\0g\0h\0i\0j\0k\0l\0", 24);
   const struct {
     const char* name;
     std::function<void(RecordIndex&, NameTable&)> run;
