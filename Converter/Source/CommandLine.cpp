@@ -55,7 +55,9 @@ void RunOptions::ForgetPassPhrase() {
   SecureZeroUnusedStack();
 }
 
-void ParseArguments(std::span<char*> arguments, RunOptions& options) {
+namespace {
+
+void ReadArguments(std::span<char*> arguments, RunOptions& options) {
   char nothing[] = "";
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     char* const argument = arguments[i];
@@ -71,5 +73,27 @@ void ParseArguments(std::span<char*> arguments, RunOptions& options) {
     } else {
       options.input = OxString(argument);
     }
+  }
+}
+
+// Finds the values of "-p" as reading the arguments does, also those that it did not reach.
+void WipePassPhrases(std::span<char*> arguments) {
+  for (std::size_t i = 0; i + 1 < arguments.size(); ++i) {
+    const auto hasWord = [&](const ValueOption& option) { return option.word == arguments[i]; };
+    const auto* const option = std::ranges::find_if(kValueOptions, hasWord);
+    if (option == std::end(kValueOptions)) continue;
+    ++i;
+    if (option->store == TakePassPhrase) SecureZeroMemory(arguments[i], std::strlen(arguments[i]));
+  }
+}
+
+}  // namespace
+
+void ParseArguments(std::span<char*> arguments, RunOptions& options) {
+  try {
+    ReadArguments(arguments, options);
+  } catch (...) {
+    WipePassPhrases(arguments);
+    throw;
   }
 }

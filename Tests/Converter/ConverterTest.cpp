@@ -18,6 +18,12 @@ TEST(Converter, OverwritesThePassPhraseInTheArguments) {
   }
   EXPECT_EQ(texts[2], std::string(6, '\0'));
   EXPECT_EQ(texts[8], std::string(10, '\0'));
+
+  texts = {"Converter", "-cert", "-p", "-o", "no text: \xFF", "-key", "k", "-p", "secret"};
+  for (std::size_t i = 0; i < texts.size(); ++i) arguments[i] = texts[i].data();
+  Capture([&] { EXPECT_EQ(RunConverter(9, arguments.data()), 1); });
+  EXPECT_EQ(texts[8], std::string(6, '\0')) << "behind what was refused";
+  EXPECT_EQ(texts[2], "-p") << "a value";
 }
 
 TEST(Converter, ShowsTheUsageEvenWithoutItsOwnName) {
