@@ -8,6 +8,7 @@
 
 #include "Signing/OxFileSigner.h"
 #include "Signing/SigningFixtures.h"
+#include "Storage/OxFile.h"
 #include "Support/DocumentDump.h"
 #include "Support/FaultyFileOps.h"
 #include "Support/TemporaryFolder.h"
@@ -269,6 +270,53 @@ TEST_F(FileSigner, AFailureAnywhereLeavesTheOldEnd) {
     }
     EXPECT_GT(failures, 3) << "opening, asking, two writes";
   }
+}
+
+// Puts another file into the place of one when that is opened for the `opening`-th time, or first to be written.
+class Swap : public Posix::FileOps {
+ public:
+  Swap(std::string path, std::string other, int opening)
+      : path_(std::move(path)), other_(std::move(other)), opening_(opening) {}
+
+  int Open(const char* path, unsigned flags) override {
+    const bool isWritten = opening_ == 0 && (flags & Posix::kOpenToWrite) != 0;
+    if (path == path_ && (isWritten || ++openings_ == opening_)) std::filesystem::rename(other_, path_);
+    return FileOps::Open(path, flags);
+  }
+
+ private:
+  std::string path_, other_;
+  int opening_, openings_ = 0;
+  Posix::ScopedFileOps inPlace_{this};
+};
+
+TEST_F(FileSigner, AFileThatIsSwappedMeanwhileIsNeitherVerifiedNorWritten) {
+  const std::string good = Signed(valid_, kContent);
+  const std::string other(kContent.size(), 'x');
+  folder_.Write("file", other + good.substr(kContent.size()));
+  folder_.Write("other", kContent);
+  {
+    const Swap swap(folder_.Path("file"), folder_.Path("other"), 2);
+    EXPECT_EQ(Verify(), OxFileSigner::kMismatch) << "content of one file, trailer of another";
+  }
+  folder_.Write("file", kContent);
+  folder_.Write("other", other);
+  testing::internal::CaptureStderr();
+  {
+    const Swap swap(folder_.Path("file"), folder_.Path("other"), 0);
+    EXPECT_EQ(OxFileSigner::Sign(path_, OxString(), valid_), OxFileSigner::kSuccess);
+  }
+  EXPECT_FALSE(testing::internal::GetCapturedStderr().empty());
+  EXPECT_EQ(folder_.Read("file"), other);
+}
+
+TEST_F(FileSigner, AFileThatAnotherRunSignsIsNotOpened) {
+  folder_.Write("file", kContent);
+  OxFile file(path_);
+  ASSERT_EQ(file.Open(OxFile::kRead), kStatusOk);
+  ASSERT_EQ(file.Lock(), kStatusOk);
+  EXPECT_EQ(OxFileSigner::Sign(path_, OxString(), valid_), OxFileSigner::kCannotOpen);
+  EXPECT_EQ(folder_.Read("file"), kContent);
 }
 
 }  // namespace

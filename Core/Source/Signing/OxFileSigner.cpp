@@ -36,10 +36,8 @@ void Feed(OxSignature& signature, std::string_view bytes) {
 
 // The content is read, not looked at in the mapping: taking a mapping in page by page costs more than a
 // copy that stays in the cache, and a file that is cut short meanwhile is a failure, not the process's end.
-bool FeedContent(OxSignature& signature, const OxString& path, std::uint64_t length) {
+bool FeedContent(OxSignature& signature, OxFile& file, std::uint64_t length) {
   constexpr std::size_t kChunk = std::size_t{256} * 1024;
-  OxFile file(path);
-  if (file.Open(OxFile::kRead) != kStatusOk) return false;
   const auto buffer = std::make_unique_for_overwrite<std::byte[]>(kChunk);
   for (std::uint64_t position = 0; position < length;) {
     const std::span<std::byte> chunk(buffer.get(), std::min<std::uint64_t>(length - position, kChunk));
@@ -53,6 +51,7 @@ bool FeedContent(OxSignature& signature, const OxString& path, std::uint64_t len
 
 // What signing changes at the end of a file, with what it takes to put it back.
 struct TailChange {
+  Posix::FileInfo signedFile;  // As it was before anything of it was read.
   std::uint64_t contentLength = 0;
   std::uint64_t oldFileLength = 0;
   OxBuffer overwritten;  // The old bytes in the place of the new trailer.
@@ -70,23 +69,32 @@ bool WriteAt(OxFile& file, std::uint64_t position, const OxBuffer& bytes) {
   }
 }
 
+// Opens what the path names if that still is the file that was signed.
+bool OpenSigned(OxFile& file, const TailChange& change) {
+  Posix::FileInfo info;
+  return file.Open(OxFile::kWrite) == kStatusOk && file.GetInfo(info) == kStatusOk &&
+         info.IsSameObject(change.signedFile);
+}
+
 // Cutting has an opening of its own: by then the closing has told that the trailer was written.
 bool Cut(OxFile& file, const TailChange& change) {
   if (change.NewFileLength() >= change.oldFileLength) return true;
-  return file.Open(OxFile::kWrite) == 0 && file.SetEOF(change.NewFileLength()) == 0;
+  return OpenSigned(file, change) && file.SetEOF(change.NewFileLength()) == 0;
 }
 
 void PutBack(OxFile& file, const TailChange& change) {
-  if (file.Open(OxFile::kWrite) != 0) return;
+  if (!OpenSigned(file, change)) return;
   WriteAt(file, change.contentLength, change.overwritten);
   file.SetEOF(change.oldFileLength);
 }
 
 bool ApplyChange(const OxString& path, const TailChange& change) {
   OxFile file(path);
-  if (file.Open(OxFile::kWrite) != 0) return false;
-  // Another length means that somebody has changed the file since it was read.
-  if (file.GetLastKnownLength() != change.oldFileLength) return false;
+  if (!OpenSigned(file, change)) return false;
+  // Another length or time means that somebody has changed the file since it was read.
+  Posix::FileInfo now;
+  if (file.GetInfo(now) != kStatusOk || now.modified != change.signedFile.modified) return false;
+  if (now.size != change.oldFileLength) return false;
   const bool isWritten = WriteAt(file, change.contentLength, change.trailer) && file.Close() == 0;
   if (isWritten && Cut(file, change)) return true;
   PutBack(file, change);
@@ -126,13 +134,18 @@ std::string_view ContentToSign(std::string_view file) {
 }
 
 std::int32_t SignFile(const OxString& path, const Hux::SmartPtr<OxCertificate>& certificate) {
+  TailChange change;
+  OxFile source(path);
   OxMappedFile mapping;
-  if (!mapping.Open(path)) return OxFileSigner::kCannotOpen;
+  // Locked until the end, so that two runs do not sign one file at the same time.
+  const bool isReady = source.Open(OxFile::kRead) == kStatusOk && source.Lock() == kStatusOk &&
+                       source.GetInfo(change.signedFile) == kStatusOk && mapping.Open(source);
+  if (!isReady) return OxFileSigner::kCannotOpen;
   const std::string_view file = mapping.view();
   const std::string_view content = ContentToSign(file);
   const OxBuffer pem = certificate ? certificate->GetAsPEM() : OxBuffer();
   OxSignature signature(certificate);
-  if (!FeedContent(signature, path, content.size())) return OxFileSigner::kCannotOpen;
+  if (!FeedContent(signature, source, content.size())) return OxFileSigner::kCannotOpen;
   Feed(signature, pem.view());
   OxBuffer text;
   signature.SignBase64(text);
@@ -141,7 +154,6 @@ std::int32_t SignFile(const OxString& path, const Hux::SmartPtr<OxCertificate>& 
       pem.length() <= SignatureTrailer::kLongestCertificate && ReadCanonicalCertificate(pem.view());
   if (!isReadable || !signature.VerifyBase64(text)) return OxFileSigner::kKeyMismatch;
 
-  TailChange change;
   change.contentLength = content.size();
   change.oldFileLength = file.size();
   change.trailer = SignatureTrailer{text.view(), pem.view()}.Build();
@@ -152,32 +164,30 @@ std::int32_t SignFile(const OxString& path, const Hux::SmartPtr<OxCertificate>& 
   return OxFileSigner::kSuccess;
 }
 
-bool IsEmptyFile(const OxString& path) {
-  OxFile file(path);
-  return file.Open(OxFile::kRead) == 0 && file.GetLastKnownLength() == 0;
-}
-
-std::int32_t CheckTrailer(const OxString& path, std::uint64_t contentLength,
-                          const SignatureTrailer& trailer, OxString& signer, unsigned long& trust) {
-  const Hux::SmartPtr<OxCertificate> certificate = ReadCanonicalCertificate(trailer.certificate);
+// What is compared and what is hashed are one copy, whatever somebody writes into the mapped file meanwhile.
+std::int32_t CheckTrailer(OxFile& file, std::uint64_t contentLength, const SignatureTrailer& trailer,
+                          OxString& signer, unsigned long& trust) {
+  const OxBuffer pem = Copy(trailer.certificate);
+  const Hux::SmartPtr<OxCertificate> certificate = ReadCanonicalCertificate(pem.view());
   if (!certificate) return OxFileSigner::kUnreadable;
   OxSignature signature(certificate);
-  if (!FeedContent(signature, path, contentLength)) return OxFileSigner::kUnreadable;
-  Feed(signature, trailer.certificate);
+  if (!FeedContent(signature, file, contentLength)) return OxFileSigner::kUnreadable;
+  Feed(signature, pem.view());
   signer = certificate->GetSigner();
   if (trailer.signature.size() > kLongestSignatureText) return OxFileSigner::kMismatch;
-  if (!IsCanonicalBase64(trailer.signature)) return OxFileSigner::kMismatch;
-  if (!signature.VerifyBase64(Copy(trailer.signature))) return OxFileSigner::kMismatch;
+  const OxBuffer text = Copy(trailer.signature);
+  if (!IsCanonicalBase64(text.view()) || !signature.VerifyBase64(text)) return OxFileSigner::kMismatch;
   if (!certificate->IsValid()) return OxFileSigner::kNotTrusted;
   trust = certificate->GetTrust();
   return OxFileSigner::kSuccess;
 }
 
 std::int32_t VerifyFile(const OxString& path, OxString& signer, unsigned long& trust) {
+  OxFile source(path);
   OxMappedFile mapping;
-  if (!mapping.Open(path)) {
-    return IsEmptyFile(path) ? OxFileSigner::kNoSignature : OxFileSigner::kCannotOpen;
-  }
+  if (source.Open(OxFile::kRead) != kStatusOk) return OxFileSigner::kCannotOpen;
+  if (source.GetLastKnownLength() == 0) return OxFileSigner::kNoSignature;
+  if (!mapping.Open(source)) return OxFileSigner::kCannotOpen;
   const std::string_view file = mapping.view();
   const std::optional<std::uint32_t> length = SignatureTrailer::FindLength(file);
   if (!length || *length < kLeastTrailerLength) return OxFileSigner::kNoSignature;
@@ -185,7 +195,7 @@ std::int32_t VerifyFile(const OxString& path, OxString& signer, unsigned long& t
   const std::size_t start = file.size() - *length;
   const std::optional<SignatureTrailer> trailer = SignatureTrailer::Parse(file.substr(start));
   if (!trailer) return OxFileSigner::kUnreadable;
-  return CheckTrailer(path, start, *trailer, signer, trust);
+  return CheckTrailer(source, start, *trailer, signer, trust);
 }
 
 }  // namespace
