@@ -1,7 +1,7 @@
 #pragma once
 
+#include <set>
 #include <string>
-#include <unordered_set>
 
 #include "Foundation/OxPath.h"
 #include "OverlapLimit.h"
@@ -40,6 +40,6 @@ class RecordExtraction {
   OverlapLimit& limit_;
   bool verbose_;
   bool complete_ = true;
-  std::unordered_set<std::string> folders_;  // Those that are known to exist.
+  std::set<std::string> folders_;  // Those that are known to exist; names from outside are not hashed.
   std::string lastFolder_;
 };

@@ -55,9 +55,10 @@ struct Survey {
   bool isDamaged = false;
   bool hasNoNames = false;
   bool isExtractable = false;  // There is a record to extract.
+  bool isStopped = false;      // By the limit; the extraction will be stopped as well.
 };
 
-// Prints nothing. A walk that the limit stops judges nothing: the extraction is stopped as well.
+// Prints nothing.
 Survey Examine(OxDataFile& file) {
   Survey survey;
   OverlapLimit limit(file);
@@ -65,7 +66,8 @@ Survey Examine(OxDataFile& file) {
   const OxDataFile::Iterator end = file.End();
   for (OxDataFile::Iterator record = file.Begin(); record != end; ++record) {
     survey.isExtractable = survey.isExtractable || IsExtractable(*record);
-    if (!limit.Admits(record->GetName().size())) return survey;
+    survey.isStopped = !limit.Admits(record->GetName().size());
+    if (survey.isStopped) return survey;
     watch.See(*record);
   }
   survey.isDamaged = watch.FoundDamage();
@@ -149,7 +151,8 @@ bool Unflatten(const OxPath& archive, const OxPath& bundle, bool verbose) {
     return true;
   }
   const Survey survey = Examine(file);
-  if ((survey.isDamaged || survey.hasNoNames) && !survey.isExtractable) {
+  const bool isSuspect = survey.isDamaged || survey.hasNoNames || survey.isStopped;
+  if (isSuspect && !survey.isExtractable) {
     Console::Error("Error: '%s' is damaged, none of its records can be read\n", file.GetPath().c_str());
     return false;
   }

@@ -66,7 +66,7 @@ void XMLBuilder::EndElement() {
 void XMLBuilder::Pack(OxXMLNode::NodeType kind, std::uint32_t line, std::uint32_t name,
                       std::string_view text) {
   hasChanged_ = true;
-  pack_->Add(kind, line - open_.back().line, name, text);
+  pack_->Add(static_cast<std::uint32_t>(kind), line - open_.back().line, name, text);
 }
 
 void XMLBuilder::Add(OxXMLNode::NodeType kind, std::string_view name, std::string_view text,
