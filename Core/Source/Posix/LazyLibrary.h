@@ -15,7 +15,7 @@ class LibraryNotLoaded : public std::runtime_error {
 class LazyLibrary {
  public:
   /// `name` as the loader knows it, "libcrypto.so.3"; it must outlive this object.
-  explicit constexpr LazyLibrary(const char* name) : name_(name) {}
+  explicit constexpr LazyLibrary(const char* name) noexcept : name_(name) {}
 
   /// The address of a function, never null. Throws LibraryNotLoaded.
   void* Find(const char* function);

@@ -177,7 +177,7 @@ FileStatus OxFile::Discard() {
   return status;
 }
 
-FileStatus OxFile::Lock() {
+FileStatus OxFile::Lock() const {
   if (!IsOpen()) return kStatusNotOpen;
   const int result = RepeatInterrupted([&] { return Posix::Files().Lock(fd_); });
   if (result == -EWOULDBLOCK) return kStatusFileBusy;

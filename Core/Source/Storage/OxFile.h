@@ -88,7 +88,7 @@ class OxFile {
   FileStatus Discard();
   /// Locks the open file for this process alone, without waiting; kStatusFileBusy when another has locked
   /// it. Where the file system has no locks the file stays unlocked.
-  FileStatus Lock();
+  FileStatus Lock() const;
   /// The status of the open file itself.
   FileStatus GetInfo(Posix::FileInfo& info) const;
   int Descriptor() const { return fd_; }  ///< The system's number for the open file, or -1.

@@ -57,7 +57,7 @@ void XMLBuilder::EndElement() {
         pack_, {OxXMLNode::kElementNode, ended.line, ended.name, ended.inside, pack_->Size()},
         &document_);
   } else {
-    element = std::move(nodes_.back());
+    element = nodes_.back();
     nodes_.pop_back();
   }
   Parent().AppendChild(element);
