@@ -14,9 +14,11 @@ struct FoldedName {
   std::size_t hash = 0;   ///< HashNoCase(), or any other number that is equal for equal names.
   std::string_view name;  ///< Acceptable to OxString.
 
+  /// By its HashNoCase().
   explicit FoldedName(std::string_view text) : FoldedName(text, HashNoCase(text)) {}
+  /// By a hash that the caller knows.
   FoldedName(std::string_view text, std::size_t textHash) : hash(textHash), name(text) {}
-  bool operator<(const FoldedName& other) const;
+  bool operator<(const FoldedName& other) const;  ///< By hash, then by CompareNoCase().
   /// False for what UTF-16 cannot hold, which equals no name, itself included, and so has no order.
   bool IsComparable() const;
 };

@@ -17,6 +17,7 @@ bool IsExtractable(const OxDataFile::Record& record);
 ///   Names:    a "." component that another one follows is dropped, as "a/./b" is "a/b".
 class RecordExtraction {
  public:
+  /// What became of a record; a failure has printed its line.
   enum class Outcome : std::uint8_t { kDone, kFailed, kTooManyFolders };
 
   /// `contents` is the folder; it need not exist. `limit` counts the folders and outlives this object.

@@ -181,8 +181,9 @@ void OxBuffer::Release() {
 }
 
 bool OxBuffer::Owns(const char* bytes) const {
+  if (data_ == nullptr) return false;
   const char* end = data_ + std::max<std::uint32_t>(capacity_, 1);
-  return data_ != nullptr && !std::less<>()(bytes, data_) && std::less<>()(bytes, end);
+  return !std::less<>()(bytes, data_) && std::less<>()(bytes, end);
 }
 
 // Whether SetLength() would move the bytes into smaller storage, or give it back.

@@ -256,19 +256,19 @@ void OxString::EncodeUtf16(OxBuffer& out) const {
 
 const unsigned short* OxString::u_str() const {
   static constexpr unsigned short kNoUnits[] = {0};
-  if (utf16_ == nullptr) {
-    auto units = std::make_unique<OxBuffer>();
-    try {
-      EncodeUtf16(*units);
-    } catch (const ::InvalidEncoding&) {
-      return kNoUnits;
-    }
-    if (units->empty()) return kNoUnits;
-    units->Append('\0');
-    units->Append('\0');
-    utf16_ = std::move(units);
+  if (utf16_ != nullptr) return reinterpret_cast<const unsigned short*>(utf16_->data());
+  auto units = std::make_unique<OxBuffer>();
+  try {
+    EncodeUtf16(*units);
+  } catch (const ::InvalidEncoding&) {
+    return kNoUnits;
   }
-  return reinterpret_cast<const unsigned short*>(utf16_->data());
+  if (units->empty()) return kNoUnits;
+  units->Append('\0');
+  units->Append('\0');
+  const char* const bytes = units->data();
+  utf16_ = std::move(units);
+  return reinterpret_cast<const unsigned short*>(bytes);
 }
 
 const char* OxString::get_utf8(OxBuffer& out) const {

@@ -11,6 +11,7 @@
 /// is evaluated while compiling; programs use the cryptographic library.
 namespace BuiltInTrust {
 
+/// SHA-1 over a certificate's DER form.
 using Fingerprint = std::array<unsigned char, 20>;
 
 /// The value of a digit among "A" to "Z", "a" to "z", "0" to "9", "+" and "/", or -1.

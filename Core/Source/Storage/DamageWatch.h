@@ -10,7 +10,7 @@ struct NameTableExtent {
   /// block; then no record has a name. kCutOff: the file ends inside the table or before it.
   enum State : std::uint8_t { kMissing, kWhole, kCutOff };
 
-  State state = kMissing;
+  State state = kMissing;   ///< Of the table.
   std::uint64_t bytes = 0;  ///< Of names that the file has.
 };
 
@@ -43,6 +43,7 @@ class DamageWatch {
 
   // After the walk.
 
+  /// Whether some record or name cannot be read; may read one block.
   bool FoundDamage() const;
   /// There are records, but no name table.
   bool HasNoNames() const { return sawRecord_ && names_.state == NameTableExtent::kMissing; }

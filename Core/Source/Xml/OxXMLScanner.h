@@ -105,6 +105,7 @@ class OxXMLScanner : public OxScanner {
 
   // ---- What a parser expects. These throw OxXMLError with the line of the position.
 
+  /// Throws that error, at the line of the position.
   [[noreturn]] void Fail(OxXMLError::Error kind, const OxString& text = OxString()) const;
   [[noreturn]] void FailSyntax(const OxString& text) const;  ///< kSyntaxError.
   OxString ExpectName(const char* description);              ///< Behind white space, or "Expected ...".

@@ -23,11 +23,12 @@ class XMLBuilder {
   bool HasOpen() const { return !open_.empty() || !nodes_.empty(); }  ///< Whether an element is open.
   std::string_view OpenName() const;  ///< Of the innermost open element, which is there.
 
+  /// Opens an element inside the innermost open one, or in the document.
   void StartElement(std::string_view name, std::uint32_t line);
   /// An attribute of the element just started. `EndAttribute()` follows, with nothing in between.
   void StartAttribute(std::string_view name, std::uint32_t line);
-  void EndAttribute(std::string_view value);
-  void EndElement();  ///< The innermost one.
+  void EndAttribute(std::string_view value);  ///< With its whole text.
+  void EndElement();                          ///< The innermost one.
 
   /// Text, a CDATA section, a comment or an instruction; a `name` counts for the last alone.
   void Add(OxXMLNode::NodeType kind, std::string_view name, std::string_view text, std::uint32_t line);

@@ -225,8 +225,11 @@ bool XMLDeclarations::ParseSeparator(char& separator) {
       return true;
     }
   }
-  if (separator == ',') scanner_.FailSyntax("Expected ',' or ')'");
-  scanner_.FailSyntax(separator == '|' ? "Expected '|' or ')'" : "Expected ',' or '|' or ')'");
+  const char* const expected = separator == ','   ? "Expected ',' or ')'"
+                               : separator == '|' ? "Expected '|' or ')'"
+                                                  : "Expected ',' or '|' or ')'";
+  scanner_.FailSyntax(expected);
+  return false;
 }
 
 // What follows the first item of a list up to ")": names, each behind a "|". Gives their number.

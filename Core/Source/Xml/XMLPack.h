@@ -27,7 +27,7 @@ class XMLPack : public Hux::Retainable {
   /// A record as it is read.
   struct Record {
     std::uint32_t kind;  ///< An OxXMLNode::NodeType.
-    std::uint32_t line;
+    std::uint32_t line;  ///< Of the document.
     std::uint32_t name;  ///< By NumberOf(); 0 for what has no name of its own.
     Place begin;         ///< Of the text, or of what is inside an element.
     Place end;           ///< The next record beside this one is here.
@@ -42,6 +42,7 @@ class XMLPack : public Hux::Retainable {
     const std::uint32_t number = numbers_[PlaceOf(name)];
     return number < names_.size() && NameText(number) == name ? number : AddName(name);
   }
+  /// The name with that number; valid until the next NumberOf().
   std::string_view NameText(std::uint32_t number) const {
     return {nameBytes_.data() + names_[number].begin, names_[number].size};
   }
@@ -56,6 +57,7 @@ class XMLPack : public Hux::Retainable {
     used_ += kSizeBytes;
     return used_;
   }
+  /// Ends the element whose inside begins there.
   void End(Place inside) {
     const Place size = used_ - inside;
     std::memcpy(memory_.data() + inside - kSizeBytes, &size, kSizeBytes);
@@ -73,6 +75,7 @@ class XMLPack : public Hux::Retainable {
   Place Size() const { return used_; }  ///< The place behind everything.
   /// The record at a place, inside an element on `line`.
   Record Read(Place place, std::uint32_t line) const;
+  /// The text of a record that has one; valid until something is added.
   std::string_view Text(const Record& record) const {
     return {memory_.data() + record.begin, record.end - record.begin};
   }

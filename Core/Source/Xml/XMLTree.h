@@ -22,7 +22,9 @@ struct XMLTree {
   static void MoveTo(OxXMLNode& node, OxXMLDoc* document) { node.MoveTo(document); }
   /// Where the node is an attribute.
   static void SetParent(OxXMLNode& node, OxXMLNode* parent) { node.parent_ = parent; }
+  /// Whether the node's document is being destroyed.
   static bool DocumentDies(const OxXMLNode& node) { return node.DocumentDies(); }
+  /// Makes the next GetIndex() count anew.
   static void MarkIndexDirty(const OxXMLNode& node) { node.MarkIndexDirty(); }
   /// What OxXMLNode::GetIndex() answers.
   static void SetIndex(OxXMLNode& node, std::uint32_t index) { node.index_ = index; }
