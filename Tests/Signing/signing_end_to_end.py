@@ -165,7 +165,8 @@ for options in (["-p", "open sesame", *signing], ["-pf", folder / "phrase", *sig
             expect(options, (b"X.widget" in memory, b"open sesame" in memory), (True, False))
         except PermissionError:
             print("Only root can look into a process that signs: its memory was not searched.")
-        process.kill()
+        finally:
+            process.kill()
 
 # A process that signs leaves no core image, where others do.
 resource.setrlimit(resource.RLIMIT_CORE, resource.getrlimit(resource.RLIMIT_CORE)[1:] * 2)
