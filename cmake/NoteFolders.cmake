@@ -1,9 +1,12 @@
-# Runs when installing begins: notes in OX_NOTES the topmost folder above each of OX_FOLDERS that is missing yet.
+# Runs when installing begins: notes in OX_NOTES the topmost folder above each of OX_FOLDERS that is missing yet, and in
+# OX_MISSING all that are.
+set(OX_MISSING "")
 foreach(folder IN LISTS OX_FOLDERS)
   cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}")
   set(missing "")
   while(NOT EXISTS "$ENV{DESTDIR}${folder}")
     set(missing "${folder}")
+    list(APPEND OX_MISSING "$ENV{DESTDIR}${folder}")
     cmake_path(GET folder PARENT_PATH folder)
   endwhile()
   if(missing)

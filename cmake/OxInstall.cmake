@@ -2,6 +2,10 @@
 
 include(CMakePackageConfigHelpers)
 
+# The installing user's umask changes no mode. Of folders that come with their files CMake heeds it all the same.
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
 if("$CACHE{CMAKE_INSTALL_DOCDIR}" STREQUAL "")
   set(CMAKE_INSTALL_DOCDIR "${CMAKE_INSTALL_DATAROOTDIR}/doc/converter")
 endif()
@@ -13,7 +17,9 @@ set(OX_COMPLETIONS_FOLDER "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
 # Uninstalling removes the folders that installing made, so they are noted before it begins.
 set(OX_FOLDERS "${CMAKE_INSTALL_BINDIR}" "${CMAKE_INSTALL_MANDIR}/man1" "${OX_COMPLETIONS_FOLDER}"
   "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions"
-  "${CMAKE_INSTALL_DOCDIR}/Docs" "${OX_HEADERS_FOLDER}" "${OX_PACKAGE_FOLDER}" "${OX_PKGCONFIG_FOLDER}")
+  "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" "${CMAKE_INSTALL_DATADIR}/mime/packages"
+  "${CMAKE_INSTALL_DATADIR}/converter" "${CMAKE_INSTALL_DOCDIR}/Docs" "${CMAKE_INSTALL_DOCDIR}/Trust"
+  "${CMAKE_INSTALL_DOCDIR}/Examples/read-archive" "${OX_HEADERS_FOLDER}" "${OX_PACKAGE_FOLDER}" "${OX_PKGCONFIG_FOLDER}")
 install(CODE "set(OX_FOLDERS \"${OX_FOLDERS}\")
   set(OX_NOTES \"${PROJECT_BINARY_DIR}/install_folders.txt\")
   include(\"${PROJECT_SOURCE_DIR}/cmake/NoteFolders.cmake\")" ALL_COMPONENTS)
@@ -24,7 +30,8 @@ if(PROJECT_IS_TOP_LEVEL)
 endif()
 
 install(TARGETS Converter RUNTIME COMPONENT tool)
-install(FILES Packaging/Converter.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tool)
+# Packages have the manual compressed.
+install(FILES Packaging/Converter.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT site)
 install(FILES Packaging/completions/Converter.bash RENAME Converter
   DESTINATION "${OX_COMPLETIONS_FOLDER}" COMPONENT tool)
 # zsh looks into one folder below /usr/local, and on Debian into another one for what packages bring.
@@ -32,8 +39,17 @@ install(FILES Packaging/completions/_Converter
   DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" COMPONENT site)
 install(FILES Packaging/completions/_Converter
   DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions" COMPONENT tool EXCLUDE_FROM_ALL)
-install(FILES README.md TYPE DOC COMPONENT tool)
-install(DIRECTORY Docs TYPE DOC COMPONENT tool FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
+install(FILES Packaging/completions/Converter.fish
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" COMPONENT tool)
+install(FILES Packaging/converter.xml DESTINATION "${CMAKE_INSTALL_DATADIR}/mime/packages" COMPONENT tool)
+install(FILES Packaging/converter.magic RENAME magic
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/converter" COMPONENT tool)
+# All that the documents link.
+install(FILES README.md CONTRIBUTING.md CHANGES.md TYPE DOC COMPONENT tool)
+install(DIRECTORY Docs Trust TYPE DOC COMPONENT tool FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
+install(FILES Examples/read-archive/main.cpp Examples/read-archive/CMakeLists.txt
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}/Examples/read-archive" COMPONENT tool)
+install(PROGRAMS Examples/release-widget DESTINATION "${CMAKE_INSTALL_DOCDIR}/Examples" COMPONENT tool)
 
 # What installing and packaging need; the tests and benchmarks may stay unbuilt.
 add_custom_target(ox_installed DEPENDS Converter ox_builtin_trust ${OX_LIBRARIES})
@@ -63,25 +79,10 @@ install(FILES "${PROJECT_BINARY_DIR}/ConverterConfig.cmake" "${PROJECT_BINARY_DI
   DESTINATION "${OX_PACKAGE_FOLDER}" COMPONENT library)
 install(FILES "${PROJECT_BINARY_DIR}/converter.pc" DESTINATION "${OX_PKGCONFIG_FOLDER}" COMPONENT library)
 
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_NAME converter)
-set(CPACK_PACKAGE_CONTACT "The Converter maintainers <maintainers@converter.example>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "packages, signs and verifies desktop widgets")
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_COMPONENTS_ALL tool library)
-set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_DEBIAN_TOOL_PACKAGE_NAME converter)
-# The program loads these itself, so its file does not name them; their numbers are those that it was compiled for.
-string(REGEX MATCH "^[0-9]+" OX_ICU_MAJOR "${ICU_VERSION}")
-set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libssl3 | libssl3t64, libicu${OX_ICU_MAJOR}")
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME converter-dev)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libssl-dev (>= 3.0), libicu-dev (>= 66)")
-set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "Headers and static libraries to read archives and verify signatures with.")
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION utils)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_STRIP_FILES ON)
-if(PROJECT_IS_TOP_LEVEL)
-  include(CPack)
-endif()
+install(CODE "foreach(folder IN LISTS OX_MISSING)
+    if(IS_DIRECTORY \"\${folder}\")
+      file(CHMOD \"\${folder}\" PERMISSIONS \${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
+    endif()
+  endforeach()" ALL_COMPONENTS)
+
+include(OxPackage)
