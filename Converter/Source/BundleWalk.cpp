@@ -10,7 +10,6 @@
 #include "NameClashes.h"
 #include "ObjectIdentity.h"
 #include "Posix/FileOps.h"
-#include "Posix/RepeatInterrupted.h"
 #include "Storage/OxFileUtils.h"
 
 namespace {
@@ -22,7 +21,7 @@ using StepKind = BundlePlan::StepKind;
 // Nothing for a link that leads nowhere or cannot be followed.
 std::optional<FileInfo> TargetOf(const OxString& link) {
   FileInfo info;
-  const int result = RepeatInterrupted([&] { return Posix::Files().Status(link.c_str(), info); });
+  const int result = Posix::Files().Status(link.c_str(), info);
   return result >= 0 ? std::optional(info) : std::nullopt;
 }
 

@@ -10,7 +10,6 @@
 #include "ObjectIdentity.h"
 #include "OutputPath.h"
 #include "Posix/Interruption.h"
-#include "Posix/RepeatInterrupted.h"
 #include "Storage/OxBinaryData.h"
 #include "Storage/OxFile.h"
 #include "Storage/OxFileUtils.h"
@@ -69,7 +68,7 @@ class UnfinishedArchive {
       return !isThis || closed.Discard() == kStatusOk;
     }
     const char* const text = path_.c_str();
-    const int result = RepeatInterrupted([&] { return Posix::Files().LinkStatus(text, found); });
+    const int result = Posix::Files().LinkStatus(text, found);
     if (result < 0) return result == -ENOENT;
     return !found.IsSameObject(identity_) || closed.Delete() == kStatusOk;
   }
@@ -201,9 +200,9 @@ bool WriteContent(Content& content, UnfinishedArchive& archive, bool verbose) {
 // A file that keeps permissions for its owner alone is as good as one with the usual ones.
 void GiveUsualPermissions(const OxPath& path) {
   const char* const text = path.native_string().c_str();
-  const int fd = RepeatInterrupted([&] { return Posix::Files().Open(text, Posix::kOpenToRead); });
+  const int fd = Posix::Files().Open(text, Posix::kOpenToRead);
   if (fd < 0) return;
-  RepeatInterrupted([&] { return Posix::Files().SetPermissions(fd, Posix::kFilePermissions); });
+  Posix::Files().SetPermissions(fd, Posix::kFilePermissions);
   Posix::Files().Close(fd);
 }
 
@@ -226,7 +225,7 @@ bool WriteArchiveIntoBundle(Content& content, const OxPath& bundle, short protec
 }
 
 bool RemoveFile(const OxString& path) {
-  return RepeatInterrupted([&] { return Posix::Files().RemoveFile(path.c_str()); }) >= 0;
+  return Posix::Files().RemoveFile(path.c_str()) >= 0;
 }
 
 // Where the bytes of an archive at `archive` go. A link stays, and what it leads to is the archive. A file

@@ -7,12 +7,11 @@
 #include <system_error>
 
 #include "Posix/Paths.h"
-#include "Posix/RepeatInterrupted.h"
 #include "Storage/FileTree.h"
 
 namespace {
 
-using Query = int (Posix::FileOps::*)(const char*, Posix::FileInfo&);
+using Query = int (Posix::FileOps::*)(Posix::Place, Posix::FileInfo&);
 
 bool IsAbsentOrBarred(int result) {
   constexpr std::array kAbsentOrBarred = {-ENOENT, -ENOTDIR, -EACCES, -ELOOP, -ENAMETOOLONG};
@@ -22,7 +21,7 @@ bool IsAbsentOrBarred(int result) {
 std::optional<Posix::FileInfo> Ask(Query query, const OxString& path) {
   const char* const text = path.c_str();
   Posix::FileInfo info;
-  const int result = RepeatInterrupted([&] { return (Posix::Files().*query)(text, info); });
+  const int result = (Posix::Files().*query)(text, info);
   if (IsAbsentOrBarred(result)) return std::nullopt;
   if (result < 0) throw std::system_error(-result, std::generic_category(), text);
   return info;
@@ -56,7 +55,7 @@ std::optional<Posix::FileInfo> IdentifyLinkVerbatim(const OxString& path) {
 bool IsThere(const OxPath& path) {
   const char* const text = path.native_string().c_str();
   Posix::FileInfo info;
-  return !IsAbsentOrBarred(RepeatInterrupted([&] { return Posix::Files().LinkStatus(text, info); }));
+  return !IsAbsentOrBarred(Posix::Files().LinkStatus(text, info));
 }
 
 bool IsSameObject(const OxPath& a, const OxPath& b) {

@@ -8,7 +8,6 @@
 #include "ObjectIdentity.h"
 #include "OverlapLimit.h"
 #include "Posix/FileOps.h"
-#include "Posix/RepeatInterrupted.h"
 #include "RecordExtraction.h"
 #include "Storage/DamageWatch.h"
 #include "Storage/OxDataFile.h"
@@ -25,7 +24,7 @@ class TemporaryBundle {
     constexpr unsigned kPrivate = 0700;
     const OxPath folder(WobGetNewTempFilePath());
     const char* const path = folder.native_string().c_str();
-    if (RepeatInterrupted([&] { return Posix::Files().MakeFolder(path, kPrivate); }) >= 0) {
+    if (Posix::Files().MakeFolder(path, kPrivate) >= 0) {
       folder_ = folder;
     }
   }
@@ -42,7 +41,7 @@ class TemporaryBundle {
   void MoveInto(const OxPath& folder) {
     WobMoveFile(Path().native_string(), folder.native_string(), kConflictRename);
     const char* const path = folder_.native_string().c_str();
-    RepeatInterrupted([&] { return Posix::Files().RemoveFolder(path); });
+    Posix::Files().RemoveFolder(path);
     folder_.clear();
   }
 

@@ -44,9 +44,9 @@ class BeforeOpening : public Posix::FileOps {
   BeforeOpening(std::string path, std::function<void()> action)
       : path_(std::move(path)), action_(std::move(action)) {}
 
-  int Open(const char* path, unsigned flags) override {
-    if (path == path_) action_();
-    return FileOps::Open(path, flags);
+  int Open(Posix::Place place, unsigned flags) override {
+    if (place.path == path_) action_();
+    return FileOps::Open(place, flags);
   }
 
  private:

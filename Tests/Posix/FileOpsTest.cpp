@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include "Posix/FileOps.h"
+#include "Posix/ResultOf.h"
 #include "Support/TemporaryFolder.h"
 
 namespace {
@@ -44,6 +45,20 @@ TEST_F(FileOps, OpensWithoutWaitingAndCreatesOnlyNewNames) {
   EXPECT_EQ(info.kind, FileKind::kOther);
   EXPECT_EQ(Files().Close(fifo), 0);
   EXPECT_EQ(Files().Close(fifo), -EBADF);
+}
+
+TEST_F(FileOps, CallsAgainWhatASignalInterrupted) {
+  int calls = 0;
+  const auto call = [&](int failures, int error) {
+    calls = 0;
+    return Posix::ResultOf([&, failures, error] {
+      errno = calls < failures ? EINTR : error;
+      return ++calls <= failures || error != 0 ? -1 : 7;
+    });
+  };
+  EXPECT_EQ(call(2, 0), 7);
+  EXPECT_EQ(call(2, EIO), -EIO);
+  EXPECT_EQ(calls, 3);
 }
 
 TEST_F(FileOps, WritesPiecesInOrderAndReadsAnywhere) {

@@ -278,10 +278,11 @@ class Swap : public Posix::FileOps {
   Swap(std::string path, std::string other, int opening)
       : path_(std::move(path)), other_(std::move(other)), opening_(opening) {}
 
-  int Open(const char* path, unsigned flags) override {
+  int Open(Posix::Place place, unsigned flags) override {
     const bool isWritten = opening_ == 0 && (flags & Posix::kOpenToWrite) != 0;
-    if (path == path_ && (isWritten || ++openings_ == opening_)) std::filesystem::rename(other_, path_);
-    return FileOps::Open(path, flags);
+    if (place.path == path_ && (isWritten || ++openings_ == opening_))
+      std::filesystem::rename(other_, path_);
+    return FileOps::Open(place, flags);
   }
 
  private:

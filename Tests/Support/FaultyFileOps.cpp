@@ -4,14 +4,14 @@
 
 namespace Support {
 
-bool FaultyFileOps::Fails(FileCall call, const char* path) {
+bool FaultyFileOps::Fails(FileCall call, Posix::Place place) {
   if (plan_.only != FileCall::kAny && plan_.only != call) return false;
   ++calls_;
   const bool fails = plan_.failCall != 0 &&
                      (calls_ == plan_.failCall || (plan_.keepFailing && calls_ > plan_.failCall));
   if (fails) {
     failedCall_ = call;
-    failedPath_ = path;
+    failedPath_ = place.path;
   }
   return fails;
 }
@@ -52,10 +52,10 @@ std::int64_t FaultyFileOps::CopyRange(int from, std::uint64_t fromPosition, int 
   return FileOps::CopyRange(from, fromPosition, to, toPosition, Bounded(count));
 }
 
-int FaultyFileOps::ListFolder(const char* path, std::vector<Posix::FolderEntry>& entries) {
-  if (Fails(FileCall::kListFolder, path)) return -plan_.error;
+int FaultyFileOps::ListFolder(Posix::Place place, std::vector<Posix::FolderEntry>& entries) {
+  if (Fails(FileCall::kListFolder, place)) return -plan_.error;
   std::vector<Posix::FolderEntry> found;
-  const int result = FileOps::ListFolder(path, found);
+  const int result = FileOps::ListFolder(place, found);
   if (plan_.order) plan_.order(found);
   entries.insert(entries.end(), found.begin(), found.end());
   return result;

@@ -15,6 +15,7 @@ namespace Support {
 enum class FileCall {
   kAny,
   kOpen,
+  kOpenFolder,
   kClose,
   kReadAt,
   kWriteAt,
@@ -63,12 +64,15 @@ class FaultyFileOps final : public Posix::FileOps {
 
   bool Fired() const { return failedCall_ != FileCall::kAny; }
   int Calls() const { return calls_; }  ///< How many calls were counted.
-  /// The last call that failed, kAny for none, and its path; empty where the call takes none.
+  /// The last call that failed, kAny for none, and its path as the call had it; empty where it takes none.
   FileCall FailedCall() const { return failedCall_; }
   const std::string& FailedPath() const { return failedPath_; }
 
-  int Open(const char* path, unsigned flags) override {
-    return Fails(FileCall::kOpen, path) ? -plan_.error : FileOps::Open(path, flags);
+  int Open(Posix::Place place, unsigned flags) override {
+    return Fails(FileCall::kOpen, place) ? -plan_.error : FileOps::Open(place, flags);
+  }
+  int OpenFolder(Posix::Place place, bool followLink) override {
+    return Fails(FileCall::kOpenFolder, place) ? -plan_.error : FileOps::OpenFolder(place, followLink);
   }
   int Close(int fd) override;
   std::int64_t ReadAt(int fd, std::span<std::byte> out, std::uint64_t position) override;
@@ -82,11 +86,11 @@ class FaultyFileOps final : public Posix::FileOps {
   int SetPermissions(int fd, unsigned permissions) override {
     return Fails(FileCall::kSetPermissions) ? -plan_.error : FileOps::SetPermissions(fd, permissions);
   }
-  int Status(const char* path, Posix::FileInfo& info) override {
-    return Fails(FileCall::kStatus, path) ? -plan_.error : FileOps::Status(path, info);
+  int Status(Posix::Place place, Posix::FileInfo& info) override {
+    return Fails(FileCall::kStatus, place) ? -plan_.error : FileOps::Status(place, info);
   }
-  int LinkStatus(const char* path, Posix::FileInfo& info) override {
-    return Fails(FileCall::kLinkStatus, path) ? -plan_.error : FileOps::LinkStatus(path, info);
+  int LinkStatus(Posix::Place place, Posix::FileInfo& info) override {
+    return Fails(FileCall::kLinkStatus, place) ? -plan_.error : FileOps::LinkStatus(place, info);
   }
   int OpenStatus(int fd, Posix::FileInfo& info) override {
     return Fails(FileCall::kOpenStatus) ? -plan_.error : FileOps::OpenStatus(fd, info);
@@ -95,15 +99,15 @@ class FaultyFileOps final : public Posix::FileOps {
     return Fails(FileCall::kMap) ? -plan_.error : FileOps::Map(fd, length, address);
   }
   int Unmap(const std::byte* address, std::size_t length) override;
-  int ListFolder(const char* path, std::vector<Posix::FolderEntry>& entries) override;
-  int MakeFolder(const char* path, unsigned permissions) override {
-    return Fails(FileCall::kMakeFolder, path) ? -plan_.error : FileOps::MakeFolder(path, permissions);
+  int ListFolder(Posix::Place place, std::vector<Posix::FolderEntry>& entries) override;
+  int MakeFolder(Posix::Place place, unsigned permissions) override {
+    return Fails(FileCall::kMakeFolder, place) ? -plan_.error : FileOps::MakeFolder(place, permissions);
   }
-  int RemoveFile(const char* path) override {
-    return Fails(FileCall::kRemoveFile, path) ? -plan_.error : FileOps::RemoveFile(path);
+  int RemoveFile(Posix::Place place) override {
+    return Fails(FileCall::kRemoveFile, place) ? -plan_.error : FileOps::RemoveFile(place);
   }
-  int RemoveFolder(const char* path) override {
-    return Fails(FileCall::kRemoveFolder, path) ? -plan_.error : FileOps::RemoveFolder(path);
+  int RemoveFolder(Posix::Place place) override {
+    return Fails(FileCall::kRemoveFolder, place) ? -plan_.error : FileOps::RemoveFolder(place);
   }
   int Rename(const char* from, const char* to) override {
     return Fails(FileCall::kRename, from) ? -plan_.error : FileOps::Rename(from, to);
@@ -112,11 +116,11 @@ class FaultyFileOps final : public Posix::FileOps {
     return Fails(FileCall::kRenameWithoutReplacing, from) ? -plan_.error
                                                           : FileOps::RenameWithoutReplacing(from, to);
   }
-  int ReadLink(const char* path, std::string& target) override {
-    return Fails(FileCall::kReadLink, path) ? -plan_.error : FileOps::ReadLink(path, target);
+  int ReadLink(Posix::Place place, std::string& target) override {
+    return Fails(FileCall::kReadLink, place) ? -plan_.error : FileOps::ReadLink(place, target);
   }
-  int MakeLink(const std::string& target, const char* path) override {
-    return Fails(FileCall::kMakeLink, path) ? -plan_.error : FileOps::MakeLink(target, path);
+  int MakeLink(const std::string& target, Posix::Place place) override {
+    return Fails(FileCall::kMakeLink, place) ? -plan_.error : FileOps::MakeLink(target, place);
   }
   int CopyAttributes(int from, int to) override {
     return Fails(FileCall::kCopyAttributes) ? -plan_.error : FileOps::CopyAttributes(from, to);
@@ -129,7 +133,7 @@ class FaultyFileOps final : public Posix::FileOps {
   }
 
  private:
-  bool Fails(FileCall call, const char* path = "");
+  bool Fails(FileCall call, Posix::Place place = "");
   std::size_t Bounded(std::size_t count) const;
 
   FaultPlan plan_;

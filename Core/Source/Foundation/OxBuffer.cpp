@@ -11,7 +11,6 @@
 #include "Foundation/Narrow.h"
 #include "Foundation/SecureZeroMemory.h"
 #include "Posix/FileOps.h"
-#include "Posix/RepeatInterrupted.h"
 
 namespace {
 
@@ -86,8 +85,7 @@ void DecodeBase64(const char* text, std::size_t length, char* out, std::size_t o
 
 class OpenFile {
  public:
-  explicit OpenFile(const char* path)
-      : fd_(RepeatInterrupted([=] { return Posix::Files().Open(path, Posix::kOpenToRead); })) {}
+  explicit OpenFile(const char* path) : fd_(Posix::Files().Open(path, Posix::kOpenToRead)) {}
   OpenFile(const OpenFile&) = delete;
   OpenFile& operator=(const OpenFile&) = delete;
   ~OpenFile() {
@@ -98,7 +96,7 @@ class OpenFile {
   bool GetSize(std::uint32_t& size) const {
     Posix::FileInfo info;
     if (fd_ < 0) return false;
-    if (RepeatInterrupted([&] { return Posix::Files().OpenStatus(fd_, info); }) < 0) return false;
+    if (Posix::Files().OpenStatus(fd_, info) < 0) return false;
     if (info.kind != Posix::FileKind::kRegular || info.size > kMaxLength) return false;
     size = static_cast<std::uint32_t>(info.size);
     return true;
@@ -109,7 +107,7 @@ class OpenFile {
     std::uint32_t done = 0;
     while (done < count) {
       const auto rest = std::as_writable_bytes(std::span(out + done, count - done));
-      const std::int64_t got = RepeatInterrupted([&] { return Posix::Files().ReadAt(fd_, rest, done); });
+      const std::int64_t got = Posix::Files().ReadAt(fd_, rest, done);
       if (got < 0) return got;
       if (got == 0) break;
       done += static_cast<std::uint32_t>(got);

@@ -16,6 +16,18 @@ enum OpenFlags : unsigned {
   kOpenToWrite = 2,
   kOpenNew = 4,      ///< Create; fails with -EEXIST when the name exists, also as a dangling link.
   kOpenPrivate = 8,  ///< With kOpenNew: kPrivateFilePermissions.
+  kOpenNoLink = 16,  ///< Fails with -ELOOP for a link; one on the way to it is followed.
+};
+
+/// A path, or a name that counts from an open folder.
+struct Place {
+  Place(const char* where)
+      : path(where) {}  // NOLINT(google-explicit-constructor): paths are the usual case
+  Place(int in, const char* where) : folder(in), path(where) {}
+
+  static constexpr int kNoFolder = -1;
+  int folder = kNoFolder;  ///< A descriptor; kNoFolder: the path counts from the working directory.
+  const char* path;        ///< Zero-terminated. An absolute one goes its own way.
 };
 
 /// Permission bits of what is created, before the process's umask takes some away.
@@ -54,8 +66,8 @@ struct FolderEntry {
 /// test can fail any one of them, or choose the order in which a folder lists its entries.
 ///   Results: 0 or more on success; on failure the negated errno value (-ENOENT, ...). Nothing throws
 ///            but std::bad_alloc.
-///   Paths:   zero-terminated bytes, taken as they stand. The empty path fails with -ENOENT.
-///   Calls:   an interrupted call (EINTR) is repeated by whoever calls, as a short transfer is.
+///   Paths:   bytes, taken as they stand. The empty path fails with -ENOENT.
+///   Calls:   one that a signal interrupts is made again. A short transfer is the caller's to go on with.
 class FileOps {
  public:
   FileOps() = default;
@@ -66,7 +78,10 @@ class FileOps {
   /// Opens `path` with OpenFlags and returns the descriptor. It is closed on exec and never blocks,
   /// so neither a FIFO nor a device can hold the caller up; what was opened is the caller's to
   /// check.
-  virtual int Open(const char* path, unsigned flags);
+  virtual int Open(Place place, unsigned flags);
+  /// Opens a folder for use as Place::folder, which takes the right to search it and no other; one that `place`
+  /// names by a link (and not only on the way) only if `followLink`.
+  virtual int OpenFolder(Place place, bool followLink);
   /// The descriptor is given up whatever the result; an interrupted close counts as done.
   virtual int Close(int fd);
   /// Fills `out` as far as the call goes and returns how many bytes it read; 0 at the end of the
@@ -86,9 +101,9 @@ class FileOps {
   virtual int Lock(int fd);
   virtual int SetPermissions(int fd, unsigned permissions);  ///< Less the umask.
 
-  virtual int Status(const char* path, FileInfo& info);      ///< Follows links.
-  virtual int LinkStatus(const char* path, FileInfo& info);  ///< Of the link itself.
-  virtual int OpenStatus(int fd, FileInfo& info);            ///< Of an open file.
+  virtual int Status(Place place, FileInfo& info);      ///< Follows links.
+  virtual int LinkStatus(Place place, FileInfo& info);  ///< Of the link itself.
+  virtual int OpenStatus(int fd, FileInfo& info);       ///< Of an open file.
 
   /// Maps the first `length` bytes (above 0) read-only and shared; `address` receives the mapping.
   virtual int Map(int fd, std::size_t length, const std::byte*& address);
@@ -96,18 +111,18 @@ class FileOps {
 
   /// Appends every entry but "." and ".." in the order in which the file system lists them; nothing
   /// is appended on failure.
-  virtual int ListFolder(const char* path, std::vector<FolderEntry>& entries);
-  virtual int MakeFolder(const char* path, unsigned permissions);  ///< Less the umask.
-  virtual int RemoveFile(const char* path);                        ///< unlink(2): never a folder.
-  virtual int RemoveFolder(const char* path);                      ///< rmdir(2): an empty folder only.
+  virtual int ListFolder(Place place, std::vector<FolderEntry>& entries);
+  virtual int MakeFolder(Place place, unsigned permissions);  ///< Less the umask.
+  virtual int RemoveFile(Place place);                        ///< unlink(2): never a folder.
+  virtual int RemoveFolder(Place place);                      ///< rmdir(2): an empty folder only.
   /// Replaces what `to` names, if anything.
   virtual int Rename(const char* from, const char* to);
   /// Fails with -EEXIST when `to` exists. Where the file system has no such call: a check, then
   /// Rename.
   virtual int RenameWithoutReplacing(const char* from, const char* to);
   /// `target` receives the text of a link, whole whatever its length.
-  virtual int ReadLink(const char* path, std::string& target);
-  virtual int MakeLink(const std::string& target, const char* path);  ///< A symbolic link.
+  virtual int ReadLink(Place place, std::string& target);
+  virtual int MakeLink(const std::string& target, Place place);  ///< A symbolic link.
   /// The permission bits (those that lend a user's or group's rights are left out) and the time of
   /// the last modification.
   virtual int CopyAttributes(int from, int to);

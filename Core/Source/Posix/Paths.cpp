@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include "Posix/FileOps.h"
-#include "Posix/RepeatInterrupted.h"
 
 namespace Posix {
 
@@ -20,7 +19,7 @@ namespace {
 std::string MadeAbsolute(const std::string& path) {
   std::string folder;
   if (path.starts_with('/')) return path;
-  if (RepeatInterrupted([&] { return Files().CurrentFolder(folder); }) < 0) return path;
+  if (Files().CurrentFolder(folder) < 0) return path;
   if (path.empty()) return folder;
   return folder.ends_with('/') ? folder + path : folder + '/' + path;
 }
@@ -57,7 +56,7 @@ std::string ResolvePath(const std::string& path) {
 std::string TemporaryFolder() {
   const std::string folder = NamedTemporaryFolder();
   FileInfo info;
-  const int examined = RepeatInterrupted([&] { return Files().Status(folder.c_str(), info); });
+  const int examined = Files().Status(folder.c_str(), info);
   const bool isUsable = examined >= 0 && info.kind == FileKind::kFolder &&
                         ::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
   return isUsable ? folder : std::string();

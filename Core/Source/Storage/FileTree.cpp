@@ -5,7 +5,6 @@
 
 #include "Posix/FileOps.h"
 #include "Posix/Paths.h"
-#include "Posix/RepeatInterrupted.h"
 #include "Storage/FileCopier.h"
 #include "Storage/OxFile.h"
 
@@ -19,20 +18,20 @@ using Posix::Files;
 using Posix::FolderEntry;
 
 bool GetStatus(const std::string& path, FileInfo& info) {
-  return RepeatInterrupted([&] { return Files().Status(path.c_str(), info); }) >= 0;
+  return Files().Status(path.c_str(), info) >= 0;
 }
 
 bool GetLinkStatus(const std::string& path, FileInfo& info) {
-  return RepeatInterrupted([&] { return Files().LinkStatus(path.c_str(), info); }) >= 0;
+  return Files().LinkStatus(path.c_str(), info) >= 0;
 }
 
 bool RemoveFile(const std::string& path) {
-  return RepeatInterrupted([&] { return Files().RemoveFile(path.c_str()); }) >= 0;
+  return Files().RemoveFile(path.c_str()) >= 0;
 }
 
 bool ListFolder(const std::string& path, std::vector<FolderEntry>& entries) {
   entries.clear();
-  return RepeatInterrupted([&] { return Files().ListFolder(path.c_str(), entries); }) >= 0;
+  return Files().ListFolder(path.c_str(), entries) >= 0;
 }
 
 std::string ParentOf(const std::string& path) {
@@ -88,15 +87,15 @@ bool RemoveFolder(const std::string& path) {
   }
   for (; !folders.empty(); folders.pop_back()) {
     const char* folder = folders.back().c_str();
-    if (RepeatInterrupted([&] { return Files().RemoveFolder(folder); }) < 0) return false;
+    if (Files().RemoveFolder(folder) < 0) return false;
   }
   return true;
 }
 
 bool CopyLink(const std::string& source, const std::string& target) {
   std::string destination;
-  return RepeatInterrupted([&] { return Files().ReadLink(source.c_str(), destination); }) >= 0 &&
-         RepeatInterrupted([&] { return Files().MakeLink(destination, target.c_str()); }) >= 0;
+  return Files().ReadLink(source.c_str(), destination) >= 0 &&
+         Files().MakeLink(destination, target.c_str()) >= 0;
 }
 
 bool CopyContent(OxFile& from, OxFile& to, FileCopier& copier) {
@@ -119,11 +118,11 @@ bool CopyFile(const std::string& source, const std::string& target, FileCopier& 
 // As far as the file system keeps them and the folders can be opened.
 void CopyFolderAttributes(const std::string& source, const std::string& target) {
   const auto open = [](const std::string& path) {
-    return RepeatInterrupted([&] { return Files().Open(path.c_str(), Posix::kOpenToRead); });
+    return Files().Open(path.c_str(), Posix::kOpenToRead);
   };
   const int from = open(source);
   const int to = open(target);
-  if (from >= 0 && to >= 0) RepeatInterrupted([&] { return Files().CopyAttributes(from, to); });
+  if (from >= 0 && to >= 0) Files().CopyAttributes(from, to);
   if (from >= 0) Files().Close(from);
   if (to >= 0) Files().Close(to);
 }
@@ -140,8 +139,7 @@ bool CopyEntry(const FolderPair& pair, FileKind kind, FileCopier& copier) {
 }
 
 bool MakeFolder(const std::string& path) {
-  return RepeatInterrupted(
-             [&] { return Files().MakeFolder(path.c_str(), Posix::kFolderPermissions); }) >= 0;
+  return Files().MakeFolder(path.c_str(), Posix::kFolderPermissions) >= 0;
 }
 
 // Copies what is in one folder, but for the folders in it: these are made and appended to `folders`.

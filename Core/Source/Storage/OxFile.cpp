@@ -6,8 +6,6 @@
 #include <limits>
 #include <utility>
 
-#include "Posix/RepeatInterrupted.h"
-
 namespace {
 
 constexpr std::uint64_t kLastPosition = std::numeric_limits<std::int64_t>::max();
@@ -34,7 +32,8 @@ FileStatus OxFile::Open(unsigned long permission) {
   if ((permission & (kRead | kWrite)) == 0) return kStatusNoPermission;
   const unsigned flags = ((permission & kRead) != 0 ? Posix::kOpenToRead : 0U) |
                          ((permission & kWrite) != 0 ? Posix::kOpenToWrite : 0U) |
-                         ((permission & kPrivate) != 0 ? Posix::kOpenPrivate : 0U);
+                         ((permission & kPrivate) != 0 ? Posix::kOpenPrivate : 0U) |
+                         ((permission & kNoLink) != 0 ? Posix::kOpenNoLink : 0U);
   const bool mayCreate = (permission & kCreate) != 0;
   const bool newFirst = mayCreate && (permission & kExpectNew) != 0;
   FileStatus status = newFirst ? OpenNew(flags) : kStatusDuplicateName;
@@ -45,11 +44,11 @@ FileStatus OxFile::Open(unsigned long permission) {
 }
 
 FileStatus OxFile::OpenExisting(unsigned flags) {
-  const int fd = RepeatInterrupted([&] { return Posix::Files().Open(path_.c_str(), flags); });
+  const int fd = Posix::Files().Open(Here(), flags);
   if (fd < 0) return StatusOfResult(fd);
   Adopt(fd);
   Posix::FileInfo info;
-  const int result = RepeatInterrupted([&] { return Posix::Files().OpenStatus(fd, info); });
+  const int result = Posix::Files().OpenStatus(fd, info);
   length_ = info.size;
   if (result >= 0 && info.kind == Posix::FileKind::kRegular) return kStatusOk;
   Close();
@@ -58,8 +57,7 @@ FileStatus OxFile::OpenExisting(unsigned flags) {
 
 // What has just been made is an empty regular file, which need not be asked for.
 FileStatus OxFile::OpenNew(unsigned flags) {
-  const int fd =
-      RepeatInterrupted([&] { return Posix::Files().Open(path_.c_str(), flags | Posix::kOpenNew); });
+  const int fd = Posix::Files().Open(Here(), flags | Posix::kOpenNew);
   if (fd < 0) return StatusOfResult(fd);
   Adopt(fd);
   created_ = true;
@@ -79,7 +77,7 @@ FileStatus OxFile::Close() {
   gathered_.End();
   const int result = Posix::Files().Close(std::exchange(fd_, -1));
   if (written != kStatusOk) return written;
-  return result == -EINTR ? kStatusOk : StatusOfResult(result);
+  return StatusOfResult(result);
 }
 
 FileStatus OxFile::Read(void* buffer, unsigned long count, unsigned long* actual) {
@@ -125,7 +123,7 @@ FileStatus OxFile::SetEOF(std::uint64_t length) {
   }
   const FileStatus status = WriteGathered();
   if (status != kStatusOk) return status;
-  const int result = RepeatInterrupted([&] { return Posix::Files().SetLength(fd_, length); });
+  const int result = Posix::Files().SetLength(fd_, length);
   if (result >= 0) length_ = length;
   return StatusOfResult(result);
 }
@@ -150,7 +148,7 @@ std::uint64_t OxFile::GetLength() const {
 FileStatus OxFile::RefreshLength() const {
   if (!gathered_.IsEmpty()) return kStatusOk;
   Posix::FileInfo info;
-  const int result = RepeatInterrupted([&] { return Posix::Files().OpenStatus(fd_, info); });
+  const int result = Posix::Files().OpenStatus(fd_, info);
   if (result >= 0) length_ = info.size;
   return StatusOfResult(result);
 }
@@ -158,7 +156,7 @@ FileStatus OxFile::RefreshLength() const {
 FileStatus OxFile::Delete() {
   gathered_.End();
   Close();
-  return StatusOfResult(RepeatInterrupted([&] { return Posix::Files().RemoveFile(path_.c_str()); }));
+  return StatusOfResult(Posix::Files().RemoveFile(Here()));
 }
 
 FileStatus OxFile::Discard() {
@@ -166,11 +164,11 @@ FileStatus OxFile::Discard() {
   Posix::FileInfo own;
   Posix::FileInfo named;
   FileStatus status = GetInfo(own);
-  const int found = RepeatInterrupted([&] { return Posix::Files().LinkStatus(path_.c_str(), named); });
+  const int found = Posix::Files().LinkStatus(Here(), named);
   if (status == kStatusOk && found != -ENOENT) status = StatusOfResult(found);
   const bool isNamed = status == kStatusOk && found >= 0 && named.IsSameObject(own);
   if (isNamed) {
-    status = StatusOfResult(RepeatInterrupted([&] { return Posix::Files().RemoveFile(path_.c_str()); }));
+    status = StatusOfResult(Posix::Files().RemoveFile(Here()));
   }
   if (!isNamed || status != kStatusOk) SetEOF(0);
   Close();
@@ -179,7 +177,7 @@ FileStatus OxFile::Discard() {
 
 FileStatus OxFile::Lock() const {
   if (!IsOpen()) return kStatusNotOpen;
-  const int result = RepeatInterrupted([&] { return Posix::Files().Lock(fd_); });
+  const int result = Posix::Files().Lock(fd_);
   if (result == -EWOULDBLOCK) return kStatusFileBusy;
   const bool hasNoLocks = result == -ENOSYS || result == -EOPNOTSUPP || result == -ENOLCK;
   return hasNoLocks ? kStatusOk : StatusOfResult(result);
@@ -187,12 +185,12 @@ FileStatus OxFile::Lock() const {
 
 FileStatus OxFile::GetInfo(Posix::FileInfo& info) const {
   if (!IsOpen()) return kStatusNotOpen;
-  return StatusOfResult(RepeatInterrupted([&] { return Posix::Files().OpenStatus(fd_, info); }));
+  return StatusOfResult(Posix::Files().OpenStatus(fd_, info));
 }
 
-bool OxFile::ExistsAt(const char* path) {
+bool OxFile::ExistsAt(Posix::Place place) {
   Posix::FileInfo info;
-  return RepeatInterrupted([&] { return Posix::Files().Status(path, info); }) >= 0;
+  return Posix::Files().Status(place, info) >= 0;
 }
 
 FileStatus OxFile::ReadAt(std::uint64_t position, std::span<std::byte> out, std::size_t& actual) {
@@ -206,8 +204,7 @@ FileStatus OxFile::ReadAt(std::uint64_t position, std::span<std::byte> out, std:
     // No byte is beyond the last position, and the system refuses to look there.
     const auto count =
         static_cast<std::size_t>(std::min<std::uint64_t>(out.size() - actual, kLastPosition - at));
-    const std::int64_t got =
-        RepeatInterrupted([&] { return Posix::Files().ReadAt(fd_, out.subspan(actual, count), at); });
+    const std::int64_t got = Posix::Files().ReadAt(fd_, out.subspan(actual, count), at);
     if (got < 0) return StatusOfResult(got);
     if (got == 0) return kStatusEndOfFile;
     actual += static_cast<std::size_t>(got);
@@ -277,8 +274,7 @@ FileStatus OxFile::WriteAll(std::uint64_t position, std::span<const Posix::Piece
 // One system call. A call that writes nothing would be repeated for ever, so it counts as a failure.
 FileStatus OxFile::WriteSome(std::uint64_t position, std::span<const Posix::Piece> pieces,
                              std::size_t& written) {
-  const std::int64_t result =
-      RepeatInterrupted([&] { return Posix::Files().WriteAt(fd_, pieces, position); });
+  const std::int64_t result = Posix::Files().WriteAt(fd_, pieces, position);
   written = result > 0 ? static_cast<std::size_t>(result) : 0;
   if (written > 0) length_ = std::max(length_, position + written);
   return result == 0 ? kStatusInputOutput : StatusOfResult(result);
@@ -287,8 +283,7 @@ FileStatus OxFile::WriteSome(std::uint64_t position, std::span<const Posix::Piec
 std::int64_t OxFile::CopyInKernel(std::uint64_t position, OxFile& target, std::uint64_t targetPosition,
                                   std::size_t count) {
   if (WriteGathered() != kStatusOk || target.WriteGathered() != kStatusOk) return -EIO;
-  const std::int64_t copied = RepeatInterrupted(
-      [&] { return Posix::Files().CopyRange(fd_, position, target.fd_, targetPosition, count); });
+  const std::int64_t copied = Posix::Files().CopyRange(fd_, position, target.fd_, targetPosition, count);
   if (copied > 0) {
     target.length_ = std::max(target.length_, targetPosition + static_cast<std::uint64_t>(copied));
   }
@@ -296,8 +291,7 @@ std::int64_t OxFile::CopyInKernel(std::uint64_t position, OxFile& target, std::u
 }
 
 FileStatus OxFile::CopyAttributesTo(OxFile& target) const {
-  return StatusOfResult(
-      RepeatInterrupted([&] { return Posix::Files().CopyAttributes(fd_, target.fd_); }));
+  return StatusOfResult(Posix::Files().CopyAttributes(fd_, target.fd_));
 }
 
 std::uint64_t OxFile::ClampToLength(std::uint64_t wanted) const {

@@ -33,17 +33,25 @@ class OxFile {
   /// Bits of the permission that Open() takes. kExpectNew changes nothing but the cost: beside kCreate it
   /// saves a system call where the file is missing, and costs one where it exists; a dangling link then
   /// gives kStatusFileNotFound and not kStatusDuplicateName.
-  /// kPrivate: a file that is made is for its owner alone.
-  enum Permission : unsigned long { kRead = 1, kWrite = 2, kCreate = 4, kExpectNew = 8, kPrivate = 16 };
+  /// kPrivate: a file that is made is for its owner alone. kNoLink: a link is refused, as what is no file.
+  enum Permission : unsigned long {
+    kRead = 1,
+    kWrite = 2,
+    kCreate = 4,
+    kExpectNew = 8,
+    kPrivate = 16,
+    kNoLink = 32
+  };
 
   /// A path as the file system has it, which need not be UTF-8.
   struct NativePath {
-    std::string bytes;  ///< Without a zero byte.
+    std::string bytes;                     ///< Without a zero byte.
+    int folder = Posix::Place::kNoFolder;  ///< The open folder that the path counts from; not owned.
   };
 
   /// Touches nothing on disk.
   explicit OxFile(const OxString& path) : path_(path.view()) {}
-  explicit OxFile(NativePath&& path) : path_(std::move(path.bytes)) {}
+  explicit OxFile(NativePath&& path) : path_(std::move(path.bytes)), folder_(path.folder) {}
   OxFile(const OxFile&) = delete;
   OxFile& operator=(const OxFile&) = delete;
   ~OxFile() { Close(); }
@@ -93,7 +101,7 @@ class OxFile {
   FileStatus GetInfo(Posix::FileInfo& info) const;
   int Descriptor() const { return fd_; }  ///< The system's number for the open file, or -1.
   /// True if open, else whether the path names an existing object (links are followed).
-  bool Exists() const { return IsOpen() || ExistsAt(path_.c_str()); }
+  bool Exists() const { return IsOpen() || ExistsAt(Here()); }
   static bool Exists(const OxString& path) { return ExistsAt(path.c_str()); }
 
   // Positioned operations.
@@ -103,8 +111,7 @@ class OxFile {
   FileStatus ReadAt(std::uint64_t position, std::span<std::byte> out, std::size_t& actual);
   /// Writes the pieces one behind the other; in one system call unless the system takes only a part.
   FileStatus WriteAt(std::uint64_t position, std::span<const Posix::Piece> pieces);
-  /// Posix::FileOps::CopyRange() from this file to `target`, an interrupted call repeated: the bytes
-  /// copied, 0 at the end of this file, or a negative number when they have to be read and written.
+  /// Posix::FileOps::CopyRange() from this file to `target`: the bytes copied, 0 at the end of this file, or a negative number when they have to be read and written.
   std::int64_t CopyInKernel(std::uint64_t position, OxFile& target, std::uint64_t targetPosition,
                             std::size_t count);
   /// The permission bits and the time of the last modification.
@@ -116,7 +123,8 @@ class OxFile {
   std::uint64_t GetLastKnownLength() const { return length_; }
 
  private:
-  static bool ExistsAt(const char* path);
+  static bool ExistsAt(Posix::Place place);
+  Posix::Place Here() const { return {folder_, path_.c_str()}; }
   FileStatus OpenExisting(unsigned flags);
   FileStatus OpenNew(unsigned flags);
   void Adopt(int fd);
@@ -132,6 +140,7 @@ class OxFile {
                        std::size_t& written);
 
   std::string path_;
+  int folder_ = Posix::Place::kNoFolder;
   int fd_ = -1;
   bool writable_ = false;
   bool created_ = false;

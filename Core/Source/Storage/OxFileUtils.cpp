@@ -6,7 +6,6 @@
 
 #include "Foundation/StringWalk.h"
 #include "Posix/Paths.h"
-#include "Posix/RepeatInterrupted.h"
 #include "Posix/Users.h"
 #include "Storage/FileTree.h"
 #include "Storage/OxFile.h"
@@ -39,7 +38,7 @@ Result Guarded(Result onFailure, Operation operation) {
 
 int Examine(const OxPath& path, FileInfo& info) {
   const char* bytes = path.native_string().c_str();
-  return RepeatInterrupted([&] { return Files().Status(bytes, info); });
+  return Files().Status(bytes, info);
 }
 
 bool GetStatus(const OxPath& path, FileInfo& info) {
@@ -48,7 +47,7 @@ bool GetStatus(const OxPath& path, FileInfo& info) {
 
 bool MakeFolder(const OxPath& path, unsigned permissions) {
   const char* bytes = path.native_string().c_str();
-  return RepeatInterrupted([&] { return Files().MakeFolder(bytes, permissions); }) >= 0;
+  return Files().MakeFolder(bytes, permissions) >= 0;
 }
 
 // Makes the folder and, first, those above it that do not exist, `most` at most; only the last result counts.
@@ -152,10 +151,10 @@ bool OxFileUtils::DeleteDirectory(const OxPath& path) {
 bool OxFileUtils::DeleteFile(const OxPath& path) {
   const char* bytes = path.native_string().c_str();
   FileInfo info;
-  const int examined = RepeatInterrupted([&] { return Files().LinkStatus(bytes, info); });
+  const int examined = Files().LinkStatus(bytes, info);
   if (examined < 0) return examined == -ENOENT || examined == -ENOTDIR;
   if (info.kind == FileKind::kFolder) return false;
-  return RepeatInterrupted([&] { return Files().RemoveFile(bytes); }) >= 0;
+  return Files().RemoveFile(bytes) >= 0;
 }
 
 bool OxFileUtils::DeletePath(const OxPath& path) {
@@ -187,7 +186,7 @@ long OxFileUtils::ListFolder(const OxPath& folder, const OxString& pattern,
   return Guarded(-1L, [&]() -> long {
     std::vector<Posix::FolderEntry> entries;
     const char* bytes = folder.native_string().c_str();
-    const int listed = RepeatInterrupted([&] { return Files().ListFolder(bytes, entries); });
+    const int listed = Files().ListFolder(bytes, entries);
     if (listed < 0) return listed == -ENOENT || listed == -ENOTDIR ? 0 : -1;
     for (const Posix::FolderEntry& entry : entries) {
       if (OxPathMatcher(entry.name.c_str(), pattern.c_str())) out.push_back(MakeEntry(entry));
@@ -255,14 +254,14 @@ bool OxFileUtils::WriteTextFile(const OxPath& path, const OxString& text, WriteM
 OxPath OxFileUtils::GetCurrentDirectory() {
   return Guarded(OxPath(), [] {
     std::string folder;
-    if (RepeatInterrupted([&] { return Files().CurrentFolder(folder); }) < 0) return OxPath();
+    if (Files().CurrentFolder(folder) < 0) return OxPath();
     return OxPath(OxString(folder));
   });
 }
 
 bool OxFileUtils::SetCurrentDirectory(const OxPath& path) {
   const char* bytes = path.native_string().c_str();
-  return RepeatInterrupted([&] { return Files().ChangeFolder(bytes); }) >= 0;
+  return Files().ChangeFolder(bytes) >= 0;
 }
 
 OxPath OxFileUtils::GetNewTempFilePath() {

@@ -7,17 +7,16 @@
 
 #include "Foundation/Narrow.h"
 #include "Posix/FileOps.h"
-#include "Posix/RepeatInterrupted.h"
 
 namespace {
 
 // Maps an open descriptor's whole file; false, and nothing set, when that cannot be done.
 bool MapWhole(int fd, const std::byte*& address, std::uint32_t& size) {
   Posix::FileInfo info;
-  if (RepeatInterrupted([&] { return Posix::Files().OpenStatus(fd, info); }) < 0) return false;
+  if (Posix::Files().OpenStatus(fd, info) < 0) return false;
   const auto length = TryNarrow<std::uint32_t>(info.size);
   if (info.kind != Posix::FileKind::kRegular || !length || *length == 0) return false;
-  if (RepeatInterrupted([&] { return Posix::Files().Map(fd, *length, address); }) < 0) return false;
+  if (Posix::Files().Map(fd, *length, address) < 0) return false;
   size = *length;
   return true;
 }
@@ -26,8 +25,7 @@ bool MapWhole(int fd, const std::byte*& address, std::uint32_t& size) {
 
 bool OxMappedFile::Open(const OxString& path) {
   Close();
-  const int fd =
-      RepeatInterrupted([&] { return Posix::Files().Open(path.c_str(), Posix::kOpenToRead); });
+  const int fd = Posix::Files().Open(path.c_str(), Posix::kOpenToRead);
   if (fd < 0) return false;
   const bool mapped = Map(fd);
   Posix::Files().Close(fd);

@@ -1,4 +1,3 @@
-#include "Posix/RepeatInterrupted.h"
 #include "Storage/OxFileUtils.h"
 
 using Posix::Files;
@@ -13,12 +12,12 @@ StCurrentDirectory::~StCurrentDirectory() {
 
 void StCurrentDirectory::Set() {
   if (!remembered_.empty()) return;
-  RepeatInterrupted([&] { return Files().CurrentFolder(remembered_); });
+  Files().CurrentFolder(remembered_);
   OxFileUtils::SetCurrentDirectory(target_);
 }
 
 void StCurrentDirectory::Restore() {
   if (remembered_.empty()) return;
-  RepeatInterrupted([&] { return Files().ChangeFolder(remembered_.c_str()); });
+  Files().ChangeFolder(remembered_.c_str());
   remembered_.clear();
 }

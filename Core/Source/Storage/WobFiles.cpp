@@ -2,7 +2,6 @@
 
 #include "Posix/FileOps.h"
 #include "Posix/Paths.h"
-#include "Posix/RepeatInterrupted.h"
 #include "Storage/FileTree.h"
 #include "Storage/OxFile.h"
 #include "Storage/OxFileUtils.h"
@@ -39,8 +38,7 @@ bool CopyAcross(const std::string& source, const std::string& target) {
 }
 
 bool MoveTo(const std::string& source, const std::string& target) {
-  const int moved = RepeatInterrupted(
-      [&] { return Posix::Files().RenameWithoutReplacing(source.c_str(), target.c_str()); });
+  const int moved = Posix::Files().RenameWithoutReplacing(source.c_str(), target.c_str());
   return moved == -EXDEV ? CopyAcross(source, target) : moved >= 0;
 }
 
