@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -309,6 +310,54 @@ TEST_F(FileSigner, AFileThatIsSwappedMeanwhileIsNeitherVerifiedNorWritten) {
   }
   EXPECT_FALSE(testing::internal::GetCapturedStderr().empty());
   EXPECT_EQ(folder_.Read("file"), other);
+}
+
+// Writes over a byte when a file is opened to be written, and sets the time back to the second.
+class Change : public Posix::FileOps {
+ public:
+  explicit Change(std::string path) : path_(std::move(path)) {}
+
+  int Open(Posix::Place place, unsigned flags) override {
+    if ((flags & Posix::kOpenToWrite) != 0) {
+      std::ofstream(path_, std::ios::in | std::ios::binary).put('x');
+      const timespec times[2] = {{.tv_sec = 1, .tv_nsec = 0}, {.tv_sec = 1, .tv_nsec = 1}};
+      ::utimensat(AT_FDCWD, path_.c_str(), times, 0);
+    }
+    return FileOps::Open(place, flags);
+  }
+
+ private:
+  std::string path_;
+  Posix::ScopedFileOps inPlace_{this};
+};
+
+TEST_F(FileSigner, AFileThatIsChangedMeanwhileIsNotWritten) {
+  const timespec times[2] = {{.tv_sec = 1, .tv_nsec = 0}, {.tv_sec = 1, .tv_nsec = 0}};
+  ::utimensat(AT_FDCWD, folder_.Write("file", kContent).c_str(), times, 0);
+  const Change change(folder_.Path("file"));
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(OxFileSigner::Sign(path_, OxString(), valid_), OxFileSigner::kSuccess);
+  EXPECT_FALSE(testing::internal::GetCapturedStderr().empty());
+  EXPECT_EQ(folder_.Read("file"), 'x' + kContent.substr(1));
+}
+
+// As a file is that somebody cuts short once it has been asked for its length.
+class EveryFileSeemsLonger : public Posix::FileOps {
+  int OpenStatus(int fd, Posix::FileInfo& info) override {
+    const int result = FileOps::OpenStatus(fd, info);
+    info.size += 7;
+    return result;
+  }
+
+  Posix::ScopedFileOps inPlace_{this};
+};
+
+TEST_F(FileSigner, AFileThatIsCutMeanwhileIsNeitherVerifiedNorWritten) {
+  const std::string good = Signed(valid_, kContent);
+  const EveryFileSeemsLonger longer;
+  EXPECT_EQ(Verify(), OxFileSigner::kUnreadable);
+  EXPECT_EQ(OxFileSigner::Sign(path_, OxString(), valid_), OxFileSigner::kCannotOpen);
+  EXPECT_EQ(folder_.Read("file"), good);
 }
 
 TEST_F(FileSigner, AFileThatAnotherRunSignsIsNotOpened) {

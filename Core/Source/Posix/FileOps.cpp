@@ -70,6 +70,7 @@ int Inform(FileInfo& info, Query query) {
   info.inode = status.st_ino;
   info.links = status.st_nlink;
   info.modified = status.st_mtim.tv_sec;
+  info.modifiedFraction = status.st_mtim.tv_nsec;
   return 0;
 }
 

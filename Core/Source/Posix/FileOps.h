@@ -40,12 +40,13 @@ using Piece = std::span<const std::byte>;
 
 /// What a status query tells of one object.
 struct FileInfo {
-  FileKind kind = FileKind::kOther;  ///< Of what the query reached.
-  std::uint64_t size = 0;            ///< Bytes.
-  std::uint64_t device = 0;          ///< With `inode`: which object this is, whatever its name.
-  std::uint64_t inode = 0;           ///< With `device`.
-  std::uint64_t links = 0;           ///< Names that the object has.
-  std::int64_t modified = 0;         ///< Whole seconds since 1970-01-01 UTC, fraction dropped.
+  FileKind kind = FileKind::kOther;   ///< Of what the query reached.
+  std::uint64_t size = 0;             ///< Bytes.
+  std::uint64_t device = 0;           ///< With `inode`: which object this is, whatever its name.
+  std::uint64_t inode = 0;            ///< With `device`.
+  std::uint64_t links = 0;            ///< Names that the object has.
+  std::int64_t modified = 0;          ///< Whole seconds since 1970-01-01 UTC, fraction dropped.
+  std::int64_t modifiedFraction = 0;  ///< Nanoseconds beyond that, as exact as the file system is.
 
   /// Whether both describe one object, under whatever names.
   bool IsSameObject(const FileInfo& other) const {

@@ -15,7 +15,7 @@ class OxFileSigner {
   /// What Sign() and Verify() return; -2 is not used.
   enum Result : std::int32_t {
     kSuccess = 0,
-    kCannotOpen = -1,   ///< Not there, not a regular file, not readable, or too long to be mapped.
+    kCannotOpen = -1,   ///< Not there, not a regular file, not readable, or too long.
     kNoSignature = -3,  ///< Verify: the file has no trailer.
     kUnreadable = -4,   ///< Verify: the trailer cannot be taken apart, or checking it failed.
     kMismatch = -5,     ///< Verify: the signature does not belong to this content and certificate.

@@ -1,61 +1,67 @@
 #include "Signing/SignatureTrailer.h"
 
+#include <span>
+
 #include "Storage/OxBinaryData.h"
 
 namespace {
 
+constexpr OxBinaryData::WhichEnd kEnd = OxBinaryData::kLittleEndian;
 constexpr std::uint32_t kMagic = 0x7369676E;
 constexpr std::size_t kNumberBytes = 4;
 constexpr std::size_t kFooterBytes = 2 * kNumberBytes;  // T and the magic behind it.
+constexpr std::size_t kBytesBesideTexts = 3 * kNumberBytes + kFooterBytes;
 
-std::uint32_t NumberAt(std::string_view bytes, std::size_t position) {
-  std::uint32_t number = 0;
-  for (std::size_t i = kNumberBytes; i-- > 0;) {
-    number = number << 8 | static_cast<unsigned char>(bytes[position + i]);
-  }
-  return number;
-}
-
-// Takes a number, and then as many bytes as it says, off the front.
-std::optional<std::string_view> TakeText(std::string_view& rest) {
-  if (rest.size() < kNumberBytes) return std::nullopt;
-  const std::uint32_t length = NumberAt(rest, 0);
-  rest.remove_prefix(kNumberBytes);
-  if (rest.size() < length) return std::nullopt;
-  const std::string_view text = rest.substr(0, length);
-  rest.remove_prefix(length);
-  return text;
+std::uint32_t NumberAt(OxFile& file, std::uint64_t position) {
+  return OxBinaryData(ReadBytes(file, position, kNumberBytes)).GetUInt32(kEnd);
 }
 
 }  // namespace
 
-std::optional<std::uint32_t> SignatureTrailer::FindLength(std::string_view file) {
-  if (file.size() <= kFooterBytes) return std::nullopt;
-  const std::string_view footer = file.substr(file.size() - kFooterBytes);
-  if (NumberAt(footer, kNumberBytes) != kMagic) return std::nullopt;
-  return NumberAt(footer, 0);
+OxBuffer ReadBytes(OxFile& file, std::uint64_t position, std::size_t count) {
+  OxBuffer bytes;
+  bytes.SetLength(count);
+  std::size_t got = 0;
+  const FileStatus status =
+      file.ReadAt(position, std::as_writable_bytes(std::span(bytes.data(), count)), got);
+  if (status != kStatusOk) throw OxFile::FileError(status);
+  return bytes;
 }
 
-std::optional<SignatureTrailer> SignatureTrailer::Parse(std::string_view block) {
-  if (block.size() < kNumberBytes) return std::nullopt;
-  std::string_view rest = block.substr(kNumberBytes);
-  const std::optional<std::string_view> signature = TakeText(rest);
-  if (!signature) return std::nullopt;
-  const std::optional<std::string_view> certificate = TakeText(rest);
-  if (!certificate || certificate->size() > kLongestCertificate) return std::nullopt;
-  // Bytes between the certificate and T would belong neither to the content nor to what is signed.
-  if (rest.size() != kFooterBytes) return std::nullopt;
-  return SignatureTrailer{*signature, *certificate};
+std::optional<std::uint32_t> SignatureTrailer::FindLength(OxFile& file, std::uint64_t size) {
+  if (size <= kFooterBytes) return std::nullopt;
+  const OxBinaryData footer(ReadBytes(file, size - kFooterBytes, kFooterBytes));
+  const std::uint32_t length = footer.GetUInt32(kEnd);
+  return footer.GetUInt32(kEnd) == kMagic ? std::optional(length) : std::nullopt;
+}
+
+// Bytes between the certificate and T would belong neither to the content nor to what is signed.
+std::optional<SignatureTrailer> SignatureTrailer::Read(OxFile& file, std::uint64_t start,
+                                                       std::uint32_t length) {
+  if (length < kBytesBesideTexts) return std::nullopt;
+  const std::size_t texts = length - kBytesBesideTexts;
+  const std::uint64_t signaturePosition = start + 2 * kNumberBytes;
+  const std::uint32_t signatureLength = NumberAt(file, signaturePosition - kNumberBytes);
+  if (signatureLength > texts) return std::nullopt;
+  const std::uint64_t certificatePosition = signaturePosition + signatureLength + kNumberBytes;
+  const std::uint32_t certificateLength = NumberAt(file, certificatePosition - kNumberBytes);
+  if (certificateLength != texts - signatureLength) return std::nullopt;
+  if (certificateLength > kLongestCertificate) return std::nullopt;
+  SignatureTrailer trailer;
+  if (signatureLength <= kLongestSignature) {
+    trailer.signature = ReadBytes(file, signaturePosition, signatureLength);
+  }
+  trailer.certificate = ReadBytes(file, certificatePosition, certificateLength);
+  return trailer;
 }
 
 OxBuffer SignatureTrailer::Build() const {
-  constexpr OxBinaryData::WhichEnd kEnd = OxBinaryData::kLittleEndian;
   OxBinaryData block;
   block.AddUInt32(kMagic, kEnd);
-  block.AddUInt32(signature.size(), kEnd);
-  block.Append(signature.data(), signature.size());
-  block.AddUInt32(certificate.size(), kEnd);
-  block.Append(certificate.data(), certificate.size());
+  block.AddUInt32(signature.length(), kEnd);
+  block.Append(signature);
+  block.AddUInt32(certificate.length(), kEnd);
+  block.Append(certificate);
   block.AddUInt32(block.length() + kFooterBytes, kEnd);
   block.AddUInt32(kMagic, kEnd);
   return block.GetBytes(block.length());

@@ -27,20 +27,10 @@ bool OxMappedFile::Open(const OxString& path) {
   Close();
   const int fd = Posix::Files().Open(path.c_str(), Posix::kOpenToRead);
   if (fd < 0) return false;
-  const bool mapped = Map(fd);
-  Posix::Files().Close(fd);
-  return mapped;
-}
-
-bool OxMappedFile::Open(const OxFile& file) {
-  Close();
-  return file.IsOpen() && Map(file.Descriptor());
-}
-
-bool OxMappedFile::Map(int fd) {
   const std::byte* address = nullptr;
   const bool mapped = MapWhole(fd, address, size_);
   if (mapped) address_ = reinterpret_cast<const char*>(address);
+  Posix::Files().Close(fd);
   return mapped;
 }
 

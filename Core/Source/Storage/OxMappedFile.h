@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "Foundation/OxString.h"
-#include "Storage/OxFile.h"
 
 /// A whole regular file, mapped read-only into memory.
 ///   Shape:  closed -> Open() -> open -> Close() -> closed; the destructor unmaps.
@@ -20,8 +19,6 @@ class OxMappedFile {
 
   /// Maps the file, which need not stay open or keep its name. On failure the object is closed.
   bool Open(const OxString& path);
-  /// The same of a file that is open for reading; nothing gathered may be left to write.
-  bool Open(const OxFile& file);
   void Close();                                        ///< Nothing if closed.
   bool IsOpen() const { return address_ != nullptr; }  ///< Since a successful Open().
 
@@ -35,8 +32,6 @@ class OxMappedFile {
   bool ReadChunk(unsigned long offset, unsigned long count, void* buffer, unsigned long* actual) const;
 
  private:
-  bool Map(int fd);
-
   const char* address_ = nullptr;
   std::uint32_t size_ = 0;
 };
