@@ -46,15 +46,13 @@ std::string_view NameTable::View(std::uint32_t offset, std::size_t count) {
   count = std::min(count, length_ - offset);
   const std::uint64_t position = start_ + offset;
   std::span<const std::byte> bytes;
-  const FileStatus status = file_->File() != nullptr
-                                ? window_.View(*file_->File(), position, count, bytes)
-                                : file_->ViewAt(position, count, bytes);
+  const FileStatus status = file_->ViewAt(position, count, bytes, window_);
   if (status != kStatusOk && status != kStatusEndOfFile) throw OxDataFile::FileError(status);
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
 std::string_view NameTable::ReadName(std::uint32_t offset) {
-  std::size_t count = file_->Mapping() != nullptr ? length_ + std::size_t{1} : kUsualName;
+  std::size_t count = file_->IsMapped() ? length_ + std::size_t{1} : kUsualName;
   std::string_view piece = View(offset, count);
   std::size_t end = piece.find('\0');
   if (end != std::string_view::npos || piece.size() < count) return piece.substr(0, end);

@@ -30,8 +30,7 @@ bool OxDataFile::Open(short mode, const FileCheck& check) {
     opened = false;
   }
   if (opened) return true;
-  const bool made = file_.File() != nullptr && file_.File()->WasCreated();
-  if (made) Delete();
+  if (file_.WasCreated()) Delete();
   Reset();
   return false;
 }
@@ -46,8 +45,7 @@ bool OxDataFile::OpenArchive(short mode, const FileCheck& check) {
                                      ((mode & kOpenWrite) != 0 ? OxFile::kWrite : 0UL) |
                                      (create ? OxFile::kCreate : 0UL) |
                                      ((mode & kOpenPrivate) != 0 ? OxFile::kPrivate : 0UL);
-    if (file_.OpenFile(path_, permission) != kStatusOk) return false;
-    if (check && !check(*file_.File())) return false;
+    if (file_.OpenFile(path_, permission, check) != kStatusOk) return false;
   }
   if (!(create ? BeginNewArchive() : CheckHeader())) return false;
   open_ = true;
@@ -120,7 +118,7 @@ void OxDataFile::ReadNameTable() {
 
 void OxDataFile::Close() {
   if (!open_) return;
-  const bool writes = file_.File() != nullptr && loaded_ && (mode_ & kOpenWrite) != 0;
+  const bool writes = file_.IsFile() && loaded_ && (mode_ & kOpenWrite) != 0;
   std::exception_ptr failure;
   if (writes) {
     try {
@@ -148,9 +146,8 @@ FileStatus OxDataFile::Reset() {
 }
 
 FileStatus OxDataFile::Delete() {
-  file_.PutOff().Forget();
-  const bool isFile = file_.File() != nullptr;
-  const FileStatus status = isFile ? file_.File()->Discard() : kStatusOk;
+  const bool isFile = file_.IsFile();
+  const FileStatus status = file_.Discard();
   Reset();
   return isFile ? status : OxFile(path_).Delete();
 }
@@ -183,7 +180,7 @@ std::uint64_t OxDataFile::FindRecord(const OxString& name) {
 }
 
 const char* OxDataFile::GetMappedRecordPtr(const OxString& name, unsigned long& length) {
-  if (file_.Mapping() == nullptr) throw AccessDenied();
+  if (!file_.IsMapped()) throw AccessDenied();
   length = 0;
   const std::uint64_t block = FindRecord(name);
   return block == kNoPosition ? nullptr : MappedPayload(block, length);
@@ -191,14 +188,14 @@ const char* OxDataFile::GetMappedRecordPtr(const OxString& name, unsigned long& 
 
 const char* OxDataFile::MappedPayload(std::uint64_t block, unsigned long& length) {
   length = 0;
-  const OxMappedFile* mapping = file_.Mapping();
-  if (mapping == nullptr) throw AccessDenied();
+  if (!file_.IsMapped()) throw AccessDenied();
   RecordHeader header;
   if (ReadHeaderAt(block, header) != kStatusOk) return nullptr;
   const std::uint64_t start = block + kRecordHeaderSize;
-  if (header.dataLength > mapping->GetSize() - start) return nullptr;
+  const std::string_view mapped = file_.Mapped();
+  if (header.dataLength > mapped.size() - start) return nullptr;
   length = header.dataLength;
-  return mapping->GetAddress() + start;
+  return mapped.data() + start;
 }
 
 // ---- Positions and raw access
@@ -210,12 +207,12 @@ std::uint64_t OxDataFile::GetPosition() const {
 
 FileStatus OxDataFile::SetPosition(std::uint64_t position) {
   const FileStatus status = file_.SetPosition(position);
-  if (status == kStatusEndOfFile && file_.Mapping() != nullptr) throw EndOfFile();
+  if (status == kStatusEndOfFile && file_.IsMapped()) throw EndOfFile();
   return status;
 }
 
 FileStatus OxDataFile::GoToEOF() {
-  return file_.File() == nullptr ? kStatusNotOpen : file_.GoToEOF();
+  return file_.GoToEOF();
 }
 
 FileStatus OxDataFile::SetEOF(std::uint64_t length) {
@@ -262,7 +259,7 @@ FileStatus OxDataFile::ReadFileHeader(FileHeader& header, bool restore) {
 
 FileStatus OxDataFile::WriteFileHeader() {
   if ((mode_ & kOpenWrite) == 0) throw ReadOnly();
-  file_.PutOff().PutOffFileHeader(header_);
+  file_.PutOffFileHeader(header_);
   return kStatusOk;
 }
 
@@ -298,7 +295,7 @@ FileStatus OxDataFile::ReadHeaderAt(std::uint64_t block, RecordHeader& header) {
   std::span<const std::byte> bytes;
   const FileStatus status = file_.ViewAt(block, kRecordHeaderSize, bytes);
   if (status == kStatusOk) header = FlatFile::DecodeRecordHeader(bytes.first<kRecordHeaderSize>());
-  if (file_.Mapping() != nullptr && block > file_.Mapping()->GetSize()) throw EndOfFile();
+  if (file_.IsMapped() && block > file_.Mapped().size()) throw EndOfFile();
   return status;
 }
 

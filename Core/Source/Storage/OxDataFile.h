@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 
@@ -62,8 +61,7 @@ class OxDataFile {
     kOpenProtected = 16,  ///< With kOpenCreate: payloads are scrambled.
     kOpenPrivate = 32,    ///< With kOpenCreate: a file that is made is for its owner alone.
   };
-  /// Looks at a file that has been opened; false refuses it.
-  using FileCheck = std::function<bool(OxFile&)>;
+  using FileCheck = ArchiveFile::FileCheck;
 
   class Record;
   class Iterator;

@@ -35,14 +35,12 @@ CopyResult OxDataFile::Record::CopyDataTo(OxFile& target) const {
   if (file_->IsProtected()) stream.emplace();
   ScrambleStream* scrambler = stream ? &*stream : nullptr;
   ArchiveFile& archive = file_->file_;
-  if (archive.File() == nullptr || header.dataLength <= ReadWindow::kLargest) {
+  if (archive.IsMapped() || header.dataLength <= ReadWindow::kLargest) {
     return CopyByViews(header.dataLength, target, scrambler);
   }
-  const FileStatus settled = archive.Settle();
-  if (settled != kStatusOk) return {.readStatus = settled};
   const std::uint64_t start = target.GetPosition();
-  const CopyResult result = file_->copier_.Copy({*archive.File(), position_ + kRecordHeaderSize},
-                                                {target, start}, header.dataLength, scrambler);
+  const CopyResult result = archive.CopyTo({target, start}, header.dataLength,
+                                           position_ + kRecordHeaderSize, file_->copier_, scrambler);
   target.SetPosition(start + result.copied);
   return result;
 }

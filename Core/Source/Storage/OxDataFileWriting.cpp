@@ -92,7 +92,7 @@ void OxDataFile::CheckWritable(const OxString& name, std::uint64_t length) const
 
 void OxDataFile::WriteData(const OxString& name, const Payload& payload, DataType type) {
   CheckWritable(name, payload.length);
-  if (file_.PutOff().OwesRepairs()) ThrowIfFailed(file_.Settle());
+  if (file_.OwesRepairs()) ThrowIfFailed(file_.Settle());
   // Memory is taken before anything changes.
   if (type == kDataRecord) names_.Reserve(name.size());
   if (payload.source != nullptr) copier_.Buffer();
@@ -205,7 +205,7 @@ void OxDataFile::WriteBlock(const Payload& payload, Placement& place) {
   const FileStatus status =
       payload.source != nullptr ? StreamPayload(payload, place) : WriteFromMemory(payload, place);
   if (status != kStatusOk) throw FileError(status);
-  if (place.IsNewTail()) file_.PutOff().PutOffListEnd(place.block, place.HeaderOnDisk().next);
+  if (place.IsNewTail()) file_.PutOffListEnd(place.block, place.HeaderOnDisk().next);
 }
 
 FileStatus OxDataFile::WriteFromMemory(const Payload& payload, const Placement& place) {
@@ -222,8 +222,8 @@ FileStatus OxDataFile::StreamPayload(const Payload& payload, Placement& place) {
   std::optional<ScrambleStream> scrambler;
   if (IsProtected()) scrambler.emplace();
   const CopyResult result =
-      copier_.Copy({*payload.source, 0}, {*file_.File(), place.writeAt + kRecordHeaderSize},
-                   payload.length, scrambler ? &*scrambler : nullptr);
+      file_.CopyFrom(*payload.source, payload.length, place.writeAt + kRecordHeaderSize, copier_,
+                     scrambler ? &*scrambler : nullptr);
   *payload.sourceStatus = result.readStatus;
   if (result.writeStatus != kStatusOk) return result.writeStatus;
   if (result.copied == payload.length) return kStatusOk;
@@ -247,7 +247,7 @@ void OxDataFile::Publish(const Placement& place) {
 void OxDataFile::Undo(Placement& place) {
   if (place.how == Placement::kInPlace) return;
   const bool appended = place.how == Placement::kAppended;
-  if (appended) file_.PutOff().ForgetListEnd(place.block);
+  if (appended) file_.ForgetListEnd(place.block);
   if (place.type == kDataRecord) UnlinkBlock(place.header, header_.usedList);
   if (appended) file_.SetEOF(place.block);
 }
@@ -324,14 +324,14 @@ FileStatus OxDataFile::SetLink(std::uint64_t block, Link link, std::uint64_t pos
   if (status != kStatusOk && status != kStatusEndOfFile && isInFile) {
     const std::size_t offset =
         link == &RecordHeader::next ? offsetof(RecordHeader, next) : offsetof(RecordHeader, prev);
-    file_.PutOff().PutOffRepair(block + offset, FlatFile::EncodePosition(position));
+    file_.PutOffRepair(block + offset, FlatFile::EncodePosition(position));
   }
   return status;
 }
 
 FileStatus OxDataFile::WriteOrOweHeader(std::uint64_t block, const RecordHeader& header) {
   const FileStatus status = WriteHeaderAt(block, header);
-  if (status != kStatusOk) file_.PutOff().PutOffRepair(block, FlatFile::Encode(header));
+  if (status != kStatusOk) file_.PutOffRepair(block, FlatFile::Encode(header));
   return status;
 }
 
@@ -341,7 +341,7 @@ FileStatus OxDataFile::LinkBlock(std::uint64_t block, RecordHeader& header, Link
   FileStatus status = kStatusOk;
   if (list.head == kNoPosition) {
     list.head = block;
-  } else if (!file_.PutOff().TakeLink(list.tail, block)) {
+  } else if (!file_.TakeLink(list.tail, block)) {
     status = SetLink(list.tail, &RecordHeader::next, block);
   }
   list.tail = block;

@@ -1,7 +1,6 @@
 #include "Storage/OxFile.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <limits>
 #include <utility>
@@ -73,11 +72,7 @@ void OxFile::Adopt(int fd) {
 
 FileStatus OxFile::Close() {
   if (!IsOpen()) return kStatusOk;
-  const FileStatus written = WriteGathered();
-  gathered_.End();
-  const int result = Posix::Files().Close(std::exchange(fd_, -1));
-  if (written != kStatusOk) return written;
-  return StatusOfResult(result);
+  return StatusOfResult(Posix::Files().Close(std::exchange(fd_, -1)));
 }
 
 FileStatus OxFile::Read(void* buffer, unsigned long count, unsigned long* actual) {
@@ -92,7 +87,7 @@ FileStatus OxFile::Write(const void* buffer, unsigned long count) {
   if (count == 0) return kStatusOk;
   const Posix::Piece piece(static_cast<const std::byte*>(buffer), count);
   std::size_t written = 0;
-  const FileStatus status = WritePieces(position_, {&piece, 1}, written);
+  const FileStatus status = WriteAll(position_, {&piece, 1}, written);
   position_ += written;
   return status;
 }
@@ -116,20 +111,9 @@ FileStatus OxFile::GoToEOF() {
 
 FileStatus OxFile::SetEOF(std::uint64_t length) {
   if (!IsOpen()) return kStatusNotOpen;
-  if (IsInGathered(length)) {
-    gathered_.DropBack(static_cast<std::size_t>(length_ - length));
-    length_ = length;
-    return kStatusOk;
-  }
-  const FileStatus status = WriteGathered();
-  if (status != kStatusOk) return status;
   const int result = Posix::Files().SetLength(fd_, length);
   if (result >= 0) length_ = length;
   return StatusOfResult(result);
-}
-
-bool OxFile::IsInGathered(std::uint64_t position) const {
-  return !gathered_.IsEmpty() && position <= length_ && length_ - position <= gathered_.Bytes().size();
 }
 
 std::uint64_t OxFile::GetPosition() const {
@@ -144,9 +128,7 @@ std::uint64_t OxFile::GetLength() const {
   return length_;
 }
 
-// What was gathered lies at the end, behind what the system knows of.
 FileStatus OxFile::RefreshLength() const {
-  if (!gathered_.IsEmpty()) return kStatusOk;
   Posix::FileInfo info;
   const int result = Posix::Files().OpenStatus(fd_, info);
   if (result >= 0) length_ = info.size;
@@ -154,13 +136,11 @@ FileStatus OxFile::RefreshLength() const {
 }
 
 FileStatus OxFile::Delete() {
-  gathered_.End();
   Close();
   return StatusOfResult(Posix::Files().RemoveFile(Here()));
 }
 
 FileStatus OxFile::Discard() {
-  gathered_.End();
   Posix::FileInfo own;
   Posix::FileInfo named;
   FileStatus status = GetInfo(own);
@@ -196,8 +176,6 @@ bool OxFile::ExistsAt(Posix::Place place) {
 FileStatus OxFile::ReadAt(std::uint64_t position, std::span<std::byte> out, std::size_t& actual) {
   actual = 0;
   if (!IsOpen()) return kStatusNotOpen;
-  const FileStatus settled = WriteGathered();
-  if (settled != kStatusOk) return settled;
   while (actual < out.size()) {
     const std::uint64_t at = position + actual;
     if (at < position || at >= kLastPosition) return kStatusEndOfFile;
@@ -214,50 +192,14 @@ FileStatus OxFile::ReadAt(std::uint64_t position, std::span<std::byte> out, std:
 
 FileStatus OxFile::WriteAt(std::uint64_t position, std::span<const Posix::Piece> pieces) {
   std::size_t written = 0;
-  return WritePieces(position, pieces, written);
-}
-
-FileStatus OxFile::WritePieces(std::uint64_t position, std::span<const Posix::Piece> pieces,
-                               std::size_t& written) {
-  written = 0;
-  if (!IsOpen()) return kStatusNotOpen;
-  const std::size_t total = TotalSize(pieces);
-  if (total == 0) return kStatusOk;
-  if (position == length_ && gathered_.HasRoomFor(total)) {
-    gathered_.Add(pieces);
-    length_ += written = total;
-    return kStatusOk;
-  }
-  if (position == length_) return WriteWithGathered(pieces, written);
-  const FileStatus status = WriteGathered();
-  return status != kStatusOk ? status : WriteAll(position, pieces, written);
-}
-
-FileStatus OxFile::WriteGathered() {
-  std::size_t written = 0;
-  return gathered_.IsEmpty() ? kStatusOk : WriteWithGathered({}, written);
-}
-
-// Writes what was gathered and, behind it, the pieces.
-FileStatus OxFile::WriteWithGathered(std::span<const Posix::Piece> pieces, std::size_t& written) {
-  if (gathered_.IsEmpty()) return WriteAll(length_, pieces, written);
-  const std::size_t owed = gathered_.Bytes().size();
-  std::array<Posix::Piece, 4> all = {gathered_.Bytes()};
-  const std::size_t together = std::min(pieces.size(), all.size() - 1);
-  std::copy_n(pieces.begin(), together, all.begin() + 1);
-  std::size_t total = 0;
-  const FileStatus status = WriteAll(length_ - owed, std::span(all).first(together + 1), total);
-  gathered_.DropFront(std::min(total, owed));
-  written = total - std::min(total, owed);
-  if (status != kStatusOk || together == pieces.size()) return status;
-  std::size_t last = 0;
-  const FileStatus lastStatus = WriteAll(length_, pieces.subspan(together), last);
-  written += last;
-  return lastStatus;
+  return WriteAll(position, pieces, written);
 }
 
 FileStatus OxFile::WriteAll(std::uint64_t position, std::span<const Posix::Piece> pieces,
                             std::size_t& written) {
+  written = 0;
+  if (!IsOpen()) return kStatusNotOpen;
+  if (TotalSize(pieces) == 0) return kStatusOk;
   FileStatus status = WriteSome(position, pieces, written);
   std::size_t begun = Advance(pieces, written);
   while (status == kStatusOk && TotalSize(pieces) > begun) {
@@ -282,7 +224,6 @@ FileStatus OxFile::WriteSome(std::uint64_t position, std::span<const Posix::Piec
 
 std::int64_t OxFile::CopyInKernel(std::uint64_t position, OxFile& target, std::uint64_t targetPosition,
                                   std::size_t count) {
-  if (WriteGathered() != kStatusOk || target.WriteGathered() != kStatusOk) return -EIO;
   const std::int64_t copied = Posix::Files().CopyRange(fd_, position, target.fd_, targetPosition, count);
   if (copied > 0) {
     target.length_ = std::max(target.length_, targetPosition + static_cast<std::uint64_t>(copied));

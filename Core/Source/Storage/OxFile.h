@@ -9,7 +9,6 @@
 #include "Foundation/OxString.h"
 #include "Posix/FileOps.h"
 #include "Storage/FileStatus.h"
-#include "Storage/GatheredAppends.h"
 
 /// A positioned byte stream on one regular file.
 ///   Shape:    closed -> Open() -> open -> Close() -> closed; the destructor closes.
@@ -63,13 +62,8 @@ class OxFile {
   bool IsOpen() const { return fd_ >= 0; }  ///< Since a successful Open().
   /// Whether the last successful Open() made the file.
   bool WasCreated() const { return created_; }
-  /// The first failure of writing what was gathered and of the system's own close, which may be the last
-  /// to report a failed write.
+  /// The status of the system's own close, which may be the last to report a failed write.
   FileStatus Close();
-  /// From here until the file is closed, writes at its end are gathered in memory and reach the disk
-  /// together, at the latest before the next read, any other write, and Close(). A write that fails is
-  /// told by whatever came to it, and what it could not write is kept for another try.
-  void GatherAppends() { gathered_.Begin(); }
 
   /// Reads up to `count` bytes at the position and moves it; kStatusEndOfFile when fewer were there.
   /// `actual`, unless null, receives the bytes read, also on a failure.
@@ -87,10 +81,10 @@ class OxFile {
   /// Throws FileNotOpen or FileError.
   std::uint64_t GetLength() const;
 
-  /// Closes the file, drops what was gathered, and removes what the path names: a link itself, never a
+  /// Closes the file and removes what the path names: a link itself, never a
   /// folder.
   FileStatus Delete();
-  /// Deletes the open file: closes it, drops what was gathered, and removes what the path names if that is
+  /// Deletes the open file: closes it and removes what the path names if that is
   /// still this file. Where it is not, or cannot be removed, the file is cut to no bytes first. The status is
   /// kStatusOk when the path does not name this file any more.
   FileStatus Discard();
@@ -129,11 +123,6 @@ class OxFile {
   FileStatus OpenNew(unsigned flags);
   void Adopt(int fd);
   FileStatus RefreshLength() const;
-  bool IsInGathered(std::uint64_t position) const;
-  FileStatus WriteGathered();
-  FileStatus WriteWithGathered(std::span<const Posix::Piece> pieces, std::size_t& written);
-  FileStatus WritePieces(std::uint64_t position, std::span<const Posix::Piece> pieces,
-                         std::size_t& written);
   FileStatus WriteAll(std::uint64_t position, std::span<const Posix::Piece> pieces,
                       std::size_t& written);
   FileStatus WriteSome(std::uint64_t position, std::span<const Posix::Piece> pieces,
@@ -145,6 +134,5 @@ class OxFile {
   bool writable_ = false;
   bool created_ = false;
   std::uint64_t position_ = 0;
-  mutable std::uint64_t length_ = 0;  // With what was gathered.
-  GatheredAppends gathered_;
+  mutable std::uint64_t length_ = 0;
 };
