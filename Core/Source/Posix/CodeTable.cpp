@@ -29,7 +29,7 @@ void CodeTable::SetPair(unsigned char lead, unsigned char trail, char16_t charac
   pairs_[rowOfLead_[lead] - 1U][trail] = CellOf(character);
 }
 
-// False at the first bytes that read as nothing.
+// False at the first undefined byte or pair.
 template <typename Use>
 bool CodeTable::ForEachCell(std::string_view bytes, Use use) const {
   for (std::size_t i = 0; i < bytes.size(); ++i) {
@@ -48,7 +48,7 @@ bool CodeTable::ForEachCell(std::string_view bytes, Use use) const {
 bool CodeTable::Decode(std::string_view bytes, std::string& utf8) const {
   std::size_t size = 0;
   if (!ForEachCell(bytes, [&size](const Cell& cell) { size += cell.length; })) return false;
-  // Every cell is copied whole, which is one store, so the last one needs room behind its text.
+  // Every cell is copied whole, which is one store, so there must be room after the last character.
   utf8.resize(size + sizeof(Cell));
   char* out = utf8.data();
   ForEachCell(bytes, [&out](const Cell& cell) {

@@ -8,14 +8,14 @@
 
 namespace Posix {
 
-/// How the bytes of a legacy encoding read: one or two bytes to a character of the basic plane. A table
-/// starts with ASCII read as itself and all else undefined.
+/// Decodes a legacy encoding in which one or two bytes make a character of the basic plane. A new table
+/// decodes ASCII; every other byte is undefined.
 class CodeTable {
  public:
   CodeTable();
 
-  void SetByte(unsigned char byte, char16_t character);  ///< Replaces what the byte read as.
-  /// Makes `lead` the first byte of pairs, unless it reads as a character by itself.
+  void SetByte(unsigned char byte, char16_t character);  ///< Replaces the byte's character.
+  /// Defines a pair of bytes. No effect when `lead` is a character by itself.
   void SetPair(unsigned char lead, unsigned char trail, char16_t character);
 
   /// Sets `utf8` to the text. False, and `utf8` untouched, when a byte or pair is undefined or the last
@@ -23,7 +23,7 @@ class CodeTable {
   bool Decode(std::string_view bytes, std::string& utf8) const;
 
  private:
-  /// The UTF-8 bytes of a character; no length where there is none.
+  /// The UTF-8 bytes of a character; length 0: undefined.
   struct Cell {
     std::array<char, 3> utf8 = {};
     std::uint8_t length = 0;

@@ -16,34 +16,36 @@ constexpr std::uint32_t kWindowsLatin1 = 1280;
 constexpr std::uint32_t kAscii = 1536;
 constexpr std::uint32_t kUtf8 = 0x08000100;
 
-/// What text is in that tells nothing about itself. Fixed, whatever the locale, so that a file reads
+/// The encoding assumed for text that declares none. Independent of the locale, so that a file reads
 /// the same on every machine; any bytes are valid in it.
 constexpr std::uint32_t kSystemEncoding = kMacRoman;
 
-// Each decoder gives the UTF-8 form of `bytes`, or nothing when they are not valid in the encoding.
+// Each decoder returns the UTF-8 form of `bytes`, or nullopt when they are not valid in the encoding.
+//   Example: DecodeNumbered(kIsoLatin1, "\xE9", storage) returns "\xC3\xA9" ("e" with an acute accent).
 //   Result:  points into `bytes` where they are that form already, else into `storage`, which must be
-//            empty. It is sized before the text is written, so that growing leaves no copy behind.
+//            empty. Its size is set before the text is written, so that no copy of a secret stays
+//            in freed memory.
 //   Strict:  undefined bytes, truncated characters, and in UTF-8 overlong forms, surrogates and numbers
 //            above U+10FFFF are invalid. Zero bytes are text.
 //   Cost:    linear. By number, ASCII and UTF-8 are checked and never copied, and load none of ICU's tables;
-//            only Mac Japanese, which reads 5C in its own way, is always copied.
+//            only Mac Japanese, in which byte 5C is not a backslash, is always copied.
 
-/// An unknown number gives nothing. A UTF-8 mark in front is no part of the text.
+/// Returns nullopt for an unknown number. A leading UTF-8 byte-order mark is not part of the text.
 ///   Mac Japanese has no vendor characters (rows 85 to 88 below 889F, and EB to FC); byte 5C is the yen
 ///   sign.
 std::optional<std::string_view> DecodeNumbered(std::uint32_t encoding, std::string_view bytes,
                                                std::string& storage);
 
-/// UTF-16 whose first two bytes are its byte-order mark, which is no part of the text. Without one
-/// (FE FE and FF FF are none) the text is big-endian from the first byte on.
+/// UTF-16 whose first two bytes are its byte-order mark, which is not part of the text. Without one
+/// (FE FE and FF FF are not marks) the text is big-endian from the first byte on.
 std::optional<std::string_view> DecodeUtf16(std::string_view bytes, std::string& storage);
 
 /// A character set by its IANA name or another that ICU knows, made of letters, digits and "._:-+"
-/// only. A mark in front is no part of the text. An unknown name gives nothing.
+/// only. A leading byte-order mark is not part of the text. Returns nullopt for an unknown name.
 std::optional<std::string_view> DecodeNamed(const std::string& charset, std::string_view bytes,
                                             std::string& storage);
 
-/// The IANA name of the character set that ICU knows by `charset`; empty for an unknown one.
+/// The IANA name of the character set for which `charset` is an alias in ICU; empty for an unknown one.
 std::string StandardName(const std::string& charset);
 
 }  // namespace Posix

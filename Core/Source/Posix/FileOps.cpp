@@ -24,7 +24,7 @@ namespace {
 
 static_assert(sizeof(off_t) == sizeof(std::int64_t), "File positions need 64 bits");
 
-// More pieces than these are left to the next call, as in any short transfer.
+// Pieces beyond this number are left to the next call, as in any short transfer.
 constexpr std::size_t kMostPieces = 16;
 
 struct FolderCloser {
@@ -74,7 +74,7 @@ int Inform(FileInfo& info, Query query) {
   return 0;
 }
 
-// Some file systems do not keep an entry's kind beside its name.
+// Some file systems do not keep the kind of an entry in the folder.
 FileKind KindOfEntry(DIR* folder, const dirent& entry) {
   if (entry.d_type != DT_UNKNOWN) return KindOf(static_cast<mode_t>(DTTOIF(entry.d_type)));
   struct stat status = {};
@@ -84,7 +84,7 @@ FileKind KindOfEntry(DIR* folder, const dirent& entry) {
   return KindOf(status.st_mode);
 }
 
-// File systems in user space that number nothing put this in a listing.
+// File systems in user space that do not number their files list this number.
 constexpr std::uint64_t kNoInode = 0xFFFFFFFF;
 
 std::uint64_t InodeOfEntry(const dirent& entry) {
@@ -123,7 +123,7 @@ int ListOnce(Place place, std::vector<FolderEntry>& entries) {
   return -error;
 }
 
-// Calls `read(buffer, size)` with larger and larger buffers until what it writes fits.
+// Calls `read(buffer, size)` with larger and larger buffers until the result fits.
 template <typename Read>
 int ReadGrowing(std::string& out, Read read) {
   for (std::size_t size = 256;; size *= 2) {

@@ -35,16 +35,16 @@ constexpr unsigned kFilePermissions = 0666;
 constexpr unsigned kPrivateFilePermissions = 0600;
 constexpr unsigned kFolderPermissions = 0777;
 
-/// Bytes to be written in one call with others.
+/// One buffer of a gathered write; see FileOps::WriteAt().
 using Piece = std::span<const std::byte>;
 
 /// What a status query tells of one object.
 struct FileInfo {
-  FileKind kind = FileKind::kOther;   ///< Of what the query reached.
+  FileKind kind = FileKind::kOther;   ///< Of the object that the query reached.
   std::uint64_t size = 0;             ///< Bytes.
-  std::uint64_t device = 0;           ///< With `inode`: which object this is, whatever its name.
+  std::uint64_t device = 0;           ///< With `inode`: identifies the object, whatever its name.
   std::uint64_t inode = 0;            ///< With `device`.
-  std::uint64_t links = 0;            ///< Names that the object has.
+  std::uint64_t links = 0;            ///< Number of hard links.
   std::int64_t modified = 0;          ///< Whole seconds since 1970-01-01 UTC, fraction dropped.
   std::int64_t modifiedFraction = 0;  ///< Nanoseconds beyond that, as exact as the file system is.
 
@@ -58,8 +58,8 @@ struct FileInfo {
 struct FolderEntry {
   std::string name;                  ///< Bytes as the file system has them.
   FileKind kind = FileKind::kOther;  ///< Of the entry itself.
-  /// Of the entry itself, 0 when the listing has none. A mount point's is that of what it covers, so an
-  /// equal number is a hint for a status query to confirm.
+  /// Of the entry itself; 0 when the listing does not say. For a mount point it is that of the covered
+  /// folder, so an equal number has to be confirmed by a status query.
   std::uint64_t inode = 0;
 };
 
@@ -68,7 +68,7 @@ struct FolderEntry {
 ///   Results: 0 or more on success; on failure the negated errno value (-ENOENT, ...). Nothing throws
 ///            but std::bad_alloc.
 ///   Paths:   bytes, taken as they stand. The empty path fails with -ENOENT.
-///   Calls:   one that a signal interrupts is made again. A short transfer is the caller's to go on with.
+///   Calls:   repeated when a signal interrupts them. A short transfer is returned to the caller.
 class FileOps {
  public:
   FileOps() = default;
@@ -76,26 +76,25 @@ class FileOps {
   FileOps& operator=(const FileOps&) = delete;
   virtual ~FileOps() = default;
 
-  /// Opens `path` with OpenFlags and returns the descriptor. It is closed on exec and never blocks,
-  /// so neither a FIFO nor a device can hold the caller up; what was opened is the caller's to
-  /// check.
+  /// Opens a file with OpenFlags and returns its descriptor, which is closed on exec. Never blocks, so neither a
+  /// FIFO nor a device can hold up the caller, who checks what kind of object was opened.
   virtual int Open(Place place, unsigned flags);
-  /// Opens a folder for use as Place::folder, which takes the right to search it and no other; one that `place`
-  /// names by a link (and not only on the way) only if `followLink`.
+  /// Opens a folder for use as Place::folder. Needs the right to search it, not to read it. `followLink`: whether
+  /// the last component of the path may be a link.
   virtual int OpenFolder(Place place, bool followLink);
-  /// The descriptor is given up whatever the result; an interrupted close counts as done.
+  /// The descriptor is invalid afterwards, whatever the result; an interrupted close counts as done.
   virtual int Close(int fd);
-  /// Fills `out` as far as the call goes and returns how many bytes it read; 0 at the end of the
-  /// file.
+  /// Reads into `out` and returns the number of bytes, which may be fewer than asked for; 0 at the end of
+  /// the file.
   virtual std::int64_t ReadAt(int fd, std::span<std::byte> out, std::uint64_t position);
   /// Writes the pieces one after the other, starting at `position`, in one system call.
   virtual std::int64_t WriteAt(int fd, std::span<const Piece> pieces, std::uint64_t position);
   /// Copies at most `count` bytes from file to file in the kernel and returns how many (0: the end
-  /// of the source). -EXDEV, -EINVAL, -ENOSYS or -EOPNOTSUPP: this pair of files cannot; read and
-  /// write.
+  /// of the source). -EXDEV, -EINVAL, -ENOSYS or -EOPNOTSUPP: not possible for this pair of files;
+  /// read and write instead.
   virtual std::int64_t CopyRange(int from, std::uint64_t fromPosition, int to, std::uint64_t toPosition,
                                  std::size_t count);
-  /// Cuts the file, or extends it with zeros.
+  /// Truncates the file, or extends it with zeros.
   virtual int SetLength(int fd, std::uint64_t length);
   /// Locks the open file for this process alone, without waiting; -EWOULDBLOCK when another has locked it.
   /// Closing the file unlocks it.
@@ -108,7 +107,7 @@ class FileOps {
 
   /// Maps the first `length` bytes (above 0) read-only and shared; `address` receives the mapping.
   virtual int Map(int fd, std::size_t length, const std::byte*& address);
-  virtual int Unmap(const std::byte* address, std::size_t length);  ///< Gives the whole mapping back.
+  virtual int Unmap(const std::byte* address, std::size_t length);  ///< `length` as for Map().
 
   /// Appends every entry but "." and ".." in the order in which the file system lists them; nothing
   /// is appended on failure.
@@ -121,11 +120,11 @@ class FileOps {
   /// Fails with -EEXIST when `to` exists. Where the file system has no such call: a check, then
   /// Rename.
   virtual int RenameWithoutReplacing(const char* from, const char* to);
-  /// `target` receives the text of a link, whole whatever its length.
+  /// `target` receives the whole text of a link, however long.
   virtual int ReadLink(Place place, std::string& target);
   virtual int MakeLink(const std::string& target, Place place);  ///< A symbolic link.
-  /// The permission bits (those that lend a user's or group's rights are left out) and the time of
-  /// the last modification.
+  /// Copies the permission bits (without set-user-ID, set-group-ID and sticky bits) and the time of the last
+  /// modification.
   virtual int CopyAttributes(int from, int to);
 
   /// The working directory, absolute.
@@ -133,14 +132,13 @@ class FileOps {
   virtual int ChangeFolder(const char* path);  ///< Of the whole process.
 };
 
-/// The door in use: the system's own unless a test has put another in its place.
+/// The object in use: the system's own unless a test has replaced it.
 FileOps& Files();
 
-/// Puts `ops` (not owned, may be null for the system's own) in place for the lifetime of this
-/// object.
+/// Replaces what Files() returns for the lifetime of this object.
 class ScopedFileOps {
  public:
-  /// One inside another is allowed; the inner one ends first.
+  /// `ops` is not owned; null: the system's own. Objects may be nested; the inner one ends first.
   explicit ScopedFileOps(FileOps* ops);
   ScopedFileOps(const ScopedFileOps&) = delete;
   ScopedFileOps& operator=(const ScopedFileOps&) = delete;

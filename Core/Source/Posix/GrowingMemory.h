@@ -4,8 +4,8 @@
 
 namespace Posix {
 
-/// One piece of memory that keeps its bytes while it grows. A large one has pages of its own, which go back to the
-/// system when it ends, whatever the heap keeps.
+/// A block of memory that can grow and keeps its content. A large one has memory pages of its own, which are
+/// returned to the system when it is destroyed.
 class GrowingMemory {
  public:
   GrowingMemory() = default;
@@ -16,7 +16,7 @@ class GrowingMemory {
   char* data() const { return bytes_; }               ///< Null at first; another address after Grow().
   std::size_t capacity() const { return capacity_; }  ///< Bytes.
 
-  /// Makes room for at least `wanted` bytes, above the present capacity. A piece that becomes large gets `expected`
+  /// Makes room for at least `wanted` bytes, above the present capacity. A block that becomes large gets `expected`
   /// bytes where that is more: pages cost nothing until they are used. Throws std::bad_alloc, and nothing has changed.
   void Grow(std::size_t wanted, std::size_t expected);
 

@@ -12,7 +12,7 @@ namespace Posix {
 
 namespace {
 
-/// Room for text on its way, wiped at the end.
+/// A buffer for text between two encodings, wiped at the end.
 template <typename Unit>
 class Scratch {
  public:
@@ -28,8 +28,8 @@ class Scratch {
   std::array<Unit, 4096> units_;
 };
 
-// What `bytes` become at most: four bytes for each smallest character, or three where that is a UTF-16
-// unit, as what takes four bytes takes two units.
+// The greatest length of the result: four bytes for each smallest character, or three where that is a UTF-16
+// unit, as a character of four bytes takes two units.
 std::size_t MostUtf8Bytes(const UConverter* converter, std::size_t bytes) {
   const auto smallest = static_cast<std::size_t>(ucnv_getMinCharSize(converter));
   const std::size_t most = smallest == 2 ? 3 : 4;

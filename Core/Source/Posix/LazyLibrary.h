@@ -4,14 +4,14 @@
 
 namespace Posix {
 
-/// A shared library, or a function in it, that cannot be had. The text names it and the loader's reason.
+/// A shared library, or a function in it, that cannot be loaded. what() names it and the loader's reason.
 class LibraryNotLoaded : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// A shared library that the process loads when it first needs one of its functions, from where the system's
-/// loader looks for it. It stays loaded. One thread may use an object at a time.
+/// A shared library that is loaded when one of its functions is first needed, from where the system's loader
+/// looks for it. It stays loaded. One thread may use an object at a time.
 class LazyLibrary {
  public:
   /// `name` as the loader knows it, "libcrypto.so.3"; it must outlive this object.

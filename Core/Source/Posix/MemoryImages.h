@@ -2,9 +2,9 @@
 
 namespace Posix {
 
-/// Keeps what the process holds in memory out of files and out of other processes of the same user: it leaves
-/// no core image when it ends by a signal, and only a privileged process may look into it. It lasts as long as
-/// the process; child processes inherit the limit on core images. A system that refuses is ignored.
+/// Protects secrets in the memory of the process from other processes of the same user: it writes no core file
+/// when it ends by a signal, and only a privileged process may attach to it or read its memory. Cannot be undone;
+/// child processes inherit the limit on core files. A failure is ignored.
 void ForbidMemoryImages();
 
 }  // namespace Posix

@@ -4,9 +4,9 @@
 
 namespace Posix {
 
-/// A number that others can't foresee, from the system. Without its help, which takes a very old kernel or a
-/// sandbox, it is made of clock, process and addresses, and can be guessed with effort: never make a secret
-/// of it.
+/// An unpredictable number from the system's source of randomness. Where that fails (a very old kernel, a
+/// sandbox) it is made from the clock, the process number and addresses, and can be guessed with effort: do not
+/// use it as a secret.
 std::uint64_t RandomNumber();
 
 }  // namespace Posix

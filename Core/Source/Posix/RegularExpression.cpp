@@ -32,7 +32,7 @@ class Expression {
   bool compiled_;
 };
 
-// The matcher's own offsets are no wider.
+// regoff_t is an int.
 bool OffsetsFit(const char* subject) {
   return std::strlen(subject) <= static_cast<std::size_t>(std::numeric_limits<regoff_t>::max());
 }

@@ -4,7 +4,8 @@
 
 namespace Posix {
 
-/// Makes a system call, again while a signal interrupts it: its result, or the negated errno value.
+/// Makes a system call, and repeats it while a signal interrupts it. Returns its result, or the negated errno
+/// value.
 template <typename Call>
 auto ResultOf(Call call) {
   auto result = call();

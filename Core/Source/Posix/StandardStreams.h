@@ -2,13 +2,12 @@
 
 namespace Posix {
 
-/// Gets the three standard streams ready; to be called first in a program, before anything is
-/// written. A descriptor that the caller left closed is occupied, so that no file the program opens
-/// can take its number: input reads as empty, writing to the others fails. Standard output gets a
-/// generous buffer unless it is a terminal.
+/// Prepares the three standard streams; a program calls it first, before anything is written. Descriptors 0 to 2
+/// that are closed are opened, so that a file that the program opens cannot get their numbers: input is then
+/// empty, and writing to the others fails. Standard output gets a large buffer unless it is a terminal.
 void PrepareStandardStreams();
 
-/// Whether standard output is a pipe or socket that nobody reads any more.
+/// Whether standard output is a pipe or socket whose reading end is closed.
 bool ReaderOfStandardOutputIsGone();
 
 }  // namespace Posix

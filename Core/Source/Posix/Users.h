@@ -5,11 +5,11 @@
 
 namespace Posix {
 
-/// The home directory that the user database holds for the effective user; nothing when there is no
-/// entry. The environment is never asked.
+/// The home directory of the effective user in the user database; nullopt when there is no entry. The
+/// environment is not used.
 std::optional<std::string> HomeOfEffectiveUser();
 
-/// The same for a user's name.
+/// The home directory of the user of that name; nullopt when there is no entry.
 std::optional<std::string> HomeOfUser(const std::string& name);
 
 }  // namespace Posix
