@@ -46,7 +46,7 @@ std::uint32_t CappedCapacity(std::uint64_t capacity) {
   return static_cast<std::uint32_t>(std::min(capacity, kMaxLength));
 }
 
-// The length after `removed` of `length` bytes made room for `added` ones.
+// The length after `removed` of `length` bytes were replaced by `added` ones.
 std::uint32_t LengthAfter(std::uint32_t length, std::uint32_t removed, std::size_t added) {
   return NarrowLength(std::uint64_t{length} - removed + NarrowLength(added));
 }
@@ -55,7 +55,7 @@ void Copy(char* to, const char* from, std::size_t count) {
   if (count > 0) std::memcpy(to, from, count);
 }
 
-// The four characters of up to three bytes; padding stands where a byte is missing.
+// Encodes up to three bytes as four characters, with padding for missing bytes.
 void EncodeGroup(const unsigned char* in, std::size_t count, char* out) {
   const unsigned first = in[0];
   const unsigned second = count > 1 ? in[1] : 0U;
@@ -66,7 +66,7 @@ void EncodeGroup(const unsigned char* in, std::size_t count, char* out) {
   out[3] = count > 2 ? kBase64Alphabet[third & 63U] : '=';
 }
 
-// `out` can be the text itself: what is written never overtakes what is read. Stops at the first
+// `out` may be the text itself: writing never overtakes reading. Stops at the first
 // character outside the alphabet, padding included.
 void DecodeBase64(const char* text, std::size_t length, char* out, std::size_t outputLength) {
   unsigned bits = 0;
@@ -184,7 +184,7 @@ bool OxBuffer::Owns(const char* bytes) const {
   return !std::less<>()(bytes, data_) && std::less<>()(bytes, end);
 }
 
-// Whether SetLength() would move the bytes into smaller storage, or give it back.
+// Whether SetLength() would reallocate to a smaller capacity, or free the storage.
 bool OxBuffer::ShrinksStorage(std::uint64_t length) const {
   return length == 0 || (length <= capacity_ && length < length_ / 2);
 }
@@ -376,7 +376,7 @@ void OxBuffer::SecureClear() {
   Release();
 }
 
-// A read that fails half-way makes the whole load fail: half a file must not pass for a whole one.
+// A read that fails half-way makes the whole load fail: a part of a file must not pass for the whole.
 bool OxBuffer::LoadFromFile(const char* path) {
   const OpenFile file(path);
   Release();

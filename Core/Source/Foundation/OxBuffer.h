@@ -7,12 +7,12 @@
 
 #include "Foundation/Narrow.h"
 
-/// An owning, growable array of bytes with hexadecimal and base64 codecs.
+/// An owning, growable array of bytes with hexadecimal and base64 codecs: OxBuffer("Hi").ConvertToHex() is "4869".
 ///   Sizes:  bytes; length and capacity are 32-bit. A length above 0xFFFFFFFF throws std::bad_alloc.
-///   Errors: an operation that throws, for want of memory too, leaves the buffer as it was; LoadFromFile()
+///   Errors: an operation that throws, std::bad_alloc included, leaves the buffer unchanged; LoadFromFile()
 ///           leaves it empty.
-///   Owns:   its storage. Bytes beyond the length are undefined; growth never zeroes them, and storage
-///           that is given back is not cleared: secrets go through SecureClear().
+///   Owns:   its storage. Bytes beyond the length are undefined; growth does not zero them, and storage
+///           that is freed is not wiped: use SecureClear() for secrets.
 ///   Alias:  a source inside the buffer's own storage is allowed everywhere.
 class OxBuffer {
  public:
@@ -30,7 +30,7 @@ class OxBuffer {
   OxBuffer(const char* bytes, std::size_t count);
   /// The bytes of a zero-terminated text, which must not be null, without the terminator.
   explicit OxBuffer(const char* text);
-  /// `count` undefined bytes, with the growth rule of SetLength(); 0 is a count, not a null pointer.
+  /// `count` undefined bytes, with the growth rule of SetLength().
   template <std::integral Count>
   explicit OxBuffer(Count count) {
     SetLength(NarrowLength(+count));
@@ -43,23 +43,23 @@ class OxBuffer {
 
   std::uint32_t length() const { return length_; }      ///< Bytes.
   std::uint32_t capacity() const { return capacity_; }  ///< Bytes of storage.
-  bool empty() const { return length_ == 0; }           ///< Also with storage.
-  /// The first byte, or null without storage. Any operation that is not const ends its validity, except
-  /// element access, ByteSwap16() and one that throws.
+  bool empty() const { return length_ == 0; }  ///< Whether the length is 0; there may be storage.
+  /// The first byte, or null without storage. Invalidated by every non-const operation except element access,
+  /// ByteSwap16() and one that throws.
   char* data() { return data_; }
   const char* data() const { return data_; }
-  std::string_view view() const { return {data_, length_}; }  ///< Valid as data() is.
+  std::string_view view() const { return {data_, length_}; }  ///< Valid as long as data() is.
 
-  /// Replaces the content. Null counts as no bytes, whatever the count.
+  /// Replaces the content. Null: no bytes, whatever the count.
   void Assign(const char* bytes, std::size_t count);
   /// The bytes of a zero-terminated text; null counts as none.
   void Assign(const char* text);
 
-  /// Nothing when `bytes` is null or `count` is 0.
+  /// No effect when `bytes` is null or `count` is 0.
   void Append(const char* bytes, std::size_t count);
   /// The bytes of a zero-terminated text; null counts as none.
   void Append(const char* text);
-  /// Appends one byte, also the zero byte; of a wider number the low eight bits.
+  /// Appends one byte (zero included): the low eight bits of the number.
   void Append(char byte);
   template <std::integral Byte>
   void Append(Byte byte) {
@@ -76,25 +76,25 @@ class OxBuffer {
   OxBuffer& operator+=(const OxBuffer& other);
 
   /// Throws OutOfRange when there is no storage or `index` > length - 1. Deliberate: that difference is
-  /// unsigned, so a buffer with storage and length 0 does not throw; it yields a spare byte of its own.
+  /// unsigned, so a buffer with storage and length 0 does not throw; the result is a byte of the spare capacity.
   char& operator[](std::size_t index);
   const char& operator[](std::size_t index) const;
 
-  void Clear() { SetLength(0); }  ///< Gives the storage back.
-  /// Sets the length and keeps the bytes that fit. 0 gives the storage back; the first storage has ten
-  /// bytes to spare, growth past the capacity half as much again; below half of the current length the
-  /// storage shrinks to `length` + 10.
+  void Clear() { SetLength(0); }  ///< Frees the storage.
+  /// Sets the length and keeps the bytes that fit. 0 frees the storage; the first allocation has a capacity of
+  /// `length` + 10, growth past the capacity allocates half as much again; below half of the current length
+  /// the capacity shrinks to `length` + 10.
   void SetLength(std::size_t length);
-  /// Removes up to `count` bytes from `start`; nothing when `start` is not below the length. Removing
-  /// everything gives the storage back, anything else keeps the capacity.
+  /// Removes up to `count` bytes from `start`; no effect when `start` is not below the length. Removing
+  /// everything frees the storage, anything else keeps the capacity.
   void Remove(std::size_t start, std::size_t count);
-  /// Puts `count` bytes in the place of a range; with null bytes the room is made and left undefined.
+  /// Replaces a range by `count` bytes; with null `bytes` the new bytes are undefined.
   /// Throws OutOfRange when the range ends beyond the length.
   void Replace(const Range& range, const char* bytes, std::size_t count);
 
   /// The same bytes.
   bool operator==(const OxBuffer& other) const;
-  /// Deliberate: the same answer as ==, true when EQUAL. Never use it to test for difference.
+  /// Deliberate: the same result as ==, true when EQUAL. Do not use it to test for difference.
   bool operator!=(const OxBuffer& other) const { return *this == other; }
 
   /// Swaps the two bytes of every 16-bit unit; false, and nothing changed, when empty or of odd length.
@@ -106,19 +106,18 @@ class OxBuffer {
   /// Empty when the length is odd. A pair that holds anything but a digit becomes "?".
   OxBuffer ConvertFromHex() const;
 
-  /// RFC 4648 text with padding, without line breaks, in place. Deliberate: nothing becomes "====".
+  /// RFC 4648 text with padding, without line breaks, in place. Deliberate: an empty buffer becomes "====".
   void ToBase64();
-  /// Decodes in place. False, and nothing changed, when the length is no multiple of 4. Deliberate:
-  /// decoding stops silently at a foreign character with the full length set; bytes not reached keep
-  /// the text's own, and the result is true.
+  /// Decodes in place. False, and nothing changed, when the length is not a multiple of 4. Deliberate:
+  /// decoding stops silently at a character outside the alphabet, and the result is true; the length is
+  /// that of the whole result, whose rest keeps bytes of the base64 text.
   bool FromBase64();
 
-  /// Overwrites the whole capacity with zeros, then gives the storage back.
+  /// Overwrites the whole capacity with zeros, then frees the storage.
   void SecureClear();
 
-  /// Gives the storage back, then takes the content of a regular file. False, and empty, when it
-  /// cannot be opened, is no regular file or has 4 GiB or more; and when reading it fails half-way, so that
-  /// a part is never taken for the whole.
+  /// Frees the storage, then reads a whole regular file. False, and empty, when it cannot be opened, is not a
+  /// regular file, has 4 GiB or more, or cannot be read to its end.
   bool LoadFromFile(const char* path);
 
  private:

@@ -13,8 +13,8 @@ OxString WithDot(const OxString& extension) {
   return extension.view().starts_with('.') ? extension : OxString(".") + extension;
 }
 
-// "~" and "~/x" stand for the effective user's home, "~name" for another user's; a user without an
-// entry leaves the text as it is.
+// Expands "~" and "~/x" to the effective user's home, "~name" to another user's. For a user without an entry
+// the text is unchanged.
 std::string ExpandHome(const std::string& text) {
   const std::size_t nameEnd = std::min(text.find(kSeparator), text.size());
   const std::string name = text.substr(1, nameEnd - 1);

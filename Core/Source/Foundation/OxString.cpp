@@ -15,7 +15,7 @@
 
 namespace {
 
-// At least half as much again, so that appending bit by bit stays cheap.
+// At least half as much again, so that appending n characters one by one costs O(n).
 std::uint32_t GrownCapacity(std::uint32_t capacity, std::uint32_t wanted) {
   const std::uint64_t grown = std::uint64_t{capacity} + capacity / 2;
   return static_cast<std::uint32_t>(
@@ -33,7 +33,7 @@ std::unique_ptr<char[]> OxString::NewStorage(std::uint32_t capacity) {
   return std::unique_ptr<char[]>(new char[*bytes]);
 }
 
-// In the place of the former storage.
+// Replaces the former storage.
 void OxString::AdoptHeap(std::unique_ptr<char[]> bytes, std::uint32_t capacity) {
   if (!IsLocal()) delete[] HeapBytes();
   char* const owned = bytes.release();
@@ -42,13 +42,13 @@ void OxString::AdoptHeap(std::unique_ptr<char[]> bytes, std::uint32_t capacity) 
   storage_[kTagAt] = 1;
 }
 
-// Back to an empty local text; the length fields are the caller's.
+// Frees the storage; the caller sets the length fields.
 void OxString::ReleaseHeap() {
   if (!IsLocal()) delete[] HeapBytes();
   std::memset(storage_, 0, sizeof storage_);
 }
 
-// Room for `bytes` bytes and the terminator; the text stays.
+// Reserves `bytes` bytes and the terminator; keeps the text.
 void OxString::Grow(std::uint32_t bytes) {
   const std::uint32_t capacity = Capacity();
   if (bytes <= capacity) return;
@@ -70,7 +70,7 @@ bool OxString::Owns(const char* bytes) const {
   return !std::less<>()(bytes, Data()) && !std::less<>()(Data() + Capacity(), bytes);
 }
 
-// Copies text that is known to be acceptable, which may lie in this string.
+// Copies text that is known to be acceptable and may be a part of this string.
 void OxString::AssignValid(const char* bytes, std::size_t count, std::uint32_t codePoints) {
   const std::uint32_t size = NarrowLength(count);
   if (size > Capacity()) {
@@ -245,7 +245,7 @@ std::size_t OxString::BytesInRange(const char* p, std::uint64_t count) const {
 // ---- Access
 
 void OxString::EncodeUtf16(OxBuffer& out) const {
-  // A length that is wrong after an erase past the end must not lead the conversion astray.
+  // The length may be wrong after an erase past the end: count again.
   if (length_ > StringWalk::CountCharacters(view())) throw ::InvalidEncoding();
   const auto* bytes = reinterpret_cast<const unsigned char*>(Data());
   out.SetLength(NarrowLength(2 * std::uint64_t{ConvertUTF8ToUTF16(bytes, nullptr, length_)}));

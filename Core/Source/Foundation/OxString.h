@@ -12,24 +12,24 @@
 #include "Foundation/OxBuffer.h"
 #include "Foundation/UnicodeConversion.h"
 
-/// Unicode text, held as UTF-8.
+/// Unicode text, stored as UTF-8: OxString("na\xC3\xAFve") has length() 5 and size() 6.
 ///   Units:   positions, lengths and counts are code points, -1 meaning "not found" as a result and
 ///            "to the end" (or "from the last character") as an argument. Two operations deliberately
 ///            differ: find() of a code point and operator[]; each says so.
 ///   Zeros:   a U+0000 inside the text is stored and counted, but walks over characters stop at it.
-///   Numbers: wherever one character is meant, any integer type is its code point, so a negative `char`
-///            is none. Deliberate: surrogates, U+FFFE, U+FFFF and what is above U+10FFFF become U+FFFD.
-///   Texts:   where UTF-8 bytes are an argument, bytes that are not acceptable throw InvalidEncoding, and
+///   Numbers: where an argument is one character, any integer type is its code point, so a negative `char`
+///            is not one. Deliberate: surrogates, U+FFFE, U+FFFF and what is above U+10FFFF become U+FFFD.
+///   Texts:   where UTF-8 bytes are an argument, bytes that are not acceptable UTF-8 throw InvalidEncoding, and
 ///            null is an empty text.
 ///   Sizes:   32-bit; text of 4 GiB and more throws std::bad_alloc.
-///   Errors:  an operation that throws, for want of memory too, leaves the string as it was, u_str()'s text
-///            included. Setting and format() differ for what is not acceptable text: each says so.
+///   Errors:  an operation that throws, std::bad_alloc included, leaves the string unchanged, with what u_str()
+///            returned. Setting and format() differ for text that is not acceptable: each says so.
 ///   Alias:   a source inside the string's own storage is allowed everywhere.
-///   Cost:    short text lives in the object. A position in ASCII text is found as fast as memory is
-///            read, in other text by a walk from the front.
+///   Cost:    short text lives in the object. A position in ASCII text costs one memchr() up to there, in
+///            other text a walk from the front.
 class OxString {
  public:
-  /// A position or a count; signed, as -1 has a meaning.
+  /// A position or a count; signed, because -1 has a meaning.
   using Index = std::int64_t;
   /// Whether letter case counts.
   enum ECaseSense { kCaseSensitive = 0, kCaseInsensitive = 1 };
@@ -98,14 +98,14 @@ class OxString {
   /// throws std::bad_alloc if it was out of memory. Output that is not UTF-8 empties the string and throws
   /// InvalidEncoding.
   OxString& format(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
-  /// The same for arguments that were begun already.
+  /// The same, taking a va_list.
   OxString& format_v(const char* fmt, va_list arguments) __attribute__((format(printf, 2, 0)));
 
-  /// Empties the text and gives its storage back; the bytes are not overwritten.
+  /// Empties the text and frees its storage; the bytes are not wiped.
   OxString& clear();
-  /// Overwrites every byte that this string ever held and still owns, then clears it.
+  /// Zeroes all storage that it owns, spare capacity and UTF-16 copy included, then clears it.
   void secure_clear();
-  /// Makes room for `bytes` bytes of UTF-8 in all; up to that size, appending moves no bytes.
+  /// Allocates for `bytes` bytes of UTF-8 in all; appending up to that size does not allocate.
   void reserve(std::size_t bytes);
 
   std::uint32_t length() const { return length_; }  ///< Code points.
@@ -122,8 +122,8 @@ class OxString {
   /// Zero-terminated UTF-16 in machine order, never null: built on first use and kept until the text
   /// changes. Empty when the text cannot be converted; throws std::bad_alloc without the memory for it.
   const unsigned short* u_str() const;
-  /// Copies the text and its terminator and returns the copy's bytes. An empty string gives no bytes and
-  /// null. Never throws: on a failure `out` is empty and the result null, too.
+  /// Copies the text and its terminator to `out` and returns the copy's bytes. For an empty string `out` is
+  /// empty and the result null. Never throws: on a failure `out` is empty and the result null, too.
   const char* get_utf8(OxBuffer& out) const;
   /// The same for UTF-16, 2 bytes per code unit, without a terminator.
   const char* get_utf16(OxBuffer& out) const;
@@ -132,16 +132,16 @@ class OxString {
   /// offset, sign-extended, which is the code point only in ASCII text. Throws OutOfRange.
   int operator[](std::size_t index) const;
   /// The first number in the text, other characters before it skipped ("abc12" is 12, "x-5" is -5),
-  /// 32-bit with wrap-around; 0 when there is none. Deliberate: a sign begins the number, so that one
-  /// without a digit behind it is 0 ("- 5", "a-b7").
+  /// 32-bit with wrap-around; 0 when there is none. Deliberate: a sign begins the number, so a sign
+  /// that no digit follows makes it 0 ("- 5", "a-b7").
   int to_int() const;
   /// The number at the front, as atof() reads it in the C locale; 0 when there is none.
   double to_double() const;
 
   const_iterator begin() const;  ///< At the first character.
-  const_iterator end() const;    ///< Behind the last one.
+  const_iterator end() const;    ///< Past the last character.
 
-  // A start below 0 finds nothing, unless -1 has a meaning.
+  // With a start below 0 nothing is found, unless -1 has a meaning.
 
   /// Position of the first occurrence of `text` at or after `start`; an empty text is never found.
   template <std::integral Start = int>
@@ -171,8 +171,8 @@ class OxString {
   /// Whether the bytes of `text` occur; false for an empty text.
   bool contains(const char* text) const;
 
-  /// The sub-matches of a POSIX extended expression, the whole match first, as far as
-  /// Posix::SearchExpression() gives them; empty when it does not match or compile. Deliberate: the
+  /// The sub-matches of a POSIX extended regular expression, the whole match first, as
+  /// Posix::SearchExpression() returns them; empty when it does not match or compile. Deliberate: the
   /// matcher's byte offsets are used as code point positions.
   std::vector<OxString> findRE(const OxString& pattern, ECaseSense caseSense) const;
   /// The pieces between delimiters; an empty string has none, "a," has two.
@@ -188,8 +188,8 @@ class OxString {
   /// By compare(): letter case counts.
   bool operator==(const OxString& other) const { return compare(other) == 0; }
   bool operator==(const char* utf8) const { return compare(utf8) == 0; }
-  bool operator<(const OxString& other) const { return compare(other) < 0; }  ///< Likewise.
-  bool operator>(const OxString& other) const { return compare(other) > 0; }  ///< Likewise.
+  bool operator<(const OxString& other) const { return compare(other) < 0; }  ///< By compare().
+  bool operator>(const OxString& other) const { return compare(other) > 0; }  ///< By compare().
 
   /// Appends; the text itself is allowed.
   OxString& operator+=(const OxString& text);
@@ -198,7 +198,7 @@ class OxString {
   OxString& operator+=(CodePoint codePoint) {
     return AppendCodePoint(static_cast<unsigned long>(codePoint));
   }
-  /// Both texts, one behind the other.
+  /// The concatenation of both texts.
   friend OxString operator+(const OxString& a, const OxString& b) {
     OxString sum(a);
     sum += b;
@@ -224,18 +224,18 @@ class OxString {
   OxString& replace(From from, To to) {
     return ReplaceCodePoint(static_cast<unsigned long>(from), static_cast<unsigned long>(to));
   }
-  /// Replaces every occurrence, searching on behind each replacement.
+  /// Replaces every occurrence; the search goes on after each replacement.
   OxString& replace(const OxString& what, const OxString& with);
   OxString& to_upper();  ///< ASCII letters only.
   OxString& to_lower();  ///< ASCII letters only.
-  /// Removes white space (see IsWhitespace()) in front.
+  /// Removes white space (see IsWhitespace()) at the front.
   OxString& trim_left();
   OxString& trim_right();  ///< At the end.
   OxString& trim();        ///< At both ends.
   /// Every byte but ASCII letters and digits becomes "%" and two upper-case digits.
   OxString& encode_url();
-  /// The reverse. Throws InvalidEncoding for a "%" with fewer than two bytes behind it, the text unchanged,
-  /// and for a result that is no UTF-8, the text empty. Deliberate: a wrong digit counts as all ones, and
+  /// The reverse. Throws InvalidEncoding for a "%" that fewer than two bytes follow (the text is unchanged)
+  /// and for a result that is not UTF-8 (the text is empty). Deliberate: a wrong digit counts as all ones, and
   /// "+" stays.
   OxString& decode_url();
 
@@ -280,8 +280,7 @@ class OxString {
   OxString& Erase(Index position, Index count);
   OxString& ReplaceCodePoint(unsigned long from, unsigned long to);
 
-  // Up to 14 bytes and their terminator lie here; else a pointer and a capacity do. The last byte
-  // tells which.
+  // Up to 14 bytes and their terminator, or a pointer and a capacity. The last byte says which.
   alignas(8) char storage_[16] = {};
   std::uint32_t size_ = 0;
   std::uint32_t length_ = 0;
@@ -291,18 +290,18 @@ class OxString {
 /// Walks the characters of a string, valid until its text changes. All comparisons compare the index alone.
 class OxString::const_iterator {
  public:
-  /// Dereferencing an iterator that points nowhere.
+  /// An iterator without a string, or past the end, is dereferenced.
   class OutOfBounds {};
 
   const_iterator() = default;
   /// The code point here; throws OutOfBounds past the end.
   unsigned long operator*() const;
-  /// One character further; past the end the index goes on counting.
+  /// Advances by one character; past the end only the index changes.
   const_iterator& operator++();
   const_iterator operator++(int);
-  /// Beyond the end the index goes on counting, but nothing can be read.
+  /// Advances by `count` characters; past the end only the index changes.
   const_iterator& operator+=(std::size_t count);
-  const_iterator operator+(std::size_t count) const;  ///< The same on a copy.
+  const_iterator operator+(std::size_t count) const;  ///< operator+=() on a copy.
   bool operator==(const const_iterator& other) const { return index_ == other.index_; }    ///< By index.
   auto operator<=>(const const_iterator& other) const { return index_ <=> other.index_; }  ///< By index.
 
@@ -334,7 +333,7 @@ inline void OxString::SetSize(std::uint32_t size) {
   Data()[size] = 0;
 }
 
-// The character behind the one at `p`, or null at the end.
+// The character after the one at `p`, or null at the end.
 inline const char* OxString::NextCharPos(const char* p) {
   const unsigned short length = GetUTF8SequenceLength(static_cast<unsigned char>(*p));
   if (length == 0) throw InvalidEncoding();
@@ -353,8 +352,8 @@ inline OxString::const_iterator& OxString::const_iterator::operator++() {
   return *this;
 }
 
-/// A hash that is equal for any two strings with the same characters, without regard to letter case. It is
-/// keyed anew in each process, so never store it: who chooses the texts can't choose which of them collide.
+/// A hash that is equal for any two strings with the same characters, without regard to letter case. The key
+/// is drawn anew in each process, so that nobody can choose texts that collide: do not store the hash.
 std::size_t HashNoCase(const OxString& text);
 /// The same for bytes that would be acceptable to OxString.
 std::size_t HashNoCase(std::string_view utf8);

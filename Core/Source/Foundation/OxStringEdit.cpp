@@ -18,7 +18,7 @@ bool IsWhitespaceByte(char byte) {
   return IsWhitespace(static_cast<signed char>(byte));
 }
 
-// All ones for a character that is no digit.
+// All ones for a character that is not a digit.
 std::uint32_t HexDigitValue(char digit) {
   const auto c = static_cast<unsigned char>(digit);
   if (c >= '0' && c <= '9') return c - std::uint32_t{'0'};
@@ -123,9 +123,8 @@ OxString& OxString::ReplaceCodePoint(unsigned long from, unsigned long to) {
   return *this = std::move(result);
 }
 
-// What follows a replacement is still the original text, so the search goes on there: from the
-// position behind the replacement, which a zero or the length, be it right or wrong, can put out of
-// reach.
+// What follows a replacement is still the original text, so the search goes on after it. A zero or a wrong length
+// can make that position unreachable.
 OxString& OxString::replace(const OxString& what, const OxString& with) {
   if (FindText(what, 0) == -1) {
     DropCache();

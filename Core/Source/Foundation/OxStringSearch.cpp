@@ -6,9 +6,8 @@
 #include "Foundation/StringWalk.h"
 #include "Posix/RegularExpression.h"
 
-// The first place at or behind `from`, and before the next zero byte, where the bytes of whole
-// characters stand, or null. No character holds a byte that could begin another, so that a search by
-// bytes finds what a search by characters would.
+// The first occurrence at or after `from`, and before the next zero byte, or null. No character contains a byte
+// that could begin another, so a search by bytes finds what a search by characters would.
 const char* OxString::FindBytes(const char* from, std::string_view bytes) const {
   const auto left = static_cast<std::size_t>(Data() + size_ - from);
   const auto* found = static_cast<const char*>(memmem(from, left, bytes.data(), bytes.size()));

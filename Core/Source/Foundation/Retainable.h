@@ -7,11 +7,11 @@ namespace Hux {
 template <typename T>
 class SmartPtr;
 
-/// Base of the objects that several owners share. The count lives in the object and starts at 1: that
-/// reference is the creator's, who hands it to a SmartPtr without adding another.
-///   Threads: one for each object and what it shares; the count is not atomic.
-///   Dying:   a destructor may make references to its own object; none of them may outlive it, and none
-///            destroys it again.
+/// Base of objects with an intrusive reference count. The count starts at 1: that reference belongs to the creator,
+/// who passes it to a SmartPtr without adding another.
+///   Threads: one thread at a time for an object and what it shares; the count is not atomic.
+///   Destructors may make references to their own object; these must not outlive the destructor, and do not
+///   destroy the object again.
 class Retainable {
  public:
   Retainable(const Retainable&) = delete;
@@ -38,7 +38,7 @@ class Retainable {
     delete this;
   }
 
-  // So far from 0 that the references made by a destructor never come back to it.
+  // So far from 0 that releasing references made by a destructor never reaches 0 again.
   static constexpr std::uint32_t kDying = 0x80000000;
 
   mutable std::uint32_t count_ = 1;

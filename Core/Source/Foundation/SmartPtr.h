@@ -8,38 +8,38 @@
 
 namespace Hux {
 
-/// Holds one reference to a Retainable object, or null. Comparison is identity, never value.
+/// Owns one reference to a Retainable object, or is null. Comparison is by identity, not by value.
 ///   Errors: dereferencing null is undefined, as for a raw pointer; nothing throws.
 template <typename T>
 class SmartPtr {
  public:
   SmartPtr() noexcept = default;
-  SmartPtr(std::nullptr_t) noexcept {}  ///< Holds nothing.
+  SmartPtr(std::nullptr_t) noexcept {}  ///< Null.
   SmartPtr(const SmartPtr& other) noexcept : pointer_(other.pointer_) { RetainHeld(); }
   SmartPtr(SmartPtr&& other) noexcept : pointer_(std::exchange(other.pointer_, nullptr)) {}
-  /// Up-cast, or checked down-cast that gives null when the object is no T.
+  /// Up-cast, or checked down-cast: null when the object is not a T.
   template <typename U>
   SmartPtr(const SmartPtr<U>& other) noexcept : pointer_(Cast(other.get())) {
     RetainHeld();
   }
   ~SmartPtr() { ReleaseObject(pointer_); }
 
-  /// Takes over the creator's reference: the count is not touched.
+  /// Takes over the creator's reference; the count stays the same.
   static SmartPtr Adopt(T* object) noexcept {
     SmartPtr result;
     result.pointer_ = object;
     return result;
   }
 
-  /// Adds a reference to an object that is owned elsewhere; see make_ref().
+  /// Adds a reference to an object that has other owners; see make_ref().
   static SmartPtr Retained(T* object) noexcept {
     SmartPtr result = Adopt(object);
     result.RetainHeld();
     return result;
   }
 
-  /// The new target is retained before the old one is released, and the old one is released last, so
-  /// that a destructor that looks back sees the new state.
+  /// Retains the new target before it releases the old one, whose destructor sees this pointer with its new
+  /// value.
   SmartPtr& operator=(const SmartPtr& other) noexcept {
     if (this == &other) return *this;
     other.RetainHeld();
@@ -59,23 +59,23 @@ class SmartPtr {
     return *this;
   }
 
-  /// The object as a U, or null when it is none.
+  /// The object as a U, or null when it is not one.
   template <typename U>
   SmartPtr<U> dynamic_cast_to() const noexcept {
     return SmartPtr<U>(*this);
   }
 
-  T* get() const noexcept { return pointer_; }         ///< Borrowed; null when nothing is held.
-  T* operator->() const noexcept { return pointer_; }  ///< The object, which must be there.
-  T& operator*() const noexcept { return *pointer_; }  ///< The object, which must be there.
-  /// Whether an object is held.
+  T* get() const noexcept { return pointer_; }         ///< Not retained; may be null.
+  T* operator->() const noexcept { return pointer_; }  ///< Must not be null.
+  T& operator*() const noexcept { return *pointer_; }  ///< Must not be null.
+  /// Whether it is not null.
   explicit operator bool() const noexcept { return pointer_ != nullptr; }
-  /// Whether both hold the same object, or none.
+  /// Whether both have the same object, or are null.
   template <typename U>
   bool operator==(const SmartPtr<U>& other) const noexcept {
     return pointer_ == other.get();
   }
-  /// Whether nothing is held.
+  /// Whether it is null.
   bool operator==(std::nullptr_t) const noexcept { return pointer_ == nullptr; }
 
  private:
@@ -88,7 +88,7 @@ class SmartPtr {
     }
   }
   T* Detach() noexcept { return std::exchange(pointer_, nullptr); }
-  // A reference more, or one less, through the base that holds the count.
+  // Through the base class, which has the count.
   void RetainHeld() const noexcept {
     if (pointer_ != nullptr) static_cast<const Retainable*>(pointer_)->Retain();
   }
@@ -99,8 +99,8 @@ class SmartPtr {
   T* pointer_ = nullptr;
 };
 
-/// A new counted reference to an object that is already owned elsewhere (`this`, a raw back link). One that
-/// a destructor makes of its own object has to be gone when that destructor's class is.
+/// A new counted reference to an object that already has an owner (`this`, a raw back link). One that a destructor
+/// makes of its own object must be released before that destructor ends.
 template <typename T>
 SmartPtr<T> make_ref(T* object) noexcept {
   return SmartPtr<T>::Retained(object);

@@ -38,8 +38,8 @@ unsigned long Fold(unsigned long c) {
   return c < kFoldedAscii.size() / 2 ? kFoldedAscii[c] : Posix::FoldCase(static_cast<char32_t>(c));
 }
 
-// Reads UTF-8 text as the UTF-16 code units it would become, without making them. Surrogates that
-// were stored as characters of their own meet their partner here, as they would in UTF-16.
+// Reads UTF-8 text as UTF-16 code units, without storing them. Surrogates that are stored as separate characters
+// form pairs here, as they would in UTF-16.
 class UnitReader {
  public:
   static constexpr int kEnd = -1;
@@ -87,7 +87,7 @@ bool HoldsBeyondUtf16(std::string_view text) {
   return found != 0;
 }
 
-// What becomes UTF-16 of a text that says how long it is: nothing when it is shorter.
+// The part of a text that is converted to UTF-16: none when the text is shorter than its length says.
 std::optional<std::string_view> Characters(std::string_view text, std::size_t count) {
   if (count == StringWalk::CountCharacters(text)) return text;
   std::size_t bytes = 0;
@@ -108,8 +108,8 @@ std::size_t CharacterBefore(std::string_view text, std::size_t place) {
   return place;
 }
 
-// The bytes that need no comparison because both texts begin with them. Two characters stay: the
-// difference can lie inside one, and before it a surrogate can wait for its partner.
+// The length of the common prefix, which need not be compared, minus two characters: the difference can be inside
+// one, and the one before it can be the first half of a surrogate pair.
 std::size_t CommonBytes(std::string_view a, std::string_view b) {
   const auto* differs = std::mismatch(a.begin(), a.end(), b.begin(), b.end()).first;
   return CharacterBefore(a, CharacterBefore(a, static_cast<std::size_t>(differs - a.begin())));
@@ -145,17 +145,16 @@ constexpr std::size_t kWordBytes = sizeof(std::uint64_t);
 
 using HashKey = std::array<std::uint64_t, 2>;
 
-// Drawn once in the life of the process.
+// Drawn once per process.
 const HashKey& ProcessKey() {
   static const HashKey key = {Posix::RandomNumber(), Posix::RandomNumber()};
   return key;
 }
 
-// SipHash with one round a word and three at the end, fed with up to eight bytes at a time. Without the key
-// nobody can choose texts that collide.
+// SipHash-1-3, fed with up to eight bytes at a time. Without the key nobody can choose texts that collide.
 class KeyedHash {
  public:
-  // The `count` low bytes of a number, 1 to 7, that has no others.
+  // The `count` (1 to 7) low bytes of a number whose other bytes are zero.
   void Add(std::uint64_t bytes, unsigned count) {
     pending_ |= bytes << 8 * pendingBytes_;
     total_ += count;
@@ -163,10 +162,10 @@ class KeyedHash {
     if (pendingBytes_ < 8) return;
     Absorb(pending_);
     pendingBytes_ -= 8;
-    // What went over the eight bytes; a whole word never leaves any when none was pending.
+    // What exceeds the eight bytes. With nothing pending, a whole word leaves no rest.
     pending_ = pendingBytes_ == 0 ? 0 : bytes >> 8 * (count - pendingBytes_);
   }
-  // Eight bytes when none is pending.
+  // Eight bytes; nothing may be pending.
   void AddWord(std::uint64_t word) {
     total_ += 8;
     Absorb(word);
@@ -207,7 +206,7 @@ class KeyedHash {
   unsigned total_ = 0;
 };
 
-// Eight ASCII characters in the order of a byte stream, capital letters as small ones.
+// Eight ASCII characters, the first in the lowest byte, with capital letters made small.
 std::uint64_t FoldAsciiWord(const char* characters) {
   constexpr std::uint64_t kEach = 0x0101010101010101;
   std::uint64_t word = 0;
@@ -259,7 +258,7 @@ std::size_t HashNoCase(std::string_view utf8) {
   } else {
     UnitReader units(utf8, true);
     for (int unit = units.Next(); unit != UnitReader::kEnd; unit = units.Next()) {
-      // Two more bytes, marked by the first, for what is not ASCII, so that no two texts feed the same bytes.
+      // A marker and two more bytes for characters outside ASCII, so that no two texts feed the same bytes.
       const auto value = static_cast<unsigned>(unit);
       hash.Add(value < 0x80 ? value : 0x80U | value << 8, value < 0x80 ? 1 : 3);
     }

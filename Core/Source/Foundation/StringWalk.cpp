@@ -7,8 +7,8 @@
 
 namespace {
 
-// A byte must continue a character exactly when one of the three before it leads that far. There are
-// no branches, so that the compiler can judge many bytes at once.
+// A byte must continue a character exactly when one of the three bytes before it begins a character that long.
+// Without branches, so that the compiler can vectorise it.
 unsigned char Offends(unsigned char third, unsigned char second, unsigned char last,
                       unsigned char byte) {
   const bool reached = (last >= 0xC0) | (second >= 0xE0) | (third >= 0xF0);
@@ -16,7 +16,7 @@ unsigned char Offends(unsigned char third, unsigned char second, unsigned char l
   return static_cast<unsigned char>((reached != continues) | (byte >= 0xF8));
 }
 
-// The same for any place from 0 to the length; zeros stand on both sides of the text.
+// The same for any position from 0 to the length; bytes outside the text count as zeros.
 unsigned char OffendsAt(std::string_view utf8, std::size_t place) {
   const auto at = [utf8](std::size_t i) {
     return i < utf8.size() ? static_cast<unsigned char>(utf8[i]) : static_cast<unsigned char>(0);

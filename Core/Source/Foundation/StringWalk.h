@@ -6,30 +6,30 @@
 #include "Foundation/OxString.h"
 #include "Foundation/UnicodeConversion.h"
 
-/// Steps over UTF-8 bytes that the sources of the string share; `char` pointers throughout.
+/// UTF-8 primitives shared by the sources of OxString; `char` pointers throughout.
 namespace StringWalk {
 
-/// A byte that goes on with a character.
+/// Whether a byte continues a character.
 inline bool IsContinuation(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-/// Bytes of the character at `p`; throws OxString::InvalidEncoding for a byte that begins none.
+/// Bytes of the character at `p`; throws OxString::InvalidEncoding for a byte that cannot begin one.
 inline unsigned short SequenceLength(const char* p) {
   const unsigned short length = GetUTF8SequenceLength(static_cast<unsigned char>(*p));
   if (length == 0) throw OxString::InvalidEncoding();
   return length;
 }
 
-/// The code point at `p`, whose bytes are all there; throws ::InvalidEncoding for a byte that begins none.
+/// The code point at `p`, whose bytes are all there; throws ::InvalidEncoding for a byte that cannot begin one.
 inline unsigned long Decode(const char* p) {
   unsigned short length = 0;
   return UTF8CharToUnicode(reinterpret_cast<const unsigned char*>(p), length);
 }
 
-bool IsAscii(std::string_view utf8);  ///< Every byte below 80.
+bool IsAscii(std::string_view utf8);  ///< Whether every byte is below 80.
 
-/// Characters in bytes that are acceptable: every byte that continues none begins one.
+/// The number of characters in acceptable bytes: those that do not continue one.
 std::size_t CountCharacters(std::string_view utf8);
 
 /// Whether the bytes are acceptable to the string, and how many characters they hold.

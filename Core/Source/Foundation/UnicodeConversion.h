@@ -19,7 +19,7 @@ inline unsigned short GetUTF8SequenceLength(unsigned char lead) {
 }
 
 /// Decodes the character at `p` and sets `length` to its bytes. The following bytes are not examined.
-/// Throws InvalidEncoding for a continuation byte. Deliberate: a lead of F8-FF gives U+FFFD and leaves
+/// Throws InvalidEncoding for a continuation byte. Deliberate: a lead byte of F8-FF returns U+FFFD and leaves
 /// `length` unchanged.
 inline unsigned long UTF8CharToUnicode(const unsigned char* p, unsigned short& length) {
   constexpr unsigned long kReplacement = 0xFFFD;
@@ -51,12 +51,12 @@ std::size_t ConvertUTF16ToUTF8(const unsigned short* in, unsigned char* out, std
 /// Code units of a code point: 2 for U+10000 to U+10FFFF, else 1.
 unsigned short GetUTF16SequenceLength(unsigned long codePoint);
 
-/// Writes 1 or 2 code units and returns their number, with the substitutions of UnicodeCharToUTF8.
+/// Writes 1 or 2 code units and returns their number, with the substitutions of UnicodeCharToUTF8().
 unsigned short UnicodeCharToUTF16(unsigned long codePoint, unsigned short* out);
 
 /// Decodes the character at `p`, of which `units` code units are left, and sets `length` to the units
 /// it takes. Throws InvalidEncoding as ConvertUTF16ToUTF8() does; a last lone surrogate is returned as it is.
 unsigned long UTF16CharToUnicode(const unsigned short* p, std::size_t units, unsigned short& length);
 
-/// ASCII white space as the string sees it: 0x00 to 0x20 and 0x7F. Anything outside 0 to 127 is none.
+/// ASCII white space as the string sees it: 0x00 to 0x20 and 0x7F. Nothing else is white space.
 bool IsWhitespace(int c);
