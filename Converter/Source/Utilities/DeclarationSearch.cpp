@@ -9,7 +9,7 @@ constexpr std::size_t kNone = std::string_view::npos;
 
 using Name = std::optional<std::string_view>;
 
-/// The name in front of the text behind a "=", empty when there is none.
+/// The name at the front of the text after a "=", empty when there is none.
 using TakeName = std::string_view (*)(std::string_view);
 
 std::string_view TakeQuoted(std::string_view text) {
@@ -43,13 +43,13 @@ bool EndsWith(std::string_view text, std::string_view lowerCase) {
          StartsWith(text.substr(text.size() - lowerCase.size()), lowerCase);
 }
 
-/// The search for declarations of one kind, fed with the places where one may begin, in order.
+/// Searches for declarations of one kind, given the places where one may begin, in order.
 class Search {
  public:
   Search(std::string_view opener, std::string_view key, TakeName takePreferred, TakeName takeOther)
       : opener_(opener), key_(key), takePreferred_(takePreferred), takeOther_(takeOther) {}
 
-  /// `rest` is the text from position `at` on. A line is looked at once, from its first opener on.
+  /// `rest` is the text from position `at` on. Each line is searched once, from its first opener on.
   void Examine(std::string_view rest, std::size_t at) {
     if (at < lineEnd_ || !StartsWith(rest, opener_)) return;
     const std::string_view line = LineOf(rest);
@@ -62,7 +62,7 @@ class Search {
   const Name& Found() const { return preferred_ ? preferred_ : other_; }
 
  private:
-  // The last declaration of each form counts, so the line is gone through from its end.
+  // The last declaration of each form counts, so the line is searched backwards.
   void ExamineLine(std::string_view line) {
     for (std::size_t end = line.size(); end > 0 && !preferred_;) {
       const std::size_t sign = line.rfind('=', end - 1);
@@ -75,7 +75,7 @@ class Search {
     }
   }
 
-  // Looks no further once there is a name: a name may reach to the end of the line, each time anew.
+  // Stops at the first name. That keeps the search linear: each name may run to the end of the line.
   static void KeepFirst(TakeName take, std::string_view value, Name& kept) {
     if (kept) return;
     const std::string_view name = take(value);
@@ -96,8 +96,8 @@ class Search {
   Name other_;
 };
 
-// Whether a declaration may begin with these two characters, or the text ends with a zero here. Without
-// branches, so that compilers check many places at once.
+// Whether a declaration may begin with these two characters, or a zero ends the text here. Without branches, so that
+// compilers can vectorise it.
 unsigned MayBegin(char first, char second) {
   const unsigned bracket = first == '<';
   const unsigned letter = (second == '?') | (second == 'm') | (second == 'M');
@@ -116,7 +116,7 @@ std::size_t SkipBlocks(std::string_view text, std::size_t at, std::size_t block)
   return at;
 }
 
-// Where a declaration may begin, or the text ends with a zero, at or behind `at`.
+// Where a declaration may begin, or the text ends with a zero, at or after `at`.
 std::size_t FindCandidate(std::string_view text, std::size_t at) {
   constexpr std::size_t kBlock = 64;
   for (; at + 1 < text.size(); ++at) {

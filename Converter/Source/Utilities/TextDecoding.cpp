@@ -29,7 +29,7 @@ unsigned int DeclaredIn(std::string_view text) {
   return name ? DeclaredEncodingNumber(*name) : kWobEncodingUnknown;
 }
 
-// Tries `encoding` and then those that are worth a try, and leaves in it the one that was tried last.
+// Tries `encoding` and then the fallbacks; sets it to the one that was tried last.
 Text DecodeInTurn(std::string_view bytes, unsigned int& encoding, std::string& storage) {
   Text text = Posix::DecodeNumbered(encoding, bytes, storage);
   for (const unsigned int next : {Posix::kUtf8, Posix::kMacJapanese, Posix::kSystemEncoding}) {
@@ -58,7 +58,7 @@ Text DecodeDetecting(std::string_view bytes, unsigned int& encoding, std::string
                : Posix::DecodeNumbered(Posix::kUtf8, bytes, storage);
 }
 
-// Only a mark leads here, as the system encoding takes any bytes; what a mark decides has no name.
+// Reached only after a byte-order mark, since Mac Roman accepts all bytes; hence 'unknown' in the message.
 OxString ReadLossily(std::string_view bytes) {
   std::printf("Could not load using encoding 'unknown'; falling back to lossy ASCII");
   WipedText storage;

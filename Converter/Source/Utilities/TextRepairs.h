@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-// Repairs of known artefacts in decoded UTF-8. Each gives the repaired text: `text` itself where there is
-// nothing to repair, else text in `storage`, which is empty or holds `text` from its first byte on.
+// Repairs of known artefacts in decoded UTF-8. Each returns the repaired text: `text` itself when nothing needs
+// repair, else text in `storage`, which must be empty or begin with `text`.
 
 /// Every yen sign becomes a backslash.
 std::string_view WithoutYenSigns(std::string_view text, std::string& storage);

@@ -4,8 +4,8 @@
 
 #include "Foundation/SecureZeroMemory.h"
 
-/// Memory for decoded text, overwritten before it is given back: the text may be a pass phrase. Whoever
-/// fills it must size it once; a string that grows leaves its old bytes behind.
+/// Memory for decoded text, wiped before it is freed: the text may be a pass phrase. Set its size once; a string that
+/// grows leaves copies in freed memory.
 class WipedText {
  public:
   WipedText() = default;

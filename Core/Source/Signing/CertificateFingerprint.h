@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-/// What the compiler needs to compare the built-in certificates with the fingerprints that they should have. All of it
-/// is evaluated while compiling; programs use the cryptographic library.
+/// Compares the built-in certificates with their fingerprints at compile time, when the cryptographic library cannot be
+/// called. Not for use at run time.
 namespace BuiltInTrust {
 
 /// SHA-1 over a certificate's DER form.
@@ -81,7 +81,7 @@ consteval Fingerprint CertificateFingerprint(std::string_view pem) {
   return digest;
 }
 
-/// The fingerprint that `text` spells in hexadecimal digits with colons between the bytes.
+/// Parses a fingerprint: hexadecimal digits with colons between the bytes.
 consteval Fingerprint FingerprintOf(std::string_view text) {
   Fingerprint bytes{};
   std::size_t digits = 0;

@@ -32,14 +32,14 @@ void CryptoDeleter::operator()(x509_store_st* store) const noexcept {
 }
 
 void InitialiseCryptoLibrary() {
-  // The older calls for this read the system's configuration file, which may load foreign modules.
+  // The older functions read the system's configuration file, which may load other modules.
   OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_ADD_ALL_CIPHERS |
                           OPENSSL_INIT_ADD_ALL_DIGESTS | OPENSSL_INIT_LOAD_CRYPTO_STRINGS,
                       nullptr);
 }
 
 CryptoPtr<bio_st> OpenMemoryStream(const char* bytes, std::size_t count) {
-  // The library takes a negative count for "up to the first zero byte".
+  // To the library a negative count means "up to the first zero byte".
   if (bytes == nullptr || count == 0 || count > INT_MAX) return nullptr;
   return CryptoPtr<bio_st>(BIO_new_mem_buf(bytes, static_cast<int>(count)));
 }

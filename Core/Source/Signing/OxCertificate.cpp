@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t kFingerprintBytes = 20;
 constexpr std::size_t kSignerBytes = 256;  // With the terminator.
 
-// Stands in for the library's own callback, which would ask at the terminal.
+// Replaces the library's own callback, which would prompt at the terminal.
 int RefusePassPhrase(char* /*buffer*/, int /*size*/, int /*writing*/, void* /*context*/) {
   return -1;
 }
@@ -37,7 +37,7 @@ void AddRoot(x509_store_st* store, const OxBuffer& pem) {
     const OxCertificate root(pem);
     X509_STORE_add_cert(store, root.GetPlatCert());
   } catch (const OxCertificate::UnableToSetPEM&) {
-    // A root that does not load vouches for nobody; the others still do.
+    // A root that does not load is left out; the others still count.
   }
 }
 
@@ -148,7 +148,7 @@ unsigned long OxCertificate::GetTrust() const {
   const OxBuffer fingerprint = GetFingerprint();
   for (const BuiltInTrust::ImplicitTrust& entry : BuiltInTrust::kImplicitTrust) {
     const char* expected = reinterpret_cast<const char*>(entry.fingerprint.data());
-    // An empty fingerprint equals no entry.
+    // An empty fingerprint is not equal to any entry.
     if (fingerprint.view() == std::string_view(expected, entry.fingerprint.size())) return entry.trust;
   }
   return 0;
@@ -162,6 +162,6 @@ bool OxCertificate::IsValid() const {
   if (X509_STORE_CTX_init(verification.get(), store.get(), certificate_.get(), nullptr) != 1) {
     return false;
   }
-  // Negative is an error of the library's own, which vouches for nobody.
+  // Negative is an internal error of the library: not verified.
   return X509_verify_cert(verification.get()) > 0;
 }

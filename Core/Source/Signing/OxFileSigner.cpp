@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::uint64_t kFileLimit = 0xFFFFFFFF;  // Bytes; of a signed file.
 
-// With a smaller number in front of the magic there is no trailer, with any other there is one, be it damaged.
+// T below 2 means "unsigned"; any larger T is a trailer, perhaps a damaged one.
 constexpr std::uint32_t kLeastTrailerLength = 2;
 
 void Feed(OxSignature& signature, std::string_view bytes) {
@@ -25,7 +25,7 @@ void Feed(OxSignature& signature, std::string_view bytes) {
                          static_cast<unsigned int>(bytes.size()));
 }
 
-// A file that is cut short meanwhile throws OxFile::FileError.
+// Throws OxFile::FileError for a file that is truncated meanwhile.
 void FeedContent(OxSignature& signature, OxFile& file, std::uint64_t length) {
   constexpr std::size_t kChunk = std::size_t{256} * 1024;
   const auto buffer = std::make_unique_for_overwrite<std::byte[]>(kChunk);
@@ -39,18 +39,18 @@ void FeedContent(OxSignature& signature, OxFile& file, std::uint64_t length) {
   }
 }
 
-// What signing changes at the end of a file, with what it takes to put it back.
+// What signing changes at the end of a file, and what is needed to restore it.
 struct TailChange {
-  Posix::FileInfo signedFile;  // As it was before anything of it was read.
+  Posix::FileInfo signedFile;  // Before anything of it was read.
   std::uint64_t contentLength = 0;
   std::uint64_t oldFileLength = 0;
-  OxBuffer overwritten;  // The old bytes in the place of the new trailer.
+  OxBuffer overwritten;  // The old bytes where the new trailer goes.
   OxBuffer trailer;
 
   std::uint64_t NewFileLength() const { return contentLength + trailer.length(); }
 };
 
-// Out of memory is one more way to fail, so that what was written until then is put back.
+// std::bad_alloc counts as a failed write, so that the old bytes are restored.
 bool WriteAt(OxFile& file, std::uint64_t position, const OxBuffer& bytes) {
   try {
     return file.SetPosition(position) == 0 && file.Write(bytes.data(), bytes.length()) == 0;
@@ -59,14 +59,14 @@ bool WriteAt(OxFile& file, std::uint64_t position, const OxBuffer& bytes) {
   }
 }
 
-// Opens what the path names if that still is the file that was signed.
+// Opens the path if it still names the file whose content was signed.
 bool OpenSigned(OxFile& file, const TailChange& change) {
   Posix::FileInfo info;
   return file.Open(OxFile::kWrite) == kStatusOk && file.GetInfo(info) == kStatusOk &&
          info.IsSameObject(change.signedFile);
 }
 
-// Cutting has an opening of its own: by then the closing has told that the trailer was written.
+// Truncates through a second open, after close() has confirmed the write.
 bool Cut(OxFile& file, const TailChange& change) {
   if (change.NewFileLength() >= change.oldFileLength) return true;
   return OpenSigned(file, change) && file.SetEOF(change.NewFileLength()) == 0;
@@ -86,7 +86,7 @@ bool IsUnchanged(const Posix::FileInfo& before, const Posix::FileInfo& now) {
 bool ApplyChange(const OxString& path, const TailChange& change) {
   OxFile file(path);
   if (!OpenSigned(file, change)) return false;
-  // Another length or time means that somebody has changed the file since it was read.
+  // A different length or time: the file was changed since it was read.
   Posix::FileInfo now;
   if (file.GetInfo(now) != kStatusOk || !IsUnchanged(change.signedFile, now)) return false;
   const bool isWritten = WriteAt(file, change.contentLength, change.trailer) && file.Close() == 0;
@@ -100,20 +100,20 @@ void ReportUnwritten(const OxString& path) {
   std::fprintf(stderr, "Error: could not write to file '%s'\n", path.c_str());
 }
 
-// Null unless `pem` is, byte for byte, the text of the certificate that it holds. Reading PEM passes over what
-// stands around a certificate, so that any other text could hold bytes of the content, or bytes that mean
-// something to another reader of the file.
+// Null unless `pem` is, byte for byte, the canonical text of its certificate. PEM readers skip text before and after
+// the certificate, so any other text could hold bytes moved out of the content, or bytes that another reader of the
+// file would interpret.
 Hux::SmartPtr<OxCertificate> ReadCanonicalCertificate(const OxBuffer& pem) {
   try {
     Hux::SmartPtr<OxCertificate> certificate = OxCertificate::Make(pem);
     if (certificate->GetAsPEM().view() == pem.view()) return certificate;
   } catch (const OxCertificate::UnableToSetPEM&) {
-    // Nothing to take for a certificate.
+    // Not a certificate.
   }
   return nullptr;
 }
 
-// Decoding base64 takes more than the one text that encoding writes, and so more than one file.
+// The decoder accepts several texts for the same bytes; only the one that the encoder writes is valid.
 bool IsCanonicalBase64(const OxBuffer& text) {
   OxBuffer bytes(text);
   if (!bytes.FromBase64()) return false;
@@ -121,7 +121,7 @@ bool IsCanonicalBase64(const OxBuffer& text) {
   return bytes.view() == text.view();
 }
 
-// One of 4 GiB or more is refused, since the lengths in a trailer have 32 bits.
+// Refuses 4 GiB and more: lengths in a trailer have 32 bits.
 bool OpenToRead(OxFile& file) {
   if (file.Open(OxFile::kRead) != kStatusOk) return false;
   return file.GetLastKnownLength() <= kFileLimit;
@@ -129,14 +129,14 @@ bool OpenToRead(OxFile& file) {
 
 std::uint64_t ContentLength(OxFile& file, std::uint64_t size) {
   const std::uint32_t oldTrailer = SignatureTrailer::FindLength(file, size).value_or(0);
-  // A length beyond the file's is no trailer's.
+  // With a T above the file's length there is no trailer.
   return oldTrailer > size ? size : size - oldTrailer;
 }
 
 std::int32_t SignFile(const OxString& path, const Hux::SmartPtr<OxCertificate>& certificate) {
   TailChange change;
   OxFile source(path);
-  // Locked until the end, so that two runs do not sign one file at the same time.
+  // Locked until the end, so that two processes do not sign one file at the same time.
   const bool isReady = OpenToRead(source) && source.Lock() == kStatusOk &&
                        source.GetInfo(change.signedFile) == kStatusOk && change.signedFile.size > 0;
   if (!isReady) return OxFileSigner::kCannotOpen;
@@ -148,7 +148,7 @@ std::int32_t SignFile(const OxString& path, const Hux::SmartPtr<OxCertificate>& 
   FeedContent(signature, source, change.contentLength);
   Feed(signature, trailer.certificate.view());
   signature.SignBase64(trailer.signature);
-  // A certificate that no reader would take counts as one that the signature does not fit.
+  // A certificate that Verify() would refuse counts as a mismatch.
   const bool isReadable = trailer.certificate.length() <= SignatureTrailer::kLongestCertificate &&
                           ReadCanonicalCertificate(trailer.certificate);
   if (!isReadable || !signature.VerifyBase64(trailer.signature)) return OxFileSigner::kKeyMismatch;
@@ -203,7 +203,7 @@ std::int32_t OxFileSigner::Sign(const OxString& path, const OxString& /*ignored*
     LazyInit();
     return SignFile(path, certificate);
   } catch (...) {
-    // Out of memory, or a file that cannot be read to its end; nothing was written.
+    // Out of memory, or the file cannot be read to its end; nothing was written.
     return kCannotOpen;
   }
 }

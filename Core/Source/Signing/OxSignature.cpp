@@ -29,7 +29,7 @@ OxSignature::OxSignature(Hux::SmartPtr<OxCertificate> certificate)
 OxSignature::~OxSignature() = default;
 
 int OxSignature::UpdateDigest(const unsigned char* bytes, unsigned int n) {
-  // A context that was finished, or never began, holds no digest and must not be fed.
+  // A context that is finished, or was not initialised, must not be updated.
   if (EVP_MD_CTX_get0_md(context_.get()) == nullptr) return 0;
   const int result = EVP_DigestUpdate(context_.get(), bytes, n);
   if (result != 1) context_.reset();
@@ -48,7 +48,7 @@ bool OxSignature::Sign(OxBuffer& out) {
   if (!FinishDigest() || key == nullptr) return out.length() != 0;
   out.SetLength(kSignatureBytes);
   std::memset(out.data(), 0, kSignatureBytes);
-  // A longer key would write past the buffer.
+  // The signature of a longer key would not fit the buffer.
   if (RSA_size(key) > kSignatureBytes) return true;
   unsigned int length = 0;
   if (RSA_sign(NID_sha1, digest_.data(), kDigestBytes, Bytes(out), &length, key) == 1) {

@@ -8,11 +8,11 @@
 #include "Signing/OxCertificate.h"
 
 /// One RSA signature over a stream of bytes: SHA-1, PKCS #1 v1.5, with the keys of one certificate.
-///   Shape:   UpdateDigest()... -> Sign() or Verify(), any number of times. The first of those ends the
-///            digest, and every later one uses the same 20 bytes; UpdateDigest() then adds nothing.
-///   Owns:    a reference to the certificate (null acts as one without keys) and the digest.
-///   Errors:  false results; nothing throws but std::bad_alloc. A digest that the library could not
-///            compute neither signs nor verifies.
+///   Usage:   UpdateDigest()... -> Sign() or Verify(), any number of times. The first of those finishes the digest;
+///            later ones use the same 20 bytes, and UpdateDigest() has no effect any more.
+///   Owns:    a reference to the certificate (null: no keys) and the digest.
+///   Errors:  false results; nothing throws but std::bad_alloc. With a digest that the library could not
+///            compute, both fail.
 class OxSignature {
  public:
   /// Signs with the certificate's private key and verifies with its public one.
@@ -21,20 +21,19 @@ class OxSignature {
   OxSignature& operator=(const OxSignature&) = delete;
   ~OxSignature();
 
-  /// Adds `n` bytes; 1 on success, 0 when the digest failed or has ended.
+  /// Adds `n` bytes; returns 1, or 0 when the digest failed or is finished.
   int UpdateDigest(const unsigned char* bytes, unsigned int n);
 
-  /// Sets `out` to the signature's bytes and returns whether `out` holds anything. Without a
-  /// private key `out` is left alone. Deliberate: when signing itself fails, `out` keeps 513 bytes
-  /// that are no signature and the result is true; callers verify what they have just signed. Keys
-  /// of more than 4104 bits fail in this way.
+  /// Sets `out` to the signature and returns whether `out` is not empty. Without a private key `out` is unchanged.
+  /// Deliberate: when signing fails, as with keys of more than 4104 bits, `out` has 513 bytes that are not a
+  /// signature and the result is true; verify what was signed.
   bool Sign(OxBuffer& out);
-  /// The same, and then turns what `out` holds into base64 text, also where there was no private key.
+  /// Sign(), then encodes `out` as base64, also without a private key.
   bool SignBase64(OxBuffer& out);
 
-  /// Whether the certificate's public key accepts `signature` for the bytes fed in.
+  /// Whether `signature` is valid for the bytes added and the certificate's public key.
   bool Verify(const OxBuffer& signature);
-  /// The same for base64 text. False when its length is no multiple of 4.
+  /// Verify() of base64 text. False when its length is not a multiple of 4.
   bool VerifyBase64(const OxBuffer& text);
 
  private:

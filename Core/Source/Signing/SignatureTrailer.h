@@ -18,30 +18,28 @@
 ///   12+S+C   4      T = 20+S+C, the length of the whole block
 ///   16+S+C   4      magic again
 ///
-/// Nothing but these fields is read, and none that is longer than any that Sign() writes. What cannot be read
-/// throws OxFile::FileError.
+/// Only these fields are read, and none that is longer than Sign() could write. A failed read throws
+/// OxFile::FileError.
 struct SignatureTrailer {
-  /// Bytes. Reading PEM text takes several times its length in memory, which a hostile file must not
-  /// choose; no real certificate comes near this.
+  /// Bytes. Parsing PEM takes several times its length in memory, so a hostile file must not choose it; real
+  /// certificates are far smaller.
   static constexpr std::size_t kLongestCertificate = std::size_t{1024} * 1024;
-  /// Characters; the longest that a key of the library can make has 2732.
+  /// Characters; the longest that the cryptographic library can make has 2732.
   static constexpr std::size_t kLongestSignature = 4096;
 
-  OxBuffer signature;    ///< Base64; empty where the file's is longer than kLongestSignature.
+  OxBuffer signature;    ///< Base64; empty if that in the file is longer than kLongestSignature.
   OxBuffer certificate;  ///< PEM.
 
-  /// T as it stands in a file of at least 9 bytes that ends in the magic, unchecked; nothing for any
-  /// other file. `size` is the file's length.
+  /// T, unchecked, of a file of `size` bytes; nullopt when it has fewer than 9 bytes or does not end in the magic.
   static std::optional<std::uint32_t> FindLength(OxFile& file, std::uint64_t size);
 
-  /// Takes the block of `length` bytes apart that begins at `start` and lies in the file. Nothing when its
-  /// fields do not fill it exactly, or the certificate is too long. What the texts hold is the caller's to
-  /// check.
+  /// Parses the block of `length` bytes at `start`, which must be inside the file. Nullopt when its fields do not
+  /// fill it exactly, or the certificate is too long. The texts themselves are not checked.
   static std::optional<SignatureTrailer> Read(OxFile& file, std::uint64_t start, std::uint32_t length);
 
-  /// The block for two texts; whether they are too long is the caller's to check.
+  /// The block for both texts, whose lengths are not checked.
   OxBuffer Build() const;
 };
 
-/// The bytes of a file from `position`. Throws OxFile::FileError when they are not all there.
+/// Reads `count` bytes at `position`. Throws OxFile::FileError when the file has fewer.
 OxBuffer ReadBytes(OxFile& file, std::uint64_t position, std::size_t count);
