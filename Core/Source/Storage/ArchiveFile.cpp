@@ -6,7 +6,7 @@
 
 namespace {
 
-// Longer reads go straight to where they are wanted.
+// Longer reads bypass the window.
 constexpr std::size_t kLargestCopy = std::size_t{64} * 1024;
 static_assert(kLargestCopy <= ReadWindow::kLargest);
 
@@ -200,7 +200,7 @@ bool ArchiveFile::Gather(std::span<const Posix::Piece> pieces) {
   return true;
 }
 
-// What was gathered goes before the pieces. How much of it reached the file is what the file has grown by.
+// Writes the gathered bytes and then the pieces. What the file has grown by says how many were written.
 FileStatus ArchiveFile::WriteBehindGathered(std::span<const Posix::Piece> pieces) {
   assert(pieces.size() <= kMostPieces);
   const std::uint64_t end = file_->GetLastKnownLength();
@@ -236,7 +236,7 @@ void ArchiveFile::ForgetListEnd(std::uint64_t block) {
   if (listEnd_ && listEnd_->block == block) listEnd_.reset();
 }
 
-// In the place of an earlier one there.
+// Replaces an earlier one at that position.
 void ArchiveFile::PutOffRepair(std::uint64_t position, std::span<const std::byte> bytes) {
   const auto same = std::ranges::find_if(Repairs(), [&](const Repair& repair) {
     return repair.position == position && repair.size == bytes.size();
@@ -266,7 +266,7 @@ FileStatus ArchiveFile::WritePutOff() {
   if (file_ == nullptr || (!header_ && !listEnd_ && !OwesRepairs())) return kStatusOk;
   window_.Forget();
   if (listEnd_) {
-    // From the first try on nobody knows what the link is on disk.
+    // Once writing was tried, the link on disk is unknown.
     const std::uint64_t link = listEnd_->block + offsetof(FlatFile::RecordHeader, next);
     listEnd_.reset();
     PutOffRepair(link, FlatFile::EncodePosition(FlatFile::kNoPosition));

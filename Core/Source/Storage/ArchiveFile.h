@@ -17,7 +17,7 @@
 
 /// The bytes of one open archive, in a file or in a read-only mapping of it, with a current position.
 ///   Errors: statuses; kStatusNotOpen when closed.
-///   Later:  some writes are put off, so that many records cost one system call. Reads see them all. These are
+///   Write-behind: some writes are put off, so that many records cost one system call. Reads see them. These are
 ///             - appends, once GatherAppends() was called: they reach the disk together;
 ///             - the file header, of which only the last of many versions matters;
 ///             - the end of the used list. A record that is appended is written with its `next` link already
@@ -35,7 +35,7 @@ class ArchiveFile {
   FileStatus OpenFile(const OxString& path, unsigned long permission, const FileCheck& check);
   /// For a closed object, and for reading only.
   bool OpenMapped(const OxString& path);
-  /// Writes what was put off and closes. The first failure of either; closed in any case.
+  /// Writes what was put off and closes. Returns the first failure of either; closed in any case.
   FileStatus Close();
   /// Drops what was put off; files only: removes the file as OxFile::Discard() does, and is closed.
   FileStatus Discard();
@@ -66,7 +66,7 @@ class ArchiveFile {
   /// The same through a window of the caller's, who reads far from all others. Files must not be written to.
   FileStatus ViewAt(std::uint64_t position, std::size_t count, std::span<const std::byte>& bytes,
                     ReadWindow& window);
-  /// Writes at most three pieces one behind the other, in one system call, unless appends are gathered and
+  /// Writes at most three pieces one after the other, in one system call, unless appends are gathered and
   /// there is room for them; other writes that were put off stay so.
   FileStatus WriteAt(std::uint64_t position, std::span<const Posix::Piece> pieces);
   FileStatus WriteAt(std::uint64_t position, std::span<const std::byte> bytes);

@@ -11,7 +11,7 @@ namespace {
 
 using Record = OxDataFile::Record;
 
-// Nothing when the block, or its name, cannot be loaded.
+// Nullopt when the block, or its name, cannot be loaded.
 std::optional<Record> LoadRecord(OxDataFile& archive, std::uint64_t position) {
   try {
     return Record(&archive, position);

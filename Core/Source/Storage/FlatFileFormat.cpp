@@ -9,7 +9,7 @@ namespace {
 
 constexpr unsigned kBitsPerByte = 8;
 
-// Writes fields one behind the other.
+// Writes fields one after the other.
 class FieldWriter {
  public:
   explicit FieldWriter(std::byte* at) : at_(at) {}

@@ -6,10 +6,10 @@
 #include <span>
 
 /// The bytes of a flat archive on disk: a 72-byte file header, then blocks, each a 32-byte record header
-/// with its payload and perhaps unused bytes behind. Live records and free blocks form two doubly linked
+/// with its payload and perhaps unused bytes after it. Live records and free blocks form two doubly linked
 /// lists; the index block and the name-table block belong to neither.
-///   Order: little-endian throughout, but for FileHeader::typeCode, which is big-endian. The structures
-///          hold the values in the machine's own order; Encode() and the Decode functions convert.
+///   Order: little-endian throughout, except FileHeader::typeCode, which is big-endian. The structures
+///          have the values in machine order; Encode() and the Decode functions convert.
 ///   Units: positions are bytes from the start of the file.
 namespace FlatFile {
 
@@ -25,11 +25,11 @@ struct LinkedList {
   std::uint64_t tail = kNoPosition;  ///< Last block.
 };
 
-/// What stands at the file's beginning.
+/// The first bytes of the file.
 struct FileHeader {
   std::uint32_t typeCode = 0;     ///< Four characters that name the kind of archive.
-  std::uint32_t reserved = 0;     ///< A reader refuses anything but 0.
-  std::uint32_t recordCount = 0;  ///< Live records, less one for each table that outgrew its block.
+  std::uint32_t reserved = 0;     ///< Readers refuse any other value than 0.
+  std::uint32_t recordCount = 0;  ///< Live records, minus one per relocation of the index or name table.
   std::uint32_t freeCount = 0;    ///< Blocks of the free list.
   LinkedList usedList;            ///< Live records in order.
   LinkedList freeList;            ///< Free blocks in order.
@@ -39,14 +39,14 @@ struct FileHeader {
   std::uint32_t reserved2 = 0;               ///< Written as 0, not checked.
 };
 
-/// What stands at a block's beginning.
+/// The first bytes of a block.
 struct RecordHeader {
   std::uint32_t blockSize = 0;         ///< The whole block, this header included; never changes.
-  std::uint32_t nameOffset = kNoName;  ///< Where the name begins in the name table's payload.
-  std::uint32_t dataLength = 0;        ///< Bytes of payload behind this header.
+  std::uint32_t nameOffset = kNoName;  ///< Offset of the name in the name table's payload.
+  std::uint32_t dataLength = 0;        ///< Bytes of payload after this header.
   std::uint32_t flags = 0;             ///< kInUse, or 0 for a free block.
-  std::uint64_t next = kNoPosition;    ///< In the block's list.
-  std::uint64_t prev = kNoPosition;    ///< In the block's list.
+  std::uint64_t next = kNoPosition;    ///< Position of the neighbour in the block's list.
+  std::uint64_t prev = kNoPosition;    ///< Position of the neighbour in the block's list.
 };
 
 /// One record in the index block's payload.
@@ -56,7 +56,7 @@ struct IndexEntry {
   std::uint64_t position = 0;    ///< Of the record's block.
 };
 
-/// Bytes on disk, which the structures happen to have in memory as well.
+/// Bytes on disk; the structures have the same size in memory.
 constexpr std::uint32_t kFileHeaderSize = 72;
 constexpr std::uint32_t kRecordHeaderSize = 32;  ///< Bytes on disk.
 constexpr std::uint32_t kIndexEntrySize = 16;    ///< Bytes on disk.
@@ -70,12 +70,12 @@ static_assert(sizeof(IndexEntry) == kIndexEntrySize && offsetof(IndexEntry, posi
 std::array<std::byte, kFileHeaderSize> Encode(const FileHeader& header);
 std::array<std::byte, kRecordHeaderSize> Encode(const RecordHeader& header);
 std::array<std::byte, kIndexEntrySize> Encode(const IndexEntry& entry);
-/// One position, as `next` and `prev` hold it.
+/// One position, as encoded in `next` and `prev`.
 std::array<std::byte, 8> EncodePosition(std::uint64_t position);
 
-/// What the bytes on disk say; nothing is checked.
+/// Decodes the bytes on disk; nothing is checked.
 FileHeader DecodeFileHeader(std::span<const std::byte, kFileHeaderSize> bytes);
-RecordHeader DecodeRecordHeader(std::span<const std::byte, kRecordHeaderSize> bytes);  ///< Likewise.
+RecordHeader DecodeRecordHeader(std::span<const std::byte, kRecordHeaderSize> bytes);  ///< Not checked.
 IndexEntry DecodeIndexEntry(std::span<const std::byte, kIndexEntrySize> bytes);        ///< Likewise.
 
 }  // namespace FlatFile

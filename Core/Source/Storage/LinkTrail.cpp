@@ -15,7 +15,7 @@ bool LinkTrail::StepTo(std::uint64_t next, const NextOf& nextOf, std::uint64_t c
     }
     RememberTheWay(nextOf);
   }
-  // A copy that stays behind finds the steps that another one has noted.
+  // Copies share the map, so a slower copy may meet later steps there.
   const std::uint64_t noted = stepOf_->try_emplace(next, steps_ + 1).first->second;
   return noted >= ++steps_;
 }

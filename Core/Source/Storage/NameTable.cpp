@@ -7,7 +7,7 @@
 
 namespace {
 
-// Names up to this length are looked at in place.
+// Names up to this length are not copied.
 constexpr std::size_t kUsualName = 256;
 
 }  // namespace

@@ -9,11 +9,11 @@
 #include "Storage/ArchiveFile.h"
 #include "Storage/ReadWindow.h"
 
-/// The names of an archive, one after the other, each ended by a zero byte. They are kept in memory where
-/// names may be added; otherwise they are read as they are looked at, so that a table takes no more memory
-/// than its longest name, however long it says it is.
+/// The names of an archive, one after the other, each followed by a zero byte. They are in memory where names may be
+/// added; otherwise they are read from the file on demand, so that a table takes no more memory than its longest
+/// name, whatever its length field says.
 ///   Units:  offsets and lengths are bytes from the table's first.
-///   Errors: At() throws OxDataFile::FileError when the file cannot be read. What throws changes nothing.
+///   Errors: At() throws OxDataFile::FileError when the file cannot be read. What throws has no effect.
 class NameTable {
  public:
   /// An empty table in memory.
@@ -21,9 +21,9 @@ class NameTable {
   /// A table in memory.
   explicit NameTable(std::string_view names) : names_(names), length_(names.size()) {}
 
-  /// Reads the `length` bytes at `start` into memory, or as many as can be read; the status says which.
+  /// Reads `length` bytes at `start` into memory, or as many as possible; see the status.
   FileStatus Read(ArchiveFile& file, std::uint64_t start, std::uint32_t length);
-  /// Leaves them in the file, which has that many and outlives their use here.
+  /// Leaves them in the file, which must have that many bytes and stay open.
   void ReadAsNeeded(ArchiveFile& file, std::uint64_t start, std::uint32_t length);
   void Clear();  ///< An empty table in memory.
 
@@ -31,11 +31,11 @@ class NameTable {
   /// All names; only of a table in memory, until the next change.
   std::string_view view() const { return names_; }
 
-  /// The name at an offset, as far as the next zero byte or the table's end; nothing beyond the end and for
-  /// the two offsets that mean no name. Valid until the next call or change.
+  /// The name at an offset, up to the next zero byte or the table's end; nullopt beyond the end and for the two
+  /// offsets that mean "no name". Valid until the next call or change.
   std::optional<std::string_view> At(std::uint32_t offset);
 
-  /// Has memory for one more name of `size` bytes, so that adding it does not throw.
+  /// Allocates for one more name of `size` bytes, so that adding it does not throw.
   void Reserve(std::size_t size);
   /// Adds a name, and a zero byte, to a table in memory. The caller keeps the table below 4 GiB.
   void Add(std::string_view name);

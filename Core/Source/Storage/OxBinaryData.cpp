@@ -106,7 +106,7 @@ void OxBinaryData::Skip(unsigned long count) const {
   cursor_ = count > kFurthest - cursor_ ? kFurthest : cursor_ + count;
 }
 
-// What the cursor, which is not past the end, has not passed.
+// The bytes from the cursor on, which must not be past the end.
 std::string_view OxBinaryData::Rest() const {
   return view().substr(static_cast<std::size_t>(cursor_));
 }

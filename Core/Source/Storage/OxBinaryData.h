@@ -6,15 +6,16 @@
 #include "Foundation/OxBuffer.h"
 #include "Foundation/OxString.h"
 
-/// Bytes with a read cursor: writers append at the end, readers take from the cursor on.
+/// Bytes with a read cursor: Add...() appends at the end, Get...() reads at the cursor.
+///   Example: after AddUInt16(258, kLittleEndian) the bytes are 02 01, and GetUInt16(kLittleEndian) returns 258.
 ///   Owns:    its bytes.
-///   Cursor:  every write puts it back at the first byte. Reading moves it, also on a const object.
-///   Errors:  a read past the end throws OutOfData. 4 GiB and more throw std::bad_alloc, as too little memory
-///            does. Whatever throws leaves bytes and cursor as they were. An object without bytes never
-///            throws when read: it gives 0 or nothing.
+///   Cursor:  every write moves it to the first byte; reading moves it past what was read, also on a const object.
+///   Errors:  a read past the end throws OutOfData. 4 GiB and more throw std::bad_alloc. What throws leaves
+///            bytes and cursor unchanged. Reading an object without bytes does not throw: the result is 0
+///            or empty.
 class OxBinaryData : private OxBuffer {
  public:
-  /// Fewer bytes are left than were asked for.
+  /// Fewer bytes are left than were to be read.
   class OutOfData {};
 
   /// Byte order of an integer; any other value means kLittleEndian.
@@ -22,27 +23,27 @@ class OxBinaryData : private OxBuffer {
 
   OxBinaryData() = default;
   explicit OxBinaryData(const OxBuffer& bytes);  ///< A copy, read from its first byte.
-  /// A negative length gives no bytes.
+  /// A negative length counts as 0.
   OxBinaryData(const char* bytes, int length);
   explicit OxBinaryData(const char* text);  ///< Zero-terminated, not null; the terminator is not copied.
-  /// The copy's cursor stands at the first byte, wherever the source's is.
+  /// The copy's cursor is at the first byte, not where the source's is.
   OxBinaryData(const OxBinaryData& other);
   OxBinaryData& operator=(const OxBinaryData& other);
   virtual ~OxBinaryData() = default;
 
-  /// Of all bytes, whatever the cursor.
+  /// Whether there are no bytes at all, whatever the cursor.
   using OxBuffer::empty;
-  using OxBuffer::length;  ///< In all.
+  using OxBuffer::length;  ///< Of all bytes, whatever the cursor.
   /// All bytes; valid until the next write.
   using OxBuffer::view;
 
   /// Replaces the content by a copy.
   void Assign(const char* bytes, unsigned long count);
-  /// Takes the buffer's bytes over without copying them.
+  /// Moves the buffer's bytes without copying them.
   void Adopt(OxBuffer&& bytes);
   void Append(const char* text);  ///< Zero-terminated; the terminator is not copied.
   void Append(const char* bytes, unsigned long count);  ///< Any bytes.
-  /// All of the other's bytes, from its first.
+  /// All bytes of the other, whatever its cursor.
   void Append(const OxBinaryData& other);
   void Append(const OxBuffer& bytes);
 
@@ -58,7 +59,7 @@ class OxBinaryData : private OxBuffer {
   void AddNullTerminatedString(const OxString& text);
 
   void Reset() const { cursor_ = 0; }  ///< To the first byte.
-  /// Throws OxBuffer::OutOfRange beyond the length; the length itself leaves nothing to read.
+  /// Throws OxBuffer::OutOfRange beyond the length; the length itself is allowed.
   void MoveTo(unsigned long offset) const;
   /// Not checked: past the end, every later read throws OutOfData.
   void Skip(unsigned long count) const;
@@ -71,12 +72,11 @@ class OxBinaryData : private OxBuffer {
   /// value modulo 2^32.
   unsigned long long GetUInt64(WhichEnd end) const;
   OxBuffer GetBytes(unsigned long count) const;  ///< A copy of the next bytes.
-  /// A length byte and so many bytes, decoded with `encoding` as the hint of the text decoding
-  /// (0xFFFFFFFF: find out).
+  /// Reads a length byte and so many bytes, and decodes them with `encoding` as the hint (0xFFFFFFFF: detect).
   OxString GetStringWithLengthByte(unsigned int encoding) const;
-  /// The UTF-8 up to the next zero byte, which is consumed too; empty when the bytes are no UTF-8.
-  /// Deliberate: one zero byte is taken to follow the last byte, so a text that the data end cuts off
-  /// is returned; only a cursor beyond that byte throws.
+  /// Reads UTF-8 up to and including the next zero byte; empty when the bytes are not UTF-8. Deliberate: one zero
+  /// byte is assumed after the last byte, so a text without its zero at the end of the data is returned; only a
+  /// cursor beyond that byte throws.
   OxString GetNullTerminatedString() const;
 
  private:

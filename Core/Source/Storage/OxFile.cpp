@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::uint64_t kLastPosition = std::numeric_limits<std::int64_t>::max();
 
-// Takes the pieces that were written whole off the front; gives how much of the next one was written.
+// Removes the pieces that were written whole from the front; returns how much of the next one was written.
 std::size_t Advance(std::span<const Posix::Piece>& pieces, std::size_t written) {
   while (!pieces.empty() && written >= pieces.front().size()) {
     written -= pieces.front().size();
@@ -54,7 +54,7 @@ FileStatus OxFile::OpenExisting(unsigned flags) {
   return result < 0 ? StatusOfResult(result) : kStatusNotAFile;
 }
 
-// What has just been made is an empty regular file, which need not be asked for.
+// A new file is empty and regular: no query needed.
 FileStatus OxFile::OpenNew(unsigned flags) {
   const int fd = Posix::Files().Open(Here(), flags | Posix::kOpenNew);
   if (fd < 0) return StatusOfResult(fd);
@@ -179,7 +179,7 @@ FileStatus OxFile::ReadAt(std::uint64_t position, std::span<std::byte> out, std:
   while (actual < out.size()) {
     const std::uint64_t at = position + actual;
     if (at < position || at >= kLastPosition) return kStatusEndOfFile;
-    // No byte is beyond the last position, and the system refuses to look there.
+    // The system refuses to read beyond the last position, where no byte can be.
     const auto count =
         static_cast<std::size_t>(std::min<std::uint64_t>(out.size() - actual, kLastPosition - at));
     const std::int64_t got = Posix::Files().ReadAt(fd_, out.subspan(actual, count), at);
@@ -203,7 +203,7 @@ FileStatus OxFile::WriteAll(std::uint64_t position, std::span<const Posix::Piece
   FileStatus status = WriteSome(position, pieces, written);
   std::size_t begun = Advance(pieces, written);
   while (status == kStatusOk && TotalSize(pieces) > begun) {
-    // A piece that was written in part goes first, by itself.
+    // The rest of a piece that was partly written is written first, by itself.
     const Posix::Piece rest = pieces.front().subspan(begun);
     std::size_t last = 0;
     status = WriteSome(position + written, begun > 0 ? std::span(&rest, 1) : pieces, last);
@@ -213,7 +213,7 @@ FileStatus OxFile::WriteAll(std::uint64_t position, std::span<const Posix::Piece
   return status;
 }
 
-// One system call. A call that writes nothing would be repeated for ever, so it counts as a failure.
+// One system call. One that writes nothing would be repeated endlessly, so it counts as a failure.
 FileStatus OxFile::WriteSome(std::uint64_t position, std::span<const Posix::Piece> pieces,
                              std::size_t& written) {
   const std::int64_t result = Posix::Files().WriteAt(fd_, pieces, position);

@@ -29,8 +29,8 @@ class OxFile {
     FileStatus status;                                     ///< Why.
   };
 
-  /// Bits of the permission that Open() takes. kExpectNew changes nothing but the cost: beside kCreate it
-  /// saves a system call where the file is missing, and costs one where it exists; a dangling link then
+  /// Bits of the permission that Open() takes. kExpectNew only changes the cost: with kCreate it saves a system
+  /// call where the file is missing, and costs one where it exists; a dangling link then
   /// gives kStatusFileNotFound and not kStatusDuplicateName.
   /// kPrivate: a file that is made is for its owner alone. kNoLink: a link is refused, as what is no file.
   enum Permission : unsigned long {
@@ -57,12 +57,12 @@ class OxFile {
 
   /// Opens the file for reading, writing or both; never truncates. A missing file is made when
   /// `permission` has kCreate, else the status is kStatusFileNotFound. Anything but a regular file is
-  /// refused, and a link that points nowhere is never created through. An open file is closed first.
+  /// refused, and a dangling link is an error; its target is never created. An open file is closed first.
   FileStatus Open(unsigned long permission);
   bool IsOpen() const { return fd_ >= 0; }  ///< Since a successful Open().
   /// Whether the last successful Open() made the file.
   bool WasCreated() const { return created_; }
-  /// The status of the system's own close, which may be the last to report a failed write.
+  /// Closes the file; returns the status of close(), which may be the first to report a failed write.
   FileStatus Close();
 
   /// Reads up to `count` bytes at the position and moves it; kStatusEndOfFile when fewer were there.

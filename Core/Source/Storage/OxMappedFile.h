@@ -9,7 +9,7 @@
 ///   Shape:  closed -> Open() -> open -> Close() -> closed; the destructor unmaps.
 ///   Limits: 1 byte to 4 GiB - 1; an empty or a longer file cannot be mapped.
 ///   Errors: true or false.
-///   The file must not shrink while it is mapped: the system ends a process that reads behind its end.
+///   The file must not shrink while it is mapped: reading past its end then ends the process (SIGBUS).
 class OxMappedFile {
  public:
   OxMappedFile() = default;

@@ -8,8 +8,8 @@ signed char Signed(char c) {
   return static_cast<signed char>(c);
 }
 
-// Reads one member of a class at `p`, a byte or a range, and tells whether `c` is in it. Moves `p` behind
-// the member; to the terminator when the class does not end.
+// Whether `c` matches the member of a class at `p`, a byte or a range. Moves `p` past the member; to the terminator
+// when the class does not end.
 bool MemberHolds(const char*& p, char c) {
   const signed char low = Signed(*p++);
   signed char high = low;
@@ -21,7 +21,7 @@ bool MemberHolds(const char*& p, char c) {
   return low <= Signed(c) && Signed(c) <= high;
 }
 
-// Matches a byte with the class whose members begin at `p`, and moves `p` behind its "]".
+// Matches a byte with the class whose members begin at `p`, and moves `p` past its "]".
 bool ClassHolds(const char*& p, char c) {
   const bool negated = *p == '^';
   if (negated) ++p;
@@ -36,7 +36,7 @@ bool ClassHolds(const char*& p, char c) {
   return held != negated;
 }
 
-// Matches one byte of a name with the pattern element at `p`, which is no star, and moves `p` behind it.
+// Matches one byte of a name with the pattern element at `p`, which is not a star, and moves `p` past it.
 bool ElementMatches(const char*& p, char c) {
   const char element = *p++;
   if (element == '?') return true;
@@ -47,8 +47,8 @@ bool ElementMatches(const char*& p, char c) {
 
 }  // namespace
 
-// Where the name and the pattern part, the last star takes one byte more; an earlier star never needs to,
-// since every other element takes exactly one byte.
+// On a mismatch the last star takes one byte more. Earlier stars need not be tried again, since every other element
+// takes exactly one byte.
 bool OxPathMatcher(const char* name, const char* pattern) {
   const char* behindStar = nullptr;
   const char* starEnd = nullptr;

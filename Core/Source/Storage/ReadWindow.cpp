@@ -5,7 +5,7 @@
 
 namespace {
 
-// Reading so many bytes more costs about as much as another system call.
+// Reading this many more bytes costs about as much as another system call.
 constexpr std::size_t kBytesPerCall = 4096;
 
 }  // namespace

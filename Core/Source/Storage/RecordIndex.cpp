@@ -14,7 +14,7 @@ using FlatFile::kIndexEntrySize;
 
 namespace {
 
-// Whether what At() returned is beyond the table or not ended by a zero byte in it.
+// Whether the name is beyond the table, or no zero byte ends it there.
 bool IsUnterminated(std::uint32_t offset, std::optional<std::string_view> name, std::size_t length) {
   if (offset >= FlatFile::kNameTableName) return false;
   return !name || offset + name->size() >= length;
@@ -25,7 +25,7 @@ bool IsText(std::string_view name) {
   return StringWalk::Validate(name, characters);
 }
 
-// The name at `offset`, if it can match anything.
+// The name at `offset`, if it is valid.
 std::optional<std::string_view> MatchableName(std::uint32_t offset, NameTable& names) {
   const std::optional<std::string_view> name = names.At(offset);
   return name && IsText(*name) ? name : std::nullopt;
@@ -80,7 +80,7 @@ std::optional<RecordIndex::Found> RecordIndex::Find(std::string_view name, NameT
 
 std::optional<RecordIndex::Found> RecordIndex::FindNameAt(std::uint32_t offset, NameTable& names) {
   const auto name = MatchableName(offset, names);
-  // A copy, since the table shows one name at a time.
+  // A copy: the table may hold one name at a time.
   return name ? Find(std::string(*name), names) : std::nullopt;
 }
 
@@ -90,7 +90,7 @@ std::optional<RecordIndex::Found> RecordIndex::FindLiterally(std::string_view na
   for (std::size_t slot = 0; slot < entries_.size(); ++slot) {
     if (!vacant_[slot]) slots.push_back(slot);
   }
-  // An entry that never matches counts as one that the name comes behind.
+  // Entries without a valid name sort before every name.
   const auto compare = [&](std::size_t slot) {
     const auto entryName = MatchableName(entries_[slot].nameOffset, names);
     return entryName ? CompareNoCase(name, *entryName) : 1;
@@ -132,7 +132,7 @@ void RecordIndex::InsertBefore(std::size_t slot, const IndexEntry& entry) {
 }
 
 void RecordIndex::Append(const IndexEntry& entry) {
-  // Vacant slots are closed once they outnumber the others, which keeps the mean cost constant.
+  // Vacant slots are removed once they outnumber the others: constant cost on average.
   if (vacantCount_ > entries_.size() / 2) CloseVacantSlots();
   entries_.push_back(entry);
   try {
@@ -161,7 +161,7 @@ void RecordIndex::CloseVacantSlots() {
   table_.reset();
 }
 
-// All of it or nothing.
+// Strong guarantee.
 void RecordIndex::MakeTable(NameTable& names) {
   table_.reset();
   SlotTable table(entries_.size());
@@ -178,7 +178,7 @@ void RecordIndex::MakeTable(NameTable& names) {
   tableMadeFor_ = names.Length();
 }
 
-// A table that cannot be kept right is dropped; the next search makes another.
+// A table that cannot be updated is discarded; the next search makes another.
 void RecordIndex::AddToTable(std::size_t slot, NameTable& names) {
   if (!table_ || table_->IsCrowded()) return;
   const std::uint32_t offset = entries_[slot].nameOffset;

@@ -30,13 +30,13 @@ constexpr State Seeded(std::uint32_t seed) {
   return state;
 }
 
-// The two states that are wanted again and again.
+// The two states that are needed for every record.
 constexpr State kOfRecords = Seeded(kScrambleSeed);
 constexpr State kWiped = Seeded(0);
 
 struct Generator {
   State state = kWiped;
-  std::size_t next = kWords;  // Which word comes next; kWords when a new twist is due.
+  std::size_t next = kWords;  // The next word; kWords: twist first.
 };
 
 Generator g_generator;
@@ -70,7 +70,7 @@ std::uint32_t Tempered(std::uint32_t word) {
   return word ^ (word >> 18);
 }
 
-// The word's bytes in memory, least significant first.
+// The bytes of a word, least significant first.
 std::uint32_t InByteOrder(std::uint32_t word) {
   return std::endian::native == std::endian::little ? word : __builtin_bswap32(word);
 }

@@ -5,7 +5,7 @@
 
 namespace {
 
-// A million names that nobody chose for their hashes pass less than 200 cells.
+// With a million names that were not chosen for their hashes a probe is shorter than 200 cells.
 constexpr std::size_t kMostPassed = 1000;
 
 }  // namespace
@@ -27,7 +27,7 @@ void SlotTable::Remove(std::uint64_t hash, std::uint32_t slot) {
   --slots_;
 }
 
-// The cell of a removed slot is taken too, or removing and adding one name again would fill the table.
+// Reuses cells of removed slots; otherwise removing and adding one name again and again would fill the table.
 void SlotTable::Put(Cell cell) {
   std::size_t at = cell.hash & Mask();
   std::size_t passed = 0;
@@ -38,7 +38,7 @@ void SlotTable::Put(Cell cell) {
   if (passed > kMostPassed) isCrowded_ = true;
 }
 
-// Makes a table for so many slots out of the present one, without the removed ones.
+// Rebuilds the table for so many slots, without the removed ones.
 void SlotTable::Resize(std::size_t slots) {
   constexpr std::size_t kFewest = 16;
   std::vector<Cell> old(std::bit_ceil(std::max(kFewest, slots + slots / 2 + 1)));

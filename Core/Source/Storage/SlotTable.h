@@ -4,21 +4,20 @@
 #include <cstdint>
 #include <vector>
 
-/// A hash table from hashes to slots (numbers below 2^32 - 2), of which a hash may have several. Only 32
-/// bits of a hash are kept, so a caller finds slots of other hashes too and has to look at what they hold.
-/// It lies in one piece of memory, which takes 12 to 24 bytes for each slot. An Add() that throws
-/// std::bad_alloc leaves it as it was.
+/// A hash table from hashes to slots (numbers below 2^32 - 2); a hash may have several. Only 32 bits of a hash are
+/// stored, so searches find slots of other hashes too, and callers check the entries. Takes 12 to 24 bytes of memory
+/// a slot. If Add() throws std::bad_alloc the table is unchanged.
 class SlotTable {
  public:
-  /// Has room for `expected` slots, and grows.
+  /// Allocates for `expected` slots, and grows beyond.
   explicit SlotTable(std::size_t expected);
 
-  /// The pair must not be there yet.
+  /// The pair must not be in the table yet.
   void Add(std::uint64_t hash, std::uint32_t slot);
-  /// Whether very many hashes lie in one place, as only equal or chosen names do. Then the table is no
-  /// use: going on would take time by the square of their number.
+  /// True when a probe grew so long that only equal or adversarial hashes explain it. The caller then scans: going on
+  /// with the table would take quadratic time.
   bool IsCrowded() const { return isCrowded_; }
-  void Remove(std::uint64_t hash, std::uint32_t slot);  ///< Nothing if the pair is not there.
+  void Remove(std::uint64_t hash, std::uint32_t slot);  ///< No effect if the pair is not in the table.
 
   /// Calls `visit(slot)` for the slots of `hash`, in no order, until it returns false.
   template <typename Visit>
@@ -45,8 +44,8 @@ class SlotTable {
   void Put(Cell cell);
   void Resize(std::size_t slots);
 
-  std::vector<Cell> cells_;  // A power of two, of which a third and more is empty.
-  std::size_t filled_ = 0;   // Cells that are not empty; removed slots count.
+  std::vector<Cell> cells_;  // Their number is a power of two; at least a third is empty.
+  std::size_t filled_ = 0;   // Cells in use, removed slots included.
   std::size_t slots_ = 0;
   bool isCrowded_ = false;
 };
