@@ -8,10 +8,12 @@
 
 namespace {
 
-// The lowest free number is the one that open(2) gives, so going upward fills each gap in turn.
+// The lowest free number is the one that open(2) gives, so going upward fills each gap in turn. Where there is
+// no null device the root folder serves: writing to it fails, too.
 void OccupyClosedDescriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
-    if (::fcntl(descriptor, F_GETFD) == -1) static_cast<void>(::open("/dev/null", O_RDONLY));
+    if (::fcntl(descriptor, F_GETFD) != -1) continue;
+    if (::open("/dev/null", O_RDONLY) == -1) static_cast<void>(::open("/", O_RDONLY));
   }
 }
 
