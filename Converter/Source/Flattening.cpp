@@ -42,7 +42,9 @@ class UnfinishedArchive {
 
   OxDataFile& file() { return file_; }
   bool IsBeingWrittenElsewhere() const { return isBusy_; }
+  // The lock is held until everything is written, so that what failed is removed under it.
   void Finish() {
+    file_.Save();
     file_.Close();
     finished_ = true;
   }
@@ -54,8 +56,14 @@ class UnfinishedArchive {
     isBusy_ = locked == kStatusFileBusy;
     if (locked != kStatusOk || file.GetInfo(identity_) != kStatusOk) return false;
     descriptor_ = file.Descriptor();
-    if (file.WasCreated()) return true;
+    if (file.WasCreated()) return IsAtItsPath();
     return expected && expected->IsSameObject(identity_) && identity_.links == 1;
+  }
+
+  // False when another run locked this new file first, and removed it.
+  bool IsAtItsPath() const {
+    Posix::FileInfo found;
+    return Posix::Files().LinkStatus(path_.c_str(), found) >= 0 && found.IsSameObject(identity_);
   }
 
   // Whether the path does not name this archive any more. One that could not be closed whole is closed.
@@ -64,6 +72,7 @@ class UnfinishedArchive {
     OxFile closed(path_);
     Posix::FileInfo found;
     if (closed.Open(OxFile::kWrite) == kStatusOk) {
+      if (closed.Lock() == kStatusFileBusy) return true;
       const bool isThis = closed.GetInfo(found) == kStatusOk && found.IsSameObject(identity_);
       return !isThis || closed.Discard() == kStatusOk;
     }

@@ -31,12 +31,16 @@ bool IsPassedOver(StepKind kind) {
   return kind == StepKind::kUnlistedFolder || kind == StepKind::kLeftOut;
 }
 
-// The size of each file that will be stored; nothing for every other step.
-std::vector<std::optional<std::uint64_t>> SizesOfStoredFiles(const BundlePlan& plan) {
+// The size of each file that will be stored; nullopt for every other step. A file that cannot be read now must not be
+// stored later, since nothing was decided about its name.
+std::vector<std::optional<std::uint64_t>> SizesOfStoredFiles(BundlePlan& plan) {
   std::vector<std::optional<std::uint64_t>> sizes(plan.steps.size());
   for (std::size_t step = 0; step < plan.steps.size();) {
-    const StepKind kind = plan.steps[step].kind;
-    if (kind == StepKind::kFile) sizes[step] = SizeOfReadableFile(plan.SourcePath(step));
+    StepKind& kind = plan.steps[step].kind;
+    if (kind == StepKind::kFile) {
+      sizes[step] = SizeOfReadableFile(plan.SourcePath(step));
+      if (!sizes[step]) kind = StepKind::kUnreadable;
+    }
     const bool goesOn = sizes[step].has_value() || IsPassedOver(kind);
     step = goesOn ? step + 1 : plan.EndOfFolder(step);
   }

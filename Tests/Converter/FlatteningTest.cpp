@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -119,6 +120,81 @@ TEST_F(Flattening, TwoRunsDoNotWriteOneArchive) {
   EXPECT_EQ(folder.Read("archive"), "the other's");
   ::close(fd);
   EXPECT_TRUE(Flatten());
+}
+
+// Does something when the output is about to be locked.
+class BeforeLocking : public Posix::FileOps {
+ public:
+  explicit BeforeLocking(std::function<void()> action) : action_(std::move(action)) {}
+
+  int Lock(int fd) override {
+    if (std::exchange(isFirst_, false)) action_();
+    return FileOps::Lock(fd);
+  }
+
+ private:
+  std::function<void()> action_;
+  bool isFirst_ = true;
+  Posix::ScopedFileOps installed_{this};
+};
+
+// Another run may come between the making of a new archive and its lock.
+TEST_F(Flattening, ANewArchiveThatAnotherRunHasHadIsLeftToIt) {
+  const std::string archive = folder.Path("archive");
+  int other = -1;
+  {
+    const BeforeLocking locked([&] { ::flock(other = ::open(archive.c_str(), O_RDONLY), LOCK_EX); });
+    const Printed printed = Capture([&] { EXPECT_FALSE(Flatten()); });
+    EXPECT_EQ(printed.err, "Error: '" + archive + "' is being written by another process\n");
+    EXPECT_TRUE(folder.Exists("archive"));
+  }
+  ::close(other);
+  std::filesystem::remove(archive);
+  const BeforeLocking removed([&] { std::filesystem::remove(archive); });
+  EXPECT_FALSE(Flatten());
+  EXPECT_FALSE(folder.Exists("archive"));
+}
+
+// Fails to write what is gathered, and looks whether the archive is locked when it is removed.
+class FullDisk : public Posix::FileOps {
+ public:
+  std::int64_t WriteAt(int fd, std::span<const Posix::Piece> pieces, std::uint64_t position) override {
+    return position > 0 ? -ENOSPC : FileOps::WriteAt(fd, pieces, position);
+  }
+  int RemoveFile(Posix::Place place) override {
+    const int other = ::open(place.path, O_RDONLY);
+    wasLocked = ::flock(other, LOCK_EX | LOCK_NB) < 0;
+    ::close(other);
+    return FileOps::RemoveFile(place);
+  }
+
+  bool wasLocked = false;
+
+ private:
+  Posix::ScopedFileOps installed_{this};
+};
+
+TEST_F(Flattening, AnArchiveThatFailsAtItsEndIsRemovedUnderItsLock) {
+  FullDisk disk;
+  EXPECT_FALSE(Flatten());
+  EXPECT_TRUE(disk.wasLocked);
+  EXPECT_FALSE(folder.Exists("archive"));
+}
+
+// Of two names in a clash one cannot be opened when the clash is settled, and can be afterwards.
+TEST_F(Flattening, WhatCannotBeReadWhenClashesAreSettledIsNotStored) {
+  folder.Write("X.widget/Contents/sub/B", "1");
+  const std::string path = folder.Path("X.widget/Contents/sub/B");
+  const std::string aside = folder.Path("aside");
+  bool isFirst = true;
+  const BeforeOpening away(path, [&] {
+    if (std::exchange(isFirst, false)) {
+      std::filesystem::rename(path, aside);
+    } else {
+      std::filesystem::rename(aside, path);
+    }
+  });
+  EXPECT_EQ(Capture([&] { EXPECT_TRUE(Flatten()); }).err, "Error: Unable to read B\n");
 }
 
 // What was there when the bundle was walked is the only thing that may be emptied.

@@ -46,6 +46,8 @@ class ArchiveFile {
   std::string_view Mapped() const;
   /// Whether opening made the file.
   bool WasCreated() const { return file_ != nullptr && file_->WasCreated(); }
+  /// Locks the file unless another process has locked it.
+  bool IsLockedElsewhere() const { return file_ != nullptr && file_->Lock() == kStatusFileBusy; }
 
   std::uint64_t GetPosition() const { return position_; }  ///< 0 when closed.
   /// Past the end: kStatusEndOfFile, and the position stands at the end.

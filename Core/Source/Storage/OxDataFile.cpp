@@ -30,7 +30,8 @@ bool OxDataFile::Open(short mode, const FileCheck& check) {
     opened = false;
   }
   if (opened) return true;
-  if (file_.WasCreated()) Delete();
+  // A new file that another process has locked belongs to that process by now.
+  if (file_.WasCreated() && !file_.IsLockedElsewhere()) Delete();
   Reset();
   return false;
 }
@@ -114,6 +115,14 @@ void OxDataFile::ReadNameTable() {
     if (readStatus != kStatusOk) status = readStatus;
   }
   if (status == kStatusEndOfFile) file_.SetPosition(kNoPosition);
+}
+
+void OxDataFile::Save() {
+  WriteIndex();
+  WriteNameTable();
+  const FileStatus status = file_.Settle();
+  if (status != kStatusOk) throw FileError(status);
+  loaded_ = false;
 }
 
 void OxDataFile::Close() {

@@ -85,6 +85,9 @@ class OxDataFile {
   /// Writes index and name table, if the archive was opened for writing, and closes. Throws FileError
   /// when something could not be written, but is closed in any case.
   void Close();
+  /// This system's own extension: writes everything that Close() would write, but leaves the file open, and locked if
+  /// it was. Only for an archive that is open for writing; nothing may be added afterwards. Throws FileError.
+  void Save();
   /// This system's own extension, for a program that adds many records and, when anything fails, does
   /// away with the archive: appended records reach the disk many at a time, so a failure to write one may
   /// only be told by a later operation or by Close(). Nothing else changes.
