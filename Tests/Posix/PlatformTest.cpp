@@ -14,6 +14,7 @@
 #include "Posix/Paths.h"
 #include "Posix/RegularExpression.h"
 #include "Posix/Users.h"
+#include "Support/FaultyFileOps.h"
 #include "Support/TemporaryFolder.h"
 
 namespace {
@@ -59,12 +60,27 @@ TEST(RegularExpression, GivesTheMatchAndItsGroups) {
 
 TEST(Paths, ResolveWhatExistsAndTidyTheRest) {
   const Support::TemporaryFolder folder;
-  folder.MakeFolder("real");
+  folder.Write("real/file", "");
   folder.MakeLink("link", "real");
   folder.MakeLink("loop", "loop");
+  for (const char* name :
+       {"link/../link/x/./y/..", "link", "link/", "link//file/", "no/../x", "no/..", "x/../../..", "no/",
+        "no//.", "link/no//../..//", "link/file/..", "link/file/../../no", "real/./../no/."}) {
+    EXPECT_EQ(Posix::ResolvePath(folder.Path(name)),
+              std::filesystem::weakly_canonical(folder.Path(name)))
+        << name;
+  }
+  for (const char* path :
+       {"/", "//", "/..", "/no such thing", "/no such thing/../..", "//tmp//no such/"}) {
+    EXPECT_EQ(Posix::ResolvePath(path), std::filesystem::weakly_canonical(path)) << path;
+  }
   EXPECT_EQ(Posix::ResolvePath(folder.Path("link/../link/x/./y/..")), folder.Path("real/x/"));
   EXPECT_EQ(Posix::ResolvePath(folder.Path("link")), folder.Path("real"));
   EXPECT_EQ(Posix::ResolvePath(folder.Path("loop/x")), folder.Path("loop/x"));
+  {
+    const Support::FaultyFileOps faults({.failCall = 1, .only = Support::FileCall::kResolve});
+    EXPECT_EQ(Posix::ResolvePath(folder.Path("link/./x")), folder.Path("link/./x"));
+  }
   const std::string working = std::filesystem::canonical(".");
   EXPECT_EQ(Posix::ResolvePath(""), working);
   EXPECT_EQ(Posix::ResolvePath("no such/thing"),

@@ -36,6 +36,7 @@ enum class FileCall {
   kRenameWithoutReplacing,
   kReadLink,
   kMakeLink,
+  kResolve,
   kCopyAttributes,
   kCurrentFolder,
   kChangeFolder,
@@ -121,6 +122,9 @@ class FaultyFileOps final : public Posix::FileOps {
   }
   int MakeLink(const std::string& target, Posix::Place place) override {
     return Fails(FileCall::kMakeLink, place) ? -plan_.error : FileOps::MakeLink(target, place);
+  }
+  int Resolve(const char* path, std::string& resolved) override {
+    return Fails(FileCall::kResolve, path) ? -plan_.error : FileOps::Resolve(path, resolved);
   }
   int CopyAttributes(int from, int to) override {
     return Fails(FileCall::kCopyAttributes) ? -plan_.error : FileOps::CopyAttributes(from, to);

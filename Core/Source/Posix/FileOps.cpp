@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -22,6 +23,7 @@ namespace Posix {
 
 namespace {
 
+static_assert(kLongestPath + 1 == PATH_MAX, "The zero counts");
 static_assert(sizeof(off_t) == sizeof(std::int64_t), "File positions need 64 bits");
 
 // Pieces beyond this number are left to the next call, as in any short transfer.
@@ -271,6 +273,13 @@ int FileOps::ReadLink(Place place, std::string& target) {
 
 int FileOps::MakeLink(const std::string& target, Place place) {
   return ResultOf([&] { return ::symlinkat(target.c_str(), FolderOf(place), place.path); });
+}
+
+int FileOps::Resolve(const char* path, std::string& resolved) {
+  const std::unique_ptr<char, decltype(&std::free)> text(::realpath(path, nullptr), &std::free);
+  if (!text) return -errno;
+  resolved = text.get();
+  return 0;
 }
 
 int FileOps::CopyAttributes(int from, int to) {

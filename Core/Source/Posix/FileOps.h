@@ -30,6 +30,9 @@ struct Place {
   const char* path;        ///< Zero-terminated. An absolute one goes its own way.
 };
 
+/// Bytes of the longest path that the system takes.
+constexpr std::size_t kLongestPath = 4095;
+
 /// Permission bits of what is created, before the process's umask takes some away.
 constexpr unsigned kFilePermissions = 0666;
 constexpr unsigned kPrivateFilePermissions = 0600;
@@ -123,6 +126,8 @@ class FileOps {
   /// `target` receives the whole text of a link, however long.
   virtual int ReadLink(Place place, std::string& target);
   virtual int MakeLink(const std::string& target, Place place);  ///< A symbolic link.
+  /// `resolved` receives the path of what `path` leads to: absolute, without links, "." and "..".
+  virtual int Resolve(const char* path, std::string& resolved);
   /// Copies the permission bits (without set-user-ID, set-group-ID and sticky bits) and the time of the last
   /// modification.
   virtual int CopyAttributes(int from, int to);

@@ -1,8 +1,10 @@
 #include "Posix/Paths.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
-#include <filesystem>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -22,6 +24,47 @@ std::string MadeAbsolute(const std::string& path) {
   if (Files().CurrentFolder(folder) < 0) return path;
   if (path.empty()) return folder;
   return folder.ends_with('/') ? folder + path : folder + '/' + path;
+}
+
+bool IsAbsent(int result) {
+  return result == -ENOENT || result == -ENOTDIR;
+}
+
+// Where the component ends that follows `start`, with the "/" before it.
+std::size_t NextEnd(const std::string& path, std::size_t start) {
+  return std::min(path.find('/', path.find_first_not_of('/', start)), path.size());
+}
+
+// How much of an absolute path leads to something, in whole components; negative when that cannot be told.
+std::int64_t ExistingLength(const std::string& path) {
+  FileInfo info;
+  const int whole = Files().Status(path.c_str(), info);
+  if (whole >= 0) return std::ssize(path);
+  if (!IsAbsent(whole)) return whole;
+  std::size_t existing = 1;
+  for (std::size_t end = NextEnd(path, 0); end < path.size(); end = NextEnd(path, end)) {
+    const int result = Files().Status(path.substr(0, end).c_str(), info);
+    if (result < 0 && !IsAbsent(result)) return result;
+    if (result < 0) break;
+    existing = end;
+  }
+  return static_cast<std::int64_t>(existing);
+}
+
+// Follows names that do not exist from a folder on; one that is left through ".." is as if it had not been
+// there, and after that, as after ".", the path ends with "/".
+std::string Follow(std::string folder, std::string_view names) {
+  const bool endsWithSeparator = names.ends_with('/');
+  bool endsWithFolder = false;
+  if (folder == "/") folder.clear();
+  while (!names.empty()) {
+    const std::string_view name = names.substr(0, names.find('/'));
+    names.remove_prefix(std::min(names.size(), name.size() + 1));
+    endsWithFolder = name == "." || name == ".." || name.empty();
+    if (name == "..") folder.resize(folder.empty() ? 0 : folder.rfind('/'));
+    if (!endsWithFolder) folder.append("/").append(name);
+  }
+  return folder.empty() || endsWithFolder || endsWithSeparator ? folder + '/' : folder;
 }
 
 std::string NamedTemporaryFolder() {
@@ -48,9 +91,13 @@ void FillWithRandomBytes(std::vector<unsigned char>& out) {
 
 std::string ResolvePath(const std::string& path) {
   const std::string absolute = MadeAbsolute(path);
-  std::error_code error;
-  const std::filesystem::path resolved = std::filesystem::weakly_canonical(absolute, error);
-  return error ? absolute : resolved.string();
+  const std::int64_t existing = ExistingLength(absolute);
+  std::string resolved;
+  if (existing < 0) return absolute;
+  const auto length = static_cast<std::size_t>(existing);
+  if (Files().Resolve(absolute.substr(0, length).c_str(), resolved) < 0) return absolute;
+  return length == absolute.size() ? resolved
+                                   : Follow(resolved, std::string_view(absolute).substr(length));
 }
 
 std::string TemporaryFolder() {
