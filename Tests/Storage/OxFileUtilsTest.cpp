@@ -6,8 +6,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "Storage/OpenFolders.h"
 #include "Storage/OxFileUtils.h"
 #include "Support/FaultyFileOps.h"
+#include "Support/Meddler.h"
 #include "Support/TemporaryFolder.h"
 
 namespace {
@@ -67,6 +69,58 @@ TEST_F(OxFileUtilsTest, FoldersOfAnyDepthAreMadeAndRemoved) {
   EXPECT_TRUE(OxFileUtils::IsDirectory(OxPath(Path("b") / OxPath("d/d/d"))));
   EXPECT_TRUE(OxFileUtils::DeletePath(Path("a")));
   EXPECT_FALSE(folder_.Exists("a"));
+}
+
+TEST_F(OxFileUtilsTest, FoldersDeeperThanAnyPathAreDeleted) {
+  folder_.MakeFolder("deep");
+  OpenFolders way(OpenFolders::Links::kRefuse);
+  ASSERT_EQ(way.Begin(folder_.Path("deep").c_str()), 0);
+  for (int i = 0; i < 3000; ++i) {
+    ASSERT_EQ(Posix::Files().MakeFolder(way.In("deeper"), 0777), 0);
+    ASSERT_EQ(way.Enter("deeper"), 0);
+  }
+  EXPECT_TRUE(WobDeleteDirectory(Text("deep")));
+  EXPECT_FALSE(folder_.Exists("deep"));
+}
+
+TEST_F(OxFileUtilsTest, DeletionStaysInsideWhateverIsSwappedMeanwhile) {
+  const char* const swapped[] = {"old", "old/a", "old/a/b", "old/a/b/c"};
+  for (const char* const name : swapped) {
+    for (int call = 1;; ++call) {
+      const TemporaryFolder folder;
+      folder.Write("out/b/c/kept", "x");
+      folder.Write("out/kept", "x");
+      folder.Write("old/kept", "x");
+      folder.Write("old/a/b/c/kept", "x");
+      Support::Meddler meddler(call,
+                               [&] { Support::SwapForALink(folder.Path(name), folder.Path("out")); });
+      OxFileUtils::DeletePath(OxPath(OxString(folder.Path("old"))));
+      if (!meddler.HasMeddled()) break;
+      EXPECT_TRUE(folder.Exists("out/b/c/kept") && folder.Exists("out/kept")) << name << call;
+    }
+  }
+}
+
+TEST_F(OxFileUtilsTest, DeletionOfFoldersThatForbidSomething) {
+  const bool isRoot = ::geteuid() == 0;
+  if (isRoot) {
+    ASSERT_EQ(::seteuid(65534), 0);
+  }
+  const TemporaryFolder folder;
+  for (const mode_t mode : {0600, 0300, 0700, 0000}) {
+    for (const bool isEmpty : {true, false}) {
+      const std::string path = folder.MakeFolder("a/b");
+      if (!isEmpty) folder.Write("a/b/c", "");
+      ASSERT_EQ(::chmod(path.c_str(), mode), 0);
+      const bool deleted = OxFileUtils::DeletePath(OxPath(OxString(folder.Path("a"))));
+      EXPECT_EQ(deleted, mode == 0700 || (mode == 0600 && isEmpty)) << mode << isEmpty;
+      if (!deleted) ::chmod(path.c_str(), 0700);
+      std::filesystem::remove_all(folder.Path("a"));
+    }
+  }
+  if (isRoot) {
+    EXPECT_EQ(::seteuid(0), 0);
+  }
 }
 
 TEST_F(OxFileUtilsTest, ListingsMatchTheWholeNameAndTellEveryEntry) {

@@ -1,11 +1,13 @@
 #include "Storage/FileTree.h"
 
+#include <cerrno>
 #include <utility>
 #include <vector>
 
 #include "Posix/FileOps.h"
 #include "Posix/Paths.h"
 #include "Storage/FileCopier.h"
+#include "Storage/OpenFolders.h"
 #include "Storage/OxFile.h"
 
 namespace FileTree {
@@ -70,27 +72,63 @@ bool IsReachedByName(std::string place, const FileInfo& folder) {
   return false;
 }
 
-// The files in the folders go first, then the folders, the deepest first.
-bool RemoveFolder(const std::string& path) {
-  std::vector<std::string> folders{path};
-  std::vector<FolderEntry> entries;
-  for (std::size_t i = 0; i < folders.size(); ++i) {
-    if (!ListFolder(folders[i], entries)) return false;
-    for (const FolderEntry& entry : entries) {
-      std::string child = folders[i] + '/' + entry.name;
+// Removes a folder with everything in it, each object by its name in the open folder that it lies in.
+class FolderRemoval {
+ public:
+  // The folder lies in the last one of `way`.
+  explicit FolderRemoval(OpenFolders& way) : way_(way) {}
+
+  bool Remove(std::string name) {
+    bool removed = RemoveFilesIn(name);
+    while (removed && !foldersLeft_.empty()) {
+      if (foldersLeft_.back().empty()) {
+        removed = RemoveLast();
+      } else {
+        name = std::move(foldersLeft_.back().back());
+        foldersLeft_.back().pop_back();
+        removed = RemoveFilesIn(name);
+      }
+    }
+    return removed;
+  }
+
+ private:
+  // Goes into the folder. One that may be listed, but not searched, can be removed if there is nothing in it.
+  bool RemoveFilesIn(const std::string& name) {
+    if (way_.Enter(name) < 0) return false;
+    const int listed = List(".");
+    if (listed == -EACCES) return way_.Leave() >= 0 && List(name.c_str()) >= 0 && RemoveEmpty(name);
+    if (listed < 0) return false;
+    foldersLeft_.emplace_back();
+    for (FolderEntry& entry : entries_) {
       if (entry.kind == FileKind::kFolder) {
-        folders.push_back(std::move(child));
-      } else if (!RemoveFile(child)) {
+        foldersLeft_.back().push_back(std::move(entry.name));
+      } else if (Files().RemoveFile(way_.In(entry.name.c_str())) < 0) {
         return false;
       }
     }
+    return true;
   }
-  for (; !folders.empty(); folders.pop_back()) {
-    const char* folder = folders.back().c_str();
-    if (Files().RemoveFolder(folder) < 0) return false;
+
+  bool RemoveLast() {
+    foldersLeft_.pop_back();
+    const std::string name(way_.Name(way_.Depth() - 1));
+    return way_.Leave() >= 0 && RemoveEmpty(name);
   }
-  return true;
-}
+
+  bool RemoveEmpty(const std::string& name) { return Files().RemoveFolder(way_.In(name.c_str())) >= 0; }
+
+  int List(const char* name) {
+    entries_.clear();
+    const int listed = Files().ListFolder(way_.In(name), entries_);
+    return listed == -EMFILE && way_.SpareHandles() ? Files().ListFolder(way_.In(name), entries_)
+                                                    : listed;
+  }
+
+  OpenFolders& way_;
+  std::vector<std::vector<std::string>> foldersLeft_;  // In each folder that was entered.
+  std::vector<FolderEntry> entries_;
+};
 
 bool CopyLink(const std::string& source, const std::string& target) {
   std::string destination;
@@ -166,7 +204,7 @@ bool CopyFolder(const std::string& source, const std::string& target) {
   std::vector<FolderPair> folders{{source, target}};
   for (std::size_t i = 0; i < folders.size(); ++i) {
     if (CopyEntries(i, folders, copier)) continue;
-    RemoveFolder(target);
+    Remove(target);
     return false;
   }
   for (; !folders.empty(); folders.pop_back()) {
@@ -204,12 +242,21 @@ bool IsCopyable(const std::string& path) {
   return GetLinkStatus(path, info) && info.kind != FileKind::kOther;
 }
 
-// With a "/" behind it a link would be followed.
-bool Remove(const std::string& path) {
+Name Split(const std::string& path) {
   const std::string object = path.substr(0, path.find_last_not_of('/') + 1);
+  const std::string parent = ParentOf(object);
+  return {parent.empty() ? "." : parent + "/.", object.substr(object.find_last_of('/') + 1)};
+}
+
+bool Remove(const std::string& path) {
+  const Name object = Split(path);
+  OpenFolders way(OpenFolders::Links::kRefuse);
+  if (way.Begin(object.folder.c_str()) < 0) return false;
+  const Posix::Place place = way.In(object.name.c_str());
   FileInfo info;
-  if (!GetLinkStatus(object, info)) return false;
-  return info.kind == FileKind::kFolder ? RemoveFolder(object) : RemoveFile(object);
+  if (Files().LinkStatus(place, info) < 0) return false;
+  if (info.kind != FileKind::kFolder) return Files().RemoveFile(place) >= 0;
+  return FolderRemoval(way).Remove(object.name);
 }
 
 bool Copy(const std::string& source, const std::string& target) {

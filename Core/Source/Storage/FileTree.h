@@ -4,8 +4,8 @@
 
 #include "Posix/FileOps.h"
 
-/// Files, links and whole folders, by loops, as deep as the system's paths reach. Paths are bytes as the
-/// file system has them; a link is never followed. False on a failure; nothing throws but std::bad_alloc.
+/// Files, links and whole folders, by loops. Paths are bytes as the file system has them; a link is never
+/// followed. False on a failure; nothing throws but std::bad_alloc.
 namespace FileTree {
 
 /// Whether there is an object, be it a link that points nowhere.
@@ -20,9 +20,20 @@ bool LiesInside(const std::string& path, const std::string& folder);
 /// Whether Copy() can copy the object.
 bool IsCopyable(const std::string& path);
 
-/// Removes the object, a folder with everything in it; stops at the first failure.
+/// Where an object is named: a path that leads to the folder that it lies in, also where that is a link, and
+/// its name there.
+struct Name {
+  std::string folder;
+  std::string name;
+};
+/// Both parts of a path. "/" behind it count for nothing, so that a link is meant and not what it leads to.
+Name Split(const std::string& path);
+
+/// Removes the object, a folder with everything in it, however deep; stops at the first failure. Each folder
+/// is opened in the one above it and what is in it removed from there, so that whatever is renamed or replaced
+/// by a link meanwhile, nothing is removed that was not below `path`.
 bool Remove(const std::string& path);
-/// Copies a file, a link or a folder with its content to `target`, which must not exist. A copy that
+/// As deep as the system's paths reach: copies a file, a link or a folder with its content to `target`, which must not exist. A copy that
 /// fails is removed again. FIFOs, sockets and devices are not copied.
 bool Copy(const std::string& source, const std::string& target);
 

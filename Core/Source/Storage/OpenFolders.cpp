@@ -37,8 +37,8 @@ int OpenFolders::Enter(std::string_view name) {
   return 0;
 }
 
-int OpenFolders::Leave() {
-  CutTo(levels_.size() - 1);
+int OpenFolders::LeaveTo(std::size_t depth) {
+  CutTo(depth);
   std::size_t open = levels_.size() - 1;
   while (levels_[open].folder < 0) --open;
   int result = 0;

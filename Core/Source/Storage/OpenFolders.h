@@ -29,7 +29,12 @@ class OpenFolders {
   int Enter(std::string_view name);
   /// Goes back to the folder above the last one; there must be one. -ESTALE when another object has that one's
   /// name by now. After a failure only Begin() can be called.
-  int Leave();
+  int Leave() { return LeaveTo(levels_.size() - 1); }
+  /// The same to a way of `depth` folders, which must be above 0 and no more than it has.
+  int LeaveTo(std::size_t depth);
+  /// Closes what can be opened again when the way leads back to it, for a caller who has no handle left.
+  /// Whether there was anything to close.
+  bool SpareHandles() { return CloseAllUpTo(levels_.size() - 1); }
   /// How many folders the way has; 0 before Begin().
   std::size_t Depth() const { return levels_.size(); }
   /// Names of folders after the first one, down to the last one.

@@ -28,7 +28,8 @@ struct OxFolderEntry {
 /// Operations on whole files and folders. Nothing here throws: failures are false, 0 or an empty text.
 ///   Links: the tests follow symbolic links; whatever deletes, moves or copies acts on a link itself and
 ///          never on what it points to.
-///   Depth: folders are walked by loops, as deep as the system's paths reach.
+///   Depth: folders are walked by loops; they are deleted however deep, and moved to another file system or
+///          copied as deep as the system's paths reach.
 /// The free functions below do the same for paths given as text.
 class OxFileUtils {
  public:
@@ -57,7 +58,8 @@ class OxFileUtils {
   /// This system's own extension, for paths that a stranger chose: as above, but when more than `most`
   /// folders are missing none is made. `most` becomes less by those that are.
   static Creation CreateDirectory(const OxPath& path, std::size_t& most);
-  /// Removes the object, a folder with everything in it. False when nothing is there.
+  /// Removes the object, a folder with everything in it, and nothing else whatever changes meanwhile; see
+  /// FileTree::Remove(). False when nothing is there.
   static bool DeleteDirectory(const OxPath& path);
   /// True when nothing is there, false for a folder.
   static bool DeleteFile(const OxPath& path);
