@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <string_view>
+#include <cerrno>
 #include <utility>
+#include <vector>
 
 #include "Console.h"
+#include "Storage/FileTree.h"
 #include "Storage/OxFile.h"
 #include "Storage/OxFileUtils.h"
 #include "WidgetArchive.h"
@@ -33,18 +35,44 @@ bool WouldLeaveTheBundle(const OxString& name) {
          HasParentComponent(OxPath(name).portable_string().view());
 }
 
-OxPath WithoutDots(const OxPath& path) {
-  std::string_view rest = path.portable_string().view();
-  if (rest.find('.') == std::string_view::npos) return path;
-  std::string text;
+// As OxPath does for what begins at `start`.
+void DropLastSeparator(std::string& text, std::size_t start) {
+  const std::size_t root = start < text.size() && text[start] == kSeparator ? 1 : 0;
+  if (text.size() - start > root && text.back() == kSeparator) text.pop_back();
+}
+
+// Drops "." components that another one follows from what begins at `start`.
+void DropDots(std::string& text, std::size_t start) {
+  if (text.find('.', start) == std::string::npos) return;
+  std::string_view rest = std::string_view(text).substr(start);
+  auto end = text.begin() + static_cast<std::ptrdiff_t>(start);
   while (!rest.empty()) {
     const std::string_view component = TakeComponent(rest);
     const bool isLast = rest.find_first_not_of(kSeparator) == std::string_view::npos;
     if (component == "." && !isLast) continue;
-    text += component;
-    if (!rest.empty()) text += kSeparator;
+    end = std::copy(component.begin(), component.end(), end);
+    if (!rest.empty()) *end++ = kSeparator;
   }
-  return OxPath(OxString(text));
+  text.erase(end, text.end());
+  DropLastSeparator(text, start);
+}
+
+// Takes the next folder's name off a path; empty when there is none.
+std::string_view TakeFolder(std::string_view& path) {
+  std::string_view name;
+  while (!path.empty() && (name.empty() || name == ".")) name = TakeComponent(path);
+  return name == "." ? std::string_view() : name;
+}
+
+std::size_t CountFolders(std::string_view path) {
+  std::size_t count = 0;
+  while (!TakeFolder(path).empty()) ++count;
+  return count;
+}
+
+bool IsLink(Posix::Place place) {
+  Posix::FileInfo info;
+  return Posix::Files().LinkStatus(place, info) >= 0 && info.kind == Posix::FileKind::kLink;
 }
 
 // Whether a file cannot be opened for what its name is: too long, or that of a folder or a link.
@@ -55,6 +83,14 @@ bool IsFaultOfTheName(FileStatus status) {
 }
 
 }  // namespace
+
+RecordExtraction::RecordExtraction(const TargetBundle& target, OverlapLimit& limit, bool verbose)
+    : target_(target), limit_(limit), verbose_(verbose) {
+  path_ = (target.path / OxPath(WidgetArchive::kContentsFolder)).native_string().view();
+  path_ += kSeparator;
+  contentsLength_ = path_.size();
+  bundleLength_ = path_.rfind(kSeparator, contentsLength_ - 2) + 1;
+}
 
 bool IsExtractable(const OxDataFile::Record& record) {
   const OxString& name = record.GetName();
@@ -69,39 +105,142 @@ RecordExtraction::Outcome RecordExtraction::Extract(const OxDataFile::Record& re
     }
     return Outcome::kDone;
   }
-  const OxPath file = contents_ / WithoutDots(OxPath(name));
-  const char* const text = file.native_string().c_str();
-  const Outcome folder = MakeFolder(file.branch_path().native_string());
-  if (folder == Outcome::kFailed) {
-    Console::Error("Error: could not create directory for file '%s'\n", text);
+  SetPath(name.view());
+  const std::size_t separator = path_.rfind(kSeparator);
+  const std::size_t folderEnd = path_[separator - 1] == kSeparator ? separator - 1 : separator;
+  switch (GoTo(std::string_view(path_).substr(0, folderEnd))) {
+    case Way::kThere:
+      return WriteFile(record, std::string_view(path_).substr(separator + 1));
+    case Way::kAtAFile:
+      return Outcome::kDone;
+    case Way::kTooManyFolders:
+      return Outcome::kTooManyFolders;
+    case Way::kNoHandles:
+      Console::Error("Error: could not write to file '%s'\n", path_.c_str());
+      break;
+    case Way::kBarred:
+      Console::Error("Error: could not create directory for file '%s'\n", path_.c_str());
+      break;
   }
-  if (folder != Outcome::kDone) return folder;
-  OxFile target(file.native_string());
-  const FileStatus opened = target.Open(OxFile::kWrite | OxFile::kCreate | OxFile::kExpectNew);
-  // Deliberate: a name that no file can have is passed over silently.
-  if (IsFaultOfTheName(opened)) return Outcome::kDone;
-  if (opened == kStatusOk && WriteRecord(record, target)) return Outcome::kDone;
-  Console::Error("Error: could not write to file '%s'\n", text);
   return Outcome::kFailed;
 }
 
-RecordExtraction::Outcome RecordExtraction::MakeFolder(const OxString& folder) {
-  if (folder.view() == lastFolder_) return Outcome::kDone;
-  std::string text(folder.view());
-  if (!folders_.contains(text)) {
-    switch (OxFileUtils::CreateDirectory(folder, limit_.FoldersLeft())) {
-      case OxFileUtils::Creation::kTooMany:
-        return Outcome::kTooManyFolders;
-      case OxFileUtils::Creation::kFailed:
-        if (!OxFileUtils::Exists(folder)) return Outcome::kFailed;
-        break;
-      case OxFileUtils::Creation::kDone:
-        break;
-    }
-    folders_.insert(text);
+// The contents folder / name, as OxPath would join them.
+void RecordExtraction::SetPath(std::string_view name) {
+  path_.resize(contentsLength_);
+  path_ += name;
+  const auto start = path_.begin() + static_cast<std::ptrdiff_t>(contentsLength_);
+  std::replace(start, path_.end(), '\\', kSeparator);
+  DropLastSeparator(path_, contentsLength_);
+  DropDots(path_, contentsLength_);
+  DropLastSeparator(path_, 0);
+}
+
+RecordExtraction::Way RecordExtraction::WayOf(int result) {
+  if (result >= 0) return Way::kThere;
+  return result == -EMFILE || result == -ENFILE ? Way::kNoHandles : Way::kBarred;
+}
+
+RecordExtraction::Way RecordExtraction::GoTo(std::string_view folder) {
+  if (folder == lastFolder_) return Way::kThere;
+  if (folder.size() > Posix::kLongestPath) return Way::kBarred;
+  Way way = way_.Depth() == 0 ? MakeBundle() : Way::kThere;
+  if (way == Way::kThere) way = Descend(folder.substr(bundleLength_));
+  lastFolder_.clear();
+  if (way == Way::kThere) lastFolder_ = folder;
+  return way;
+}
+
+// Opens the folder that the bundle lies in, which is made if it is missing.
+RecordExtraction::Way RecordExtraction::GoAbove(OpenFolders& above, const std::string& folder) {
+  const bool isOpen = target_.above != Posix::Place::kNoFolder;
+  const Posix::Place place(target_.above, isOpen ? "." : folder.c_str());
+  int result = above.Begin(place);
+  if (result == -ENOENT) {
+    const OxPath missing = target_.path.branch_path();
+    const auto made = OxFileUtils::CreateDirectory(missing, limit_.FoldersLeft());
+    if (made == OxFileUtils::Creation::kTooMany) return Way::kTooManyFolders;
+    result = above.Begin(place);
   }
-  lastFolder_ = std::move(text);
-  return Outcome::kDone;
+  return WayOf(result);
+}
+
+RecordExtraction::Way RecordExtraction::MakeBundle() {
+  const FileTree::Name bundle = FileTree::Split(std::string(target_.path.native_string().view()));
+  OpenFolders above(OpenFolders::Links::kRefuse);
+  const Way way = GoAbove(above, bundle.folder);
+  if (way != Way::kThere) return way;
+  const Posix::Place place = above.In(bundle.name.c_str());
+  const bool isMade = Posix::Files().MakeFolder(place, Posix::kFolderPermissions) >= 0;
+  if (isMade) --limit_.FoldersLeft();
+  if (!isMade && !target_.emptied) return Way::kBarred;
+  const int begun = way_.Begin(place);
+  return begun >= 0 && !IsNewBundle(isMade) ? Way::kBarred : WayOf(begun);
+}
+
+// Whether the folder that was opened is the one that was made or emptied.
+bool RecordExtraction::IsNewBundle(bool isMade) const {
+  const Posix::Place here = way_.In(".");
+  Posix::FileInfo info;
+  if (Posix::Files().OpenStatus(here.folder, info) < 0) return false;
+  if (!isMade && !info.IsSameObject(*target_.emptied)) return false;
+  std::vector<Posix::FolderEntry> entries;
+  const int listed = Posix::Files().ListFolder(here, entries);
+  return (listed >= 0 || listed == -EACCES) && entries.empty();
+}
+
+RecordExtraction::Way RecordExtraction::Descend(std::string_view names) {
+  std::size_t level = 1;
+  std::string_view rest = names;
+  std::string_view name = TakeFolder(rest);
+  while (level < way_.Depth() && name == way_.Name(level)) {
+    names = rest;
+    name = TakeFolder(rest);
+    ++level;
+  }
+  if (level < way_.Depth() && way_.LeaveTo(level) < 0) return Way::kBarred;
+  Way way = Way::kThere;
+  for (std::size_t left = CountFolders(names); left > 0 && way == Way::kThere; --left) {
+    way = Enter(TakeFolder(names), left);
+  }
+  return way;
+}
+
+// Enters a folder, the first of `left` that may have to be made.
+RecordExtraction::Way RecordExtraction::Enter(std::string_view name, std::size_t left) {
+  std::size_t& foldersLeft = limit_.FoldersLeft();
+  const bool mayMake = left <= foldersLeft;
+  folderName_ = name;
+  const Posix::Place place = way_.In(folderName_.c_str());
+  if (mayMake && Posix::Files().MakeFolder(place, Posix::kFolderPermissions) >= 0) --foldersLeft;
+  const int entered = way_.Enter(name);
+  const bool isFile = entered == -ENOTDIR && !IsLink(place);
+  if (!mayMake && (entered == -ENOENT || isFile)) return Way::kTooManyFolders;
+  return isFile && left == 1 ? Way::kAtAFile : WayOf(entered);
+}
+
+RecordExtraction::Outcome RecordExtraction::WriteFile(const OxDataFile::Record& record,
+                                                      std::string_view name) {
+  if (path_.size() > Posix::kLongestPath) return Outcome::kDone;
+  OxFile target(OxFile::NativePath{.bytes = std::string(name), .folder = way_.In("").folder});
+  const FileStatus opened = Open(target);
+  // Deliberate: a name that no file can have is passed over silently.
+  if (IsFaultOfTheName(opened)) return Outcome::kDone;
+  if (opened == kStatusOk && WriteRecord(record, target)) return Outcome::kDone;
+  Console::Error("Error: could not write to file '%s'\n", path_.c_str());
+  return Outcome::kFailed;
+}
+
+// A file that another one made has one name; a second one would belong to somebody else's file.
+FileStatus RecordExtraction::Open(OxFile& target) {
+  constexpr unsigned long kPermission =
+      OxFile::kWrite | OxFile::kCreate | OxFile::kExpectNew | OxFile::kNoLink;
+  FileStatus status = target.Open(kPermission);
+  if (status == kStatusTooManyFiles && way_.SpareHandles()) status = target.Open(kPermission);
+  if (status != kStatusOk || target.WasCreated()) return status;
+  Posix::FileInfo info;
+  status = target.GetInfo(info);
+  return status == kStatusOk && info.links > 1 ? kStatusNoPermission : status;
 }
 
 bool RecordExtraction::WriteRecord(const OxDataFile::Record& record, OxFile& target) {

@@ -8,6 +8,7 @@
 #include "ObjectIdentity.h"
 #include "OverlapLimit.h"
 #include "Posix/FileOps.h"
+#include "Posix/Interruption.h"
 #include "RecordExtraction.h"
 #include "Storage/DamageWatch.h"
 #include "Storage/OxDataFile.h"
@@ -17,36 +18,42 @@
 namespace {
 
 // A place where a bundle is made before it is moved: below a folder in the temporary one that is nobody
-// else's to look into. What is still there at the end is deleted.
+// else's to look into. What is still there at the end, or when the run is interrupted, is deleted.
 class TemporaryBundle {
  public:
-  TemporaryBundle() {
+  TemporaryBundle()
+      : folder_(WobGetNewTempFilePath()), guard_(std::string(folder_.native_string().view())) {
     constexpr unsigned kPrivate = 0700;
-    const OxPath folder(WobGetNewTempFilePath());
-    const char* const path = folder.native_string().c_str();
-    if (Posix::Files().MakeFolder(path, kPrivate) >= 0) {
-      folder_ = folder;
-    }
+    const char* const path = folder_.native_string().c_str();
+    if (Posix::Files().MakeFolder(path, kPrivate) < 0) return;
+    isMade_ = true;
+    handle_ = Posix::Files().OpenFolder(path, false);
+    if (handle_ >= 0) guard_.Arm(handle_);
   }
   TemporaryBundle(const TemporaryBundle&) = delete;
   TemporaryBundle& operator=(const TemporaryBundle&) = delete;
   ~TemporaryBundle() {
-    if (IsUsable()) WobDeleteDirectory(folder_.native_string());
+    if (isMade_) WobDeleteDirectory(folder_.native_string());
+    if (handle_ >= 0) Posix::Files().Close(handle_);
   }
 
-  bool IsUsable() const { return !folder_.native_string().empty(); }
-  OxPath Path() const { return folder_ / OxPath(folder_.leaf()); }
+  bool IsUsable() const { return handle_ >= 0; }
+  TargetBundle Target() const { return {.path = Path(), .above = handle_}; }
   // Deliberate: whether the move succeeds is not asked, and a bundle that cannot be moved stays; an archive
   // without files made nothing to move.
   void MoveInto(const OxPath& folder) {
     WobMoveFile(Path().native_string(), folder.native_string(), kConflictRename);
-    const char* const path = folder_.native_string().c_str();
-    Posix::Files().RemoveFolder(path);
-    folder_.clear();
+    Posix::Files().RemoveFolder(folder_.native_string().c_str());
+    isMade_ = false;
   }
 
  private:
+  OxPath Path() const { return folder_ / OxPath(folder_.leaf()); }
+
   OxPath folder_;
+  Posix::InterruptionGuard guard_;
+  bool isMade_ = false;
+  int handle_ = -1;
 };
 
 // What a walk over an archive finds out before anything is changed.
@@ -82,8 +89,8 @@ bool IsEmptyFolder(const OxPath& path) {
 }
 
 // Deletes the old bundle, unless that would take the archive with it. A folder that is emptied, but cannot be
-// removed, is as good as a new one.
-bool ClearTarget(const OxPath& archive, const OxPath& bundle) {
+// removed, is as good as a new one; `emptied` says so. False, after a line, when the bundle is still there.
+bool ClearTarget(const OxPath& archive, const OxPath& bundle, std::optional<Posix::FileInfo>& emptied) {
   const char* const target = bundle.native_string().c_str();
   if (IsSameObject(archive, bundle) || GoesWith(archive, bundle)) {
     Console::Error("Error: '%s' lies inside '%s'\n", archive.native_string().c_str(), target);
@@ -93,17 +100,20 @@ bool ClearTarget(const OxPath& archive, const OxPath& bundle) {
   const bool isSpecial = old && old->kind == Posix::FileKind::kOther;
   if (!isSpecial) WobDeleteDirectory(bundle.native_string());
   if (!IsThere(bundle)) return true;
-  if (old && old->kind == Posix::FileKind::kFolder && IsEmptyFolder(bundle)) return true;
+  if (old && old->kind == Posix::FileKind::kFolder && IsEmptyFolder(bundle)) {
+    emptied = old;
+    return true;
+  }
   Console::Error("Error: could not delete '%s'\n", target);
   return false;
 }
 
 // `isDamaged` becomes true when this walk, unlike the one before, finds damage.
-bool ExtractAll(OxDataFile& file, const OxPath& bundle, bool verbose, bool& isDamaged) {
+bool ExtractAll(OxDataFile& file, const TargetBundle& bundle, bool verbose, bool& isDamaged) {
   using Outcome = RecordExtraction::Outcome;
   OverlapLimit limit(file);
   DamageWatch watch(file);
-  RecordExtraction extraction(bundle / OxPath(WidgetArchive::kContentsFolder), limit, verbose);
+  RecordExtraction extraction(bundle, limit, verbose);
   const OxDataFile::Iterator end = file.End();
   for (OxDataFile::Iterator record = file.Begin(); record != end; ++record) {
     watch.See(*record);
@@ -122,7 +132,7 @@ bool ExtractAll(OxDataFile& file, const OxPath& bundle, bool verbose, bool& isDa
 }
 
 // Extracts what can be read.
-bool ExtractWithReport(OxDataFile& file, const OxPath& bundle, bool verbose, bool isDamaged) {
+bool ExtractWithReport(OxDataFile& file, const TargetBundle& bundle, bool verbose, bool isDamaged) {
   const bool extracted = ExtractAll(file, bundle, verbose, isDamaged);
   if (isDamaged) {
     Console::Error("Error: '%s' is damaged, some of its records cannot be read\n",
@@ -155,9 +165,9 @@ bool Unflatten(const OxPath& archive, const OxPath& bundle, bool verbose) {
     Console::Error("Error: '%s' is damaged, none of its records can be read\n", file.GetPath().c_str());
     return false;
   }
-  if (!temporary && !ClearTarget(archive, bundle)) return false;
-  const bool extracted =
-      ExtractWithReport(file, temporary ? temporary->Path() : bundle, verbose, survey.isDamaged);
+  TargetBundle target = temporary ? temporary->Target() : TargetBundle{.path = bundle};
+  if (!temporary && !ClearTarget(archive, bundle, target.emptied)) return false;
+  const bool extracted = ExtractWithReport(file, target, verbose, survey.isDamaged);
   file.Close();
   if (temporary && extracted) temporary->MoveInto(FolderOf(bundle));
   return extracted;

@@ -1,13 +1,17 @@
+#include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <set>
 #include <span>
+#include <utility>
 
 #include "BundleTest.h"
 #include "Listing.h"
 #include "Streams.h"
 #include "Support/FaultyFileOps.h"
+#include "Support/Meddler.h"
 #include "Unflattening.h"
 
 namespace {
@@ -123,6 +127,91 @@ TEST_F(Unflattening, AnEmptiedFolderThatCannotBeRemovedServes) {
   EXPECT_TRUE(faults.Fired());
   EXPECT_FALSE(folder.Exists("out/old"));
   EXPECT_EQ(folder.Read("out/Contents/sub/b"), "second");
+}
+
+TEST_F(Unflattening, StaysInItsBundleWhateverIsSwappedMeanwhile) {
+  ASSERT_TRUE(Flatten());
+  const std::pair<const char*, const char*> kSwaps[] = {{"out", "precious"},
+                                                        {"out/Contents", "precious"},
+                                                        {"out/Contents/sub", "precious"},
+                                                        {"out/Contents/sub/b", "precious/stone"}};
+  for (const auto& [name, target] : kSwaps) {
+    for (int call = 1;; ++call) {
+      for (const char* left : {"out", "out.moved"}) std::filesystem::remove_all(folder.Path(left));
+      folder.Write("out/Contents/sub/old", "old");
+      folder.Write("precious/stone", "precious");
+      Support::Meddler meddler(call,
+                               [&] { Support::SwapForALink(folder.Path(name), folder.Path(target)); });
+      Capture([&] { UnflattenFile(Path("archive"), Path("out"), false); });
+      if (!meddler.HasMeddled()) break;
+      const std::filesystem::recursive_directory_iterator precious(folder.Path("precious"));
+      EXPECT_EQ(std::distance(begin(precious), end(precious)), 1) << name << call;
+      EXPECT_EQ(folder.Read("precious/stone"), "precious") << name << call;
+    }
+  }
+}
+
+TEST_F(Unflattening, ABundleThatSomebodyElseMakesIsRefused) {
+  ASSERT_TRUE(Flatten());
+  for (const bool isEmpty : {true, false}) {
+    for (int call = 1;; ++call) {
+      std::filesystem::remove_all(folder.Path("out"));
+      Support::Meddler meddler(call, [&] {
+        isEmpty ? folder.MakeFolder("out") : folder.Write("out/Contents/theirs", "theirs");
+      });
+      bool done = false;
+      Capture([&] { done = UnflattenFile(Path("archive"), Path("out"), false); });
+      if (!meddler.HasMeddled()) break;
+      const bool isWritten = folder.Exists("out/Contents/a");
+      EXPECT_EQ(done, isWritten) << call;
+    }
+  }
+}
+
+TEST_F(Unflattening, APathThatIsTooLongAsAWholeIsTooLong) {
+  const std::size_t above = folder.Path("out/Contents/").size();
+  const auto extract = [&](std::size_t folderLength, std::size_t nameLength) {
+    OxDataFile archive(0x77646774, folder.Path("archive").c_str());
+    archive.Open(OxDataFile::kOpenRead | OxDataFile::kOpenWrite | OxDataFile::kOpenCreate);
+    std::string name;
+    while (above + name.size() + 2 < folderLength) name += "d/";
+    name.resize(folderLength - above, 'e');
+    archive.AddRecord(OxString(name + '/' + std::string(nameLength, 'n')), 1, "x");
+    archive.Close();
+    bool done = false;
+    const std::string err =
+        Capture([&] { done = UnflattenFile(Path("archive"), Path("out"), false); }).err;
+    const bool isMade = folder.Exists("out/Contents/d");
+    const auto files = isMade ? std::filesystem::recursive_directory_iterator(folder.Path("out"))
+                              : std::filesystem::recursive_directory_iterator();
+    const bool isWritten =
+        std::any_of(begin(files), end(files), [](auto& entry) { return !entry.is_directory(); });
+    return std::string(done ? "done " : "failed ") + (isMade ? "made " : "") +
+           (isWritten ? "written" : "") + err.substr(0, 33);
+  };
+  EXPECT_EQ(extract(4000, 94), "done made written");
+  EXPECT_EQ(extract(4000, 95), "done made ");
+  EXPECT_EQ(extract(4095, 1), "done made ");
+  EXPECT_EQ(extract(4096, 1), "failed Error: could not create directory");
+}
+
+TEST_F(Unflattening, AnInterruptionRemovesTheTemporaryBundle) {
+  ASSERT_TRUE(Flatten());
+  setenv("TMPDIR", folder.MakeFolder("tmp").c_str(), 1);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    EXPECT_EXIT(
+        {
+          std::signal(signal, SIG_DFL);
+          Support::Meddler interrupted(20, [&] {
+            const std::filesystem::recursive_directory_iterator made(folder.Path("tmp"));
+            if (std::distance(begin(made), end(made)) > 3) std::raise(signal);
+          });
+          UnflattenFile(Path("archive"), Path("archive"), false);
+        },
+        testing::KilledBySignal(signal), "");
+    EXPECT_TRUE(std::filesystem::is_empty(folder.Path("tmp")));
+  }
+  unsetenv("TMPDIR");
 }
 
 // Looks, while files are written, at who may go where they are.
