@@ -71,6 +71,10 @@ bool LiesInside(const OxPath& object, const OxPath& folder) {
 
 bool GoesWith(const OxPath& object, const OxPath& target) {
   const auto container = IdentifyLink(target);
-  return container && container->kind == Posix::FileKind::kFolder && Identify(object) &&
-         FileTree::LiesBelow(PlaceOf(object), *container);
+  if (!container || container->kind != Posix::FileKind::kFolder) return false;
+  const auto identity = Identify(object);
+  if (!identity) return false;
+  if (FileTree::LiesBelow(PlaceOf(object), *container)) return true;
+  // With a mount point on its path, the object's only name may be inside all the same.
+  return identity->links == 1 && FileTree::Holds(std::string(target.native_string().view()), *identity);
 }

@@ -65,6 +65,10 @@ TEST_F(OxFileUtilsTest, FoldersOfAnyDepthAreMadeAndRemoved) {
   for (int i = 0; i < 150000; ++i) hostile += "/y";
   EXPECT_FALSE(WobCreateDirectory(Text(hostile))) << "without taking memory for the path to each name";
   EXPECT_FALSE(folder_.Exists("x"));
+  std::size_t most = 2;
+  const OxPath sparse = Path("c") / OxPath(OxString(std::string(3000, '/') + "d"));
+  EXPECT_EQ(OxFileUtils::CreateDirectory(sparse, most), OxFileUtils::Creation::kDone);
+  EXPECT_EQ(most, 0U) << "a separator is no folder";
   EXPECT_TRUE(WobCopyFile(Text("a"), Text("b")));
   EXPECT_TRUE(OxFileUtils::IsDirectory(OxPath(Path("b") / OxPath("d/d/d"))));
   EXPECT_TRUE(OxFileUtils::DeletePath(Path("a")));

@@ -237,6 +237,24 @@ bool LiesInside(const std::string& path, const std::string& folder) {
   return GetLinkStatus(folder, info) && info.kind == FileKind::kFolder && LiesBelow(path, info);
 }
 
+bool Holds(const std::string& folder, const FileInfo& object) {
+  std::vector<std::string> folders{folder};
+  std::vector<FolderEntry> entries;
+  for (std::size_t i = 0; i < folders.size(); ++i) {
+    if (!ListFolder(folders[i], entries)) continue;
+    for (const FolderEntry& entry : entries) {
+      std::string child = folders[i] + '/' + entry.name;
+      FileInfo found;
+      if (entry.kind == FileKind::kFolder) {
+        folders.push_back(std::move(child));
+      } else if (entry.inode == 0 || entry.inode == object.inode) {
+        if (GetLinkStatus(child, found) && found.IsSameObject(object)) return true;
+      }
+    }
+  }
+  return false;
+}
+
 bool IsCopyable(const std::string& path) {
   FileInfo info;
   return GetLinkStatus(path, info) && info.kind != FileKind::kOther;

@@ -16,6 +16,9 @@ bool AreSameObject(const std::string& a, const std::string& b);
 bool LiesBelow(const std::string& path, const Posix::FileInfo& folder);
 /// The same for a folder's path. Nothing lies below a link.
 bool LiesInside(const std::string& path, const std::string& folder);
+/// Whether an object that is not a folder is in the folder or at any depth below, across mount points. Folders that
+/// cannot be listed are skipped.
+bool Holds(const std::string& folder, const Posix::FileInfo& object);
 
 /// Whether Copy() can copy the object.
 bool IsCopyable(const std::string& path);
@@ -33,8 +36,8 @@ Name Split(const std::string& path);
 /// is opened in the one above it and what is in it removed from there, so that whatever is renamed or replaced
 /// by a link meanwhile, nothing is removed that was not below `path`.
 bool Remove(const std::string& path);
-/// As deep as the system's paths reach: copies a file, a link or a folder with its content to `target`, which must not exist. A copy that
-/// fails is removed again. FIFOs, sockets and devices are not copied.
+/// Copies a file, a link or a folder with its content to `target`, which must not exist, as deep as the system's paths
+/// reach. A copy that fails is removed again. FIFOs, sockets and devices are not copied.
 bool Copy(const std::string& source, const std::string& target);
 
 }  // namespace FileTree

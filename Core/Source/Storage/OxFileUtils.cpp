@@ -50,6 +50,14 @@ bool MakeFolder(const OxPath& path, unsigned permissions) {
   return Files().MakeFolder(bytes, permissions) >= 0;
 }
 
+// The parent of `path`, without trailing separators; branch_path() removes only one of several.
+OxPath FolderAbove(const OxPath& path) {
+  const OxPath branch = path.branch_path();
+  const std::string_view text = branch.native_string().view();
+  const std::size_t last = text.find_last_not_of('/');
+  return last == std::string_view::npos ? branch : OxPath(OxString(text.substr(0, last + 1)));
+}
+
 // Makes the folder and, first, those above it that do not exist, `most` at most; only the last result counts.
 // A path that is too long for the system may have any number of names, which are not gone through.
 Creation MakeFolders(const OxPath& path, unsigned permissions, std::size_t& most) {
@@ -58,9 +66,9 @@ Creation MakeFolders(const OxPath& path, unsigned permissions, std::size_t& most
   if (examined >= 0 && info.kind == FileKind::kFolder) return Creation::kDone;
   if (examined == -ENAMETOOLONG) return Creation::kFailed;
   std::vector<OxPath> missing{path};
-  for (OxPath parent = path.branch_path();
+  for (OxPath parent = FolderAbove(path);
        missing.size() <= most && !parent.native_string().empty() && !OxFileUtils::Exists(parent);
-       parent = parent.branch_path()) {
+       parent = FolderAbove(parent)) {
     missing.push_back(parent);
   }
   if (missing.size() > most) return Creation::kTooMany;
