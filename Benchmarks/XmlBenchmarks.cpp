@@ -5,8 +5,6 @@
 #include "Foundation/OxString.h"
 #include "Xml/OxXMLDoc.h"
 #include "Xml/OxXMLError.h"
-#include "Xml/OxXMLNamedNodeMap.h"
-#include "Xml/OxXMLNodeList.h"
 #include "Xml/OxXMLParser.h"
 #include "Xml/OxXMLScanner.h"
 
@@ -105,6 +103,18 @@ void CloneIndexAndSearch(OxXMLDoc& doc, OxXMLElementNode& root, std::int64_t nod
   copy->GetElementsByTagName("a", list);
 }
 
+// Character by character, looking at each, in text whose characters are not all as long.
+void SplitText(OxXMLDoc& doc, OxXMLElementNode& root, std::int64_t nodes) {
+  std::string text;
+  for (std::int64_t i = 0; i < nodes; ++i) text += i % 2 == 0 ? "\xC3\xA9" : "e";
+  Hux::SmartPtr<OxXMLTextNode> rest = doc.CreateTextNode(OxString(text.c_str()));
+  root.AppendChild(rest);
+  while (rest->GetLength() > 1) {
+    benchmark::DoNotOptimize(rest->GetSubstring(0, 1));
+    rest = rest->SplitText(1);
+  }
+}
+
 void MergeTexts(OxXMLDoc& doc, OxXMLElementNode& root, std::int64_t nodes) {
   Append(doc, root, nodes);
   root.Normalize();
@@ -129,6 +139,7 @@ OX_TREE_BENCHMARK(AppendAtDepth);
 OX_TREE_BENCHMARK(InsertAndRemoveInFront);
 OX_TREE_BENCHMARK(AttributesByIndex);
 OX_TREE_BENCHMARK(CloneIndexAndSearch);
+OX_TREE_BENCHMARK(SplitText);
 OX_TREE_BENCHMARK(MergeTexts);
 
 }  // namespace

@@ -5,8 +5,6 @@
 #include "FuzzInput.h"
 #include "Xml/OxXMLDoc.h"
 #include "Xml/OxXMLError.h"
-#include "Xml/OxXMLNamedNodeMap.h"
-#include "Xml/OxXMLNodeList.h"
 #include "Xml/OxXMLParser.h"
 
 namespace {

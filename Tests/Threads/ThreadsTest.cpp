@@ -10,8 +10,6 @@
 #include "Storage/OxDataFile.h"
 #include "Support/TemporaryFolder.h"
 #include "Utilities/TextDecoding.h"
-#include "Xml/OxXMLNamedNodeMap.h"
-#include "Xml/OxXMLNodeList.h"
 #include "Xml/OxXMLParser.h"
 
 // Threads that share nothing of their own; ThreadSanitizer sees what the library shares (preset "thread").

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "Xml/OxXMLNamedNodeMap.h"
-#include "Xml/OxXMLNodeList.h"
 #include "Xml/XmlSupport.h"
 
 namespace {

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include "Xml/OxXMLNamedNodeMap.h"
 #include "Xml/XmlSupport.h"
 
 namespace {

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "Xml/OxXMLNamedNodeMap.h"
-#include "Xml/OxXMLNodeList.h"
 #include "Xml/XmlSupport.h"
 
 // Hostile shapes at the size where a recursion, a quadratic loop or unbounded growth would end the run.

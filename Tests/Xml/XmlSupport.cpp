@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "Xml/OxXMLNamedNodeMap.h"
-
 namespace Support {
 
 std::string Joined(std::initializer_list<std::string_view> parts) {

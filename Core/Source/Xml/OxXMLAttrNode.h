@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 
 #include "Xml/OxXMLName.h"
 #include "Xml/OxXMLNode.h"
@@ -39,7 +40,7 @@ class OxXMLAttrNode : public OxXMLNode {
   /// attribute of a derived class is asked by GetValue(), and has its own.
   static OxString ValueOf(const OxXMLNode& attribute, XMLExpansionBudget& budget);
   /// `text` with its references replaced, as GetValue() does it; `document` may be null.
-  static OxString Resolve(const OxString& text, const OxXMLDoc* document, XMLExpansionBudget& budget);
+  static OxString Resolve(std::string_view text, const OxXMLNode* document, XMLExpansionBudget& budget);
 
   /// The node that has this attribute, or null.
   Hux::SmartPtr<OxXMLNode> GetOwner() const;
@@ -54,6 +55,7 @@ class OxXMLAttrNode : public OxXMLNode {
   const OxString& ValueText() const override { return text_; }
   OxString& EditValueText() override { return text_; }
   OxString JoinedText() const;
+  OxString OwnValue(XMLExpansionBudget& budget) const;
   void ReplaceText(const OxString& value);
 
   OxXMLName name_;

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Xml/XMLWriter.h"
+#include "Xml/XMLText.h"
 
 Hux::SmartPtr<OxXMLCDATANode> OxXMLCDATANode::Make(OxString text) {
   return Hux::SmartPtr<OxXMLCDATANode>::Adopt(new OxXMLCDATANode(std::move(text)));
@@ -14,18 +14,11 @@ const OxString& OxXMLCDATANode::GetName() const {
 }
 
 Hux::SmartPtr<OxXMLNode> OxXMLCDATANode::CloneSelf() const {
-  const Hux::SmartPtr<OxXMLCDATANode> copy = Make(data());
-  copy->CopyFrom(*this);
-  return copy;
+  return Copied(Make(data()));
 }
 
-// The line feeds become part of the data when the text is parsed again.
 OxString OxXMLCDATANode::GetAsString(int indent) const {
-  OxString text("\n");
-  XMLWriter::AppendIndent(text, indent);
-  text.append_valid("<![CDATA[\n");
-  text += data();
-  XMLWriter::AppendIndent(text, indent);
-  text.append_valid("]]>\n");
-  return text;
+  std::string text;
+  XMLText::AppendCDATA(data().view(), indent, text);
+  return OxString::from_valid(text);
 }

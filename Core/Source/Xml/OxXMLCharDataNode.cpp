@@ -62,9 +62,9 @@ OxString::Index OxXMLCharDataNode::CheckRange(OxString::Index offset, OxString::
 }
 
 OxString OxXMLCharDataNode::Part(OxString::Index offset, OxString::Index count) const {
-  const std::string_view text = data().view();
-  const std::size_t begin = ByteOf(text, data().length(), offset);
-  const std::size_t end = ByteOf(text, data().length(), offset + count);
+  const std::string_view text = part_ != nullptr ? part_->bytes : data_.view();
+  const std::size_t begin = ByteOf(text, GetLength(), offset);
+  const std::size_t end = ByteOf(text, GetLength(), offset + count);
   return OxString::from_valid(text.substr(begin, end - begin));
 }
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Xml/XMLWriter.h"
+#include "Xml/XMLText.h"
 
 Hux::SmartPtr<OxXMLCommentNode> OxXMLCommentNode::Make(OxString text) {
   return Hux::SmartPtr<OxXMLCommentNode>::Adopt(new OxXMLCommentNode(std::move(text)));
@@ -14,17 +14,11 @@ const OxString& OxXMLCommentNode::GetName() const {
 }
 
 Hux::SmartPtr<OxXMLNode> OxXMLCommentNode::CloneSelf() const {
-  const Hux::SmartPtr<OxXMLCommentNode> copy = Make(data());
-  copy->CopyFrom(*this);
-  return copy;
+  return Copied(Make(data()));
 }
 
-// Deliberate: unlike an element or an instruction, a comment goes on in the current line.
 OxString OxXMLCommentNode::GetAsString(int indent) const {
-  OxString text;
-  XMLWriter::AppendIndent(text, indent);
-  text.append_valid("<!--");
-  text += data();
-  text.append_valid("-->");
-  return text;
+  std::string text;
+  XMLText::AppendComment(data().view(), indent, text);
+  return OxString::from_valid(text);
 }

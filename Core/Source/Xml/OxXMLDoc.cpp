@@ -2,8 +2,7 @@
 
 #include <utility>
 
-#include "Xml/OxXMLNamedNodeMap.h"
-#include "Xml/XMLTree.h"
+#include "Xml/XMLText.h"
 #include "Xml/XMLWriter.h"
 
 using NodePtr = Hux::SmartPtr<OxXMLNode>;
@@ -17,7 +16,7 @@ Hux::SmartPtr<OxXMLDoc> OxXMLDoc::Make() {
 }
 
 OxXMLDoc::~OxXMLDoc() {
-  dying_ = true;
+  dies_ = true;
   // A root element that was taken out of the tree is held here alone, or outlives its document.
   for (const NodePtr& node : {root_, NodePtr(docType_)}) {
     if (node && XMLTree::Parent(*node) == nullptr) XMLTree::MoveTo(*node, nullptr);
@@ -70,16 +69,18 @@ void OxXMLDoc::ChildRemoved(const NodePtr& node) {
 }
 
 NodePtr OxXMLDoc::CloneSelf() const {
-  const Hux::SmartPtr<OxXMLDoc> copy = Make();
-  copy->value_ = value_;
-  copy->CopyFrom(*this);
-  return copy;
+  return Copied(Make());
 }
 
 Hux::SmartPtr<OxXMLElementNode> OxXMLDoc::GetRoot() const {
   const OxXMLNode* child = children_.first.get();
   while (child != nullptr && child->GetNodeType() != kElementNode) child = XMLTree::Next(*child);
   return NodePtr(Hux::make_ref(const_cast<OxXMLNode*>(child)));
+}
+
+// Here, since the base class knows none of those derived from it.
+Hux::SmartPtr<OxXMLDoc> OxXMLNode::GetOwnerDocument() const {
+  return Hux::make_ref(static_cast<OxXMLDoc*>(document_));
 }
 
 // ---- Making nodes
@@ -124,7 +125,7 @@ bool OxXMLDoc::GetAttributeValue(const OxString& name, OxString& out) const {
 
 bool OxXMLDoc::GetEntityReplacementText(const OxString& name, OxString& out) const {
   if (docType_) return docType_->GetEntity(name, out);
-  const std::string_view predefined = OxXMLDocTypeNode::PredefinedEntity(name.view());
+  const std::string_view predefined = XMLText::PredefinedEntity(name.view());
   out = OxString(predefined);
   return !predefined.empty();
 }
@@ -141,7 +142,7 @@ std::int32_t OxXMLDoc::ImportNode(const NodePtr& node, bool deep, NodePtr& out) 
 }
 
 void OxXMLDoc::Index() {
-  if (!indexDirty_) return;
+  if (!isIndexDirty_) return;
   std::uint32_t number = 0;
   for (OxXMLNode* node = this; node != nullptr; node = XMLTree::NextBelow(*node, *this)) {
     XMLTree::SetIndex(*node, ++number);
@@ -149,5 +150,5 @@ void OxXMLDoc::Index() {
       attributes->ForEach([&](const NodePtr& attribute) { XMLTree::SetIndex(*attribute, ++number); });
     }
   }
-  indexDirty_ = false;
+  isIndexDirty_ = false;
 }

@@ -74,16 +74,12 @@ class OxXMLDoc : public OxXMLNode {
   }
 
  private:
-  friend class OxXMLNode;
-
   ChildLinks* Children() override { return &children_; }
-  const OxString& ValueText() const override { return value_.Get(); }
-  OxString& EditValueText() override { return value_.Edit(); }
+  const OxString* FindEntity(std::string_view name) const override {
+    return docType_ ? docType_->FindEntity(name) : nullptr;
+  }
 
   ChildLinks children_;
   Hux::SmartPtr<OxXMLNode> root_;
   Hux::SmartPtr<OxXMLDocTypeNode> docType_;
-  XMLLazyText value_;
-  bool indexDirty_ = false;
-  bool dying_ = false;
 };

@@ -1,15 +1,12 @@
 #include "Xml/OxXMLDocTypeNode.h"
 
-#include "Xml/XMLWriter.h"
+#include "Xml/XMLText.h"
 
 namespace {
 
-void AppendLiteral(OxString& out, const OxString& literal) {
-  const char* quote = literal.find('"') == -1 ? "\"" : "'";
-  out.append_valid(" ");
-  out.append_valid(quote);
-  out += literal;
-  out.append_valid(quote);
+void AppendLiteral(const OxString& literal, std::string& out) {
+  const char quote = literal.find('"') == -1 ? '"' : '\'';
+  out.append(1, ' ').append(1, quote).append(literal.view()).append(1, quote);
 }
 
 const OxString* Find(const auto& table, std::string_view name) {
@@ -24,25 +21,19 @@ Hux::SmartPtr<OxXMLDocTypeNode> OxXMLDocTypeNode::Make(const OxXMLName& name) {
 }
 
 OxString OxXMLDocTypeNode::GetAsString(int indent) const {
-  OxString text;
-  XMLWriter::AppendIndent(text, indent);
-  text.append_valid("<!DOCTYPE ");
-  text += GetName();
+  std::string text;
+  XMLText::AppendIndent(indent, text);
+  text.append("<!DOCTYPE ").append(GetName().view());
   if (identifier_ == kSystem) {
-    text.append_valid(" SYSTEM");
-    AppendLiteral(text, localPath_);
+    text.append(" SYSTEM");
+    AppendLiteral(localPath_, text);
   } else if (identifier_ == kPublic) {
-    text.append_valid(" PUBLIC");
-    AppendLiteral(text, publicID_);
-    AppendLiteral(text, publicPath_);
+    text.append(" PUBLIC");
+    AppendLiteral(publicID_, text);
+    AppendLiteral(publicPath_, text);
   }
-  if (!internalSubset_.empty()) {
-    text.append_valid(" [");
-    text += internalSubset_;
-    text.append_valid("]");
-  }
-  text.append_valid(">");
-  return text;
+  if (!internalSubset_.empty()) text.append(" [").append(internalSubset_.view()).append("]");
+  return OxString::from_valid(text.append(">"));
 }
 
 Hux::SmartPtr<OxXMLNode> OxXMLDocTypeNode::CloneSelf() const {
@@ -54,7 +45,6 @@ Hux::SmartPtr<OxXMLNode> OxXMLDocTypeNode::CloneSelf() const {
   copy->internalSubset_ = internalSubset_;
   copy->entities_ = entities_;
   copy->parameterEntities_ = parameterEntities_;
-  copy->value_ = value_;
   copy->CopyFrom(*this);
   return copy;
 }
@@ -77,21 +67,12 @@ void OxXMLDocTypeNode::SetPublicPath(const OxString& publicID, const OxString& p
 
 // ---- Entities
 
-std::string_view OxXMLDocTypeNode::PredefinedEntity(std::string_view name) {
-  if (name == "lt") return "<";
-  if (name == "gt") return ">";
-  if (name == "amp") return "&";
-  if (name == "quot") return "\"";
-  if (name == "apos") return "'";
-  return {};
-}
-
 void OxXMLDocTypeNode::SetEntity(const OxString& name, const OxString& text) {
-  entities_.try_emplace(name, text);
+  entities_.try_emplace(std::string(name.view()), text);
 }
 
 void OxXMLDocTypeNode::SetParameterEntity(const OxString& name, const OxString& text) {
-  parameterEntities_.try_emplace(name, text);
+  parameterEntities_.try_emplace(std::string(name.view()), text);
 }
 
 const OxString* OxXMLDocTypeNode::FindEntity(std::string_view name) const {
@@ -103,7 +84,7 @@ const OxString* OxXMLDocTypeNode::FindParameterEntity(std::string_view name) con
 }
 
 bool OxXMLDocTypeNode::GetEntity(const OxString& name, OxString& out) const {
-  const std::string_view predefined = PredefinedEntity(name.view());
+  const std::string_view predefined = XMLText::PredefinedEntity(name.view());
   const OxString* declared = predefined.empty() ? FindEntity(name.view()) : nullptr;
   out = declared != nullptr ? *declared : OxString(predefined);
   return declared != nullptr || !predefined.empty();

@@ -2,11 +2,11 @@
 
 #include <functional>
 #include <map>
+#include <string>
 #include <string_view>
 
 #include "Xml/OxXMLName.h"
 #include "Xml/OxXMLNode.h"
-#include "Xml/XMLLazyText.h"
 
 /// A document type declaration: its name is the root element's, and its entities are those that the
 /// internal subset declares. It carries a SYSTEM or a PUBLIC identifier or none, never both; none until one is
@@ -49,25 +49,13 @@ class OxXMLDocTypeNode : public OxXMLNode {
   const OxString* FindEntity(std::string_view name) const;
   /// Likewise.
   const OxString* FindParameterEntity(std::string_view name) const;
-  /// The character of a predefined entity, or an empty text.
-  static std::string_view PredefinedEntity(std::string_view name);
 
  protected:
   /// A declaration without a document.
   explicit OxXMLDocTypeNode(const OxXMLName& name) : name_(name) {}
 
  private:
-  struct NameLess {
-    using is_transparent = void;
-    bool operator()(std::string_view a, std::string_view b) const { return a < b; }
-    bool operator()(const OxString& a, const OxString& b) const { return a.view() < b.view(); }
-    bool operator()(const OxString& a, std::string_view b) const { return a.view() < b; }
-    bool operator()(std::string_view a, const OxString& b) const { return a < b.view(); }
-  };
-  using EntityTable = std::map<OxString, OxString, NameLess>;
-
-  const OxString& ValueText() const override { return value_.Get(); }
-  OxString& EditValueText() override { return value_.Edit(); }
+  using EntityTable = std::map<std::string, OxString, std::less<>>;
 
   OxXMLName name_;
   enum { kNone, kSystem, kPublic } identifier_ = kNone;
@@ -77,5 +65,4 @@ class OxXMLDocTypeNode : public OxXMLNode {
   OxString internalSubset_;
   EntityTable entities_;
   EntityTable parameterEntities_;
-  XMLLazyText value_;
 };

@@ -5,10 +5,8 @@
 #include "Xml/OxXMLAttrNode.h"
 #include "Xml/OxXMLCDATANode.h"
 #include "Xml/OxXMLCommentNode.h"
-#include "Xml/OxXMLNamedNodeMap.h"
 #include "Xml/OxXMLPINode.h"
 #include "Xml/OxXMLTextNode.h"
-#include "Xml/XMLTree.h"
 #include "Xml/XMLWriter.h"
 
 using NodePtr = Hux::SmartPtr<OxXMLNode>;
@@ -16,7 +14,8 @@ using NodePtr = Hux::SmartPtr<OxXMLNode>;
 namespace {
 
 // Of anything but an element.
-NodePtr MakeNode(XMLPack& pack, const XMLPack::Record& record, OxString text) {
+NodePtr MakeNode(XMLPack& pack, const XMLPack::Record& record) {
+  OxString text = OxString::from_valid(pack.Text(record));
   switch (record.kind) {
     case OxXMLNode::kAttributeNode:
       return OxXMLAttrNode::Make(pack.Name(record.name), std::move(text));
@@ -44,14 +43,14 @@ OxXMLElementNode::~OxXMLElementNode() {
 // ---- Unpacking
 
 NodePtr OxXMLElementNode::Unpack(const Hux::SmartPtr<XMLPack>& pack, const XMLPack::Record& record,
-                                 OxXMLDoc* document) {
+                                 OxXMLNode* document) {
   NodePtr node;
   if (record.kind == kElementNode) {
     const Hux::SmartPtr<OxXMLElementNode> element = Make(pack->Name(record.name));
     element->SetInside(pack, record);
     node = element;
   } else {
-    node = MakeNode(*pack, record, OxString::from_valid(pack->Text(record)));
+    node = MakeNode(*pack, record);
   }
   SetDocument(*node, document);
   node->SetLine(record.line);
@@ -62,15 +61,10 @@ void OxXMLElementNode::SetInside(const Hux::SmartPtr<XMLPack>& pack, const XMLPa
   if (record.begin == record.end) return;
   pack_ = pack;
   packedLine_ = record.line;
-  childrenEnd_ = record.end;
   attributesAt_ = record.begin;
-  attributesEnd_ = record.begin;
-  while (attributesEnd_ < childrenEnd_) {
-    const XMLPack::Record inside = pack->Read(attributesEnd_, 0);
-    if (inside.kind != kAttributeNode) break;
-    attributesEnd_ = inside.end;
-  }
+  attributesEnd_ = pack->EndOfAttributes(record);
   childrenAt_ = attributesEnd_;
+  childrenEnd_ = record.end;
 }
 
 // The node of the record at `place`, which moves on when the node is there.
@@ -89,20 +83,17 @@ void OxXMLElementNode::MakeAttributes() {
            [this](const NodePtr& node) { OwnAttributes().SetNamedItem(node); });
 }
 
-// A long list is not gone through each time. The last of one name counts.
-bool OxXMLElementNode::FindPacked(std::string_view name, std::optional<std::string_view>& text) const {
-  constexpr XMLPack::Place kLong = 2048;
-  if (attributesAt_ == attributesEnd_ || attributesEnd_ - attributesAt_ > kLong) return false;
-  for (XMLPack::Place place = attributesAt_; place < attributesEnd_;) {
-    const XMLPack::Record record = pack_->Read(place, 0);
-    if (pack_->NameText(record.name) == name) text = pack_->Text(record);
-    place = record.end;
-  }
-  return true;
+void OxXMLElementNode::MakeChildren() {
+  MakeUpTo(childrenAt_, childrenEnd_, [this](NodePtr node) { Link(std::move(node), nullptr); });
 }
 
-void OxXMLElementNode::MakeChildren() {
-  MakeUpTo(childrenAt_, childrenEnd_, [this](const NodePtr& node) { Link(node, nullptr); });
+XMLPacked OxXMLElementNode::PackedAttributes() const {
+  return attributesAt_ < attributesEnd_ ? XMLPacked{pack_.get(), attributesAt_, attributesEnd_}
+                                        : XMLPacked();
+}
+
+XMLPacked OxXMLElementNode::PackedChildren() const {
+  return childrenAt_ < childrenEnd_ ? XMLPacked{pack_.get(), childrenAt_, childrenEnd_} : XMLPacked();
 }
 
 OxString OxXMLElementNode::GetAsString(int indent) const {
@@ -135,10 +126,7 @@ bool OxXMLElementNode::AllowChild(const NodePtr& node) const {
 }
 
 NodePtr OxXMLElementNode::CloneSelf() const {
-  const Hux::SmartPtr<OxXMLElementNode> copy = Make(name_);
-  copy->value_ = value_;
-  copy->CopyFrom(*this);
-  return copy;
+  return Copied(Make(name_));
 }
 
 void OxXMLElementNode::Normalize() {

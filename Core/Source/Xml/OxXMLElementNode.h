@@ -2,7 +2,6 @@
 
 #include "Xml/OxXMLName.h"
 #include "Xml/OxXMLNode.h"
-#include "Xml/XMLLazyText.h"
 #include "Xml/XMLPack.h"
 
 /// An element. Its value, if one is set, is not written out.
@@ -13,7 +12,7 @@ class OxXMLElementNode : public OxXMLNode {
   /// The node of a record in `pack`, of whatever kind, without a parent; an element makes the nodes inside when
   /// somebody asks. `document` may be null.
   static Hux::SmartPtr<OxXMLNode> Unpack(const Hux::SmartPtr<XMLPack>& pack,
-                                         const XMLPack::Record& record, OxXMLDoc* document);
+                                         const XMLPack::Record& record, OxXMLNode* document);
   ~OxXMLElementNode() override;
 
   NodeType GetNodeType() const override { return kElementNode; }
@@ -37,15 +36,13 @@ class OxXMLElementNode : public OxXMLNode {
   ChildLinks* Children() override { return &children_; }
   void MakeChildren() override;
   void MakeAttributes() override;
-  bool FindPacked(std::string_view name, std::optional<std::string_view>& text) const override;
+  XMLPacked PackedChildren() const override;
+  XMLPacked PackedAttributes() const override;
   template <typename Set>
   void MakeUpTo(XMLPack::Place& place, XMLPack::Place end, Set set);
-  const OxString& ValueText() const override { return value_.Get(); }
-  OxString& EditValueText() override { return value_.Edit(); }
 
   OxXMLName name_;
   ChildLinks children_;
-  XMLLazyText value_;
   // What is not made yet; null when there is nothing.
   Hux::SmartPtr<XMLPack> pack_;
   std::uint32_t packedLine_ = 0;  // From which the lines of what is inside count.

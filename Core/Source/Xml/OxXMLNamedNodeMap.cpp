@@ -1,10 +1,8 @@
-#include "Xml/OxXMLNamedNodeMap.h"
-
 #include <algorithm>
 #include <iterator>
 #include <utility>
 
-#include "Xml/XMLTree.h"
+#include "Xml/OxXMLNode.h"
 
 using NodePtr = Hux::SmartPtr<OxXMLNode>;
 
@@ -25,14 +23,12 @@ int Rank(char byte) {
 
 }  // namespace
 
-// The order of OxString::compare(), except that it puts every text somewhere, also what cannot become
-// UTF-16.
-bool OxXMLNamedNodeMap::NameLess::operator()(std::string_view a, std::string_view b) const {
+int OxXMLNamedNodeMap::CompareNames(std::string_view a, std::string_view b) {
   const std::size_t common = std::min(a.size(), b.size());
-  const auto [differsA, differsB] =
-      std::mismatch(a.begin(), a.begin() + static_cast<long>(common), b.begin());
-  if (differsA == a.begin() + static_cast<long>(common)) return a.size() < b.size();
-  return Rank(*differsA) < Rank(*differsB);
+  std::size_t same = 0;
+  while (same < common && a[same] == b[same]) ++same;
+  if (same < common) return Rank(a[same]) - Rank(b[same]);
+  return a.size() == b.size() ? 0 : a.size() < b.size() ? -1 : 1;
 }
 
 OxXMLNamedNodeMap::OxXMLNamedNodeMap(const OxXMLNamedNodeMap& other) {
@@ -62,7 +58,7 @@ void OxXMLNamedNodeMap::Clear() {
 void OxXMLNamedNodeMap::TakeOver(OxXMLNode& node) {
   if (owner_ == nullptr) return;
   XMLTree::SetParent(node, owner_);
-  OxXMLDoc* document = XMLTree::Document(*owner_);
+  OxXMLNode* document = XMLTree::Document(*owner_);
   if (XMLTree::Document(node) != document) XMLTree::MoveTo(node, document);
 }
 
@@ -74,10 +70,12 @@ void OxXMLNamedNodeMap::LetGo(OxXMLNode& node) const {
 
 // ---- Finding
 
-OxXMLNamedNodeMap::Small::const_iterator OxXMLNamedNodeMap::LowerBound(std::string_view name) const {
-  return std::find_if_not(small_.begin(), small_.end(), [name](const NodePtr& node) {
-    return NameLess()(node->GetName().view(), name);
-  });
+// From the end: names often come in order.
+OxXMLNamedNodeMap::Small::iterator OxXMLNamedNodeMap::LowerBound(std::string_view name) {
+  auto place = small_.end();
+  while (place != small_.begin() && CompareNames((*std::prev(place))->GetName().view(), name) >= 0)
+    --place;
+  return place;
 }
 
 OxXMLNode* OxXMLNamedNodeMap::Find(std::string_view name) const {
@@ -137,7 +135,7 @@ bool OxXMLNamedNodeMap::SetNamedItem(const NodePtr& node) {
 void OxXMLNamedNodeMap::InsertSmall(const NodePtr& node) {
   if (small_.empty()) small_.reserve(kUsualCount);
   const std::string_view name = node->GetName().view();
-  const auto place = small_.begin() + (LowerBound(name) - small_.cbegin());
+  const auto place = LowerBound(name);
   if (place == small_.end() || (*place)->GetName().view() != name) {
     small_.insert(place, node);
   } else {

@@ -2,9 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
-#include <optional>
 #include <string_view>
+#include <vector>
 
 #include "Foundation/OxString.h"
 #include "Foundation/Retainable.h"
@@ -14,9 +15,16 @@
 class OxXMLAttrNode;
 class OxXMLDoc;
 class OxXMLNamedNodeMap;
-class OxXMLNode;
 class OxXMLNodeList;
 class XMLExpansionBudget;
+class XMLPack;
+
+/// Records of a pack that nobody has asked for as nodes; without a pack there are none.
+struct XMLPacked {
+  const XMLPack* pack = nullptr;
+  std::uint32_t begin = 0;  ///< A place in the pack.
+  std::uint32_t end = 0;
+};
 
 /// A node of a document: base of all kinds of nodes.
 ///   Owns:    its children and its attributes. Parent and document are plain back links. A node without
@@ -43,6 +51,9 @@ class OxXMLNode : public Hux::Retainable {
   };
 
   ~OxXMLNode() override;
+  /// A thread keeps the memory of some nodes for those that it makes next.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* memory, std::size_t size);
 
   virtual NodeType GetNodeType() const = 0;  ///< Never changes.
   /// The tag, the attribute's name, the target, the root element's name, or "#text" and the like.
@@ -152,54 +163,214 @@ class OxXMLNode : public Hux::Retainable {
   /// A name for all nodes of a class, which threads may share: it has its UTF-16 form already.
   static OxString FixedName(const char* name);
   /// Of the node alone.
-  static void SetDocument(OxXMLNode& node, OxXMLDoc* document) { node.document_ = document; }
+  static void SetDocument(OxXMLNode& node, OxXMLNode* document) { node.document_ = document; }
   /// Becomes a node of the document of `source`, unless it is one already.
   void JoinDocumentOf(const OxXMLNode& source);
-  /// The same, and clones the attributes of `source` into this node, which has none yet.
+  /// The same, and copies the value and clones the attributes of `source` into this node, which has none yet.
   void CopyFrom(const OxXMLNode& source);
+  /// For CloneSelf(): `copy`, to which CopyFrom() has brought what this class keeps.
+  Hux::SmartPtr<OxXMLNode> Copied(const Hux::SmartPtr<OxXMLNode>& copy) const {
+    copy->CopyFrom(*this);
+    return copy;
+  }
   /// Lets go of all children, and of all below them that nobody else holds, without recursion.
   void ReleaseChildren(ChildLinks& children);
-  void MarkIndexDirty() const;  ///< For the next OxXMLDoc::Index().
+  /// For the next OxXMLDoc::Index().
+  void MarkIndexDirty() const {
+    if (document_ != nullptr) document_->isIndexDirty_ = true;
+  }
   /// The attributes that are made already.
   OxXMLNamedNodeMap& OwnAttributes();
   void ReleaseAttributes();  ///< Those that are held elsewhere have no owner then.
   /// Puts a node that has no parent before the child `before`, or at the end for null; no hook is called.
-  void Link(const Hux::SmartPtr<OxXMLNode>& child, OxXMLNode* before);
+  void Link(Hux::SmartPtr<OxXMLNode> child, OxXMLNode* before);
+
+  bool isIndexDirty_ = false;  ///< Of a document: something has changed since the last Index().
+  bool dies_ = false;          ///< Of a document: nodes that it loses belong to none.
 
  private:
   friend struct XMLTree;
 
   // Where a class that can have children keeps those that are there; null for the others. Children and
-  // attributes may be made only when someone asks for them, which the other two do.
+  // attributes may be made only when someone asks for them; what is not made yet is packed.
   virtual ChildLinks* Children() { return nullptr; }
   virtual void MakeChildren() {}
   virtual void MakeAttributes() {}
-  // Whether attributes are still to be made; `text` is what the one of that name holds, if there is one.
-  virtual bool FindPacked(std::string_view /*name*/, std::optional<std::string_view>& /*text*/) const {
-    return false;
-  }
-  // Where a class keeps the value of SetValue().
-  virtual const OxString& ValueText() const = 0;
-  virtual OxString& EditValueText() = 0;
+  virtual XMLPacked PackedChildren() const { return {}; }
+  virtual XMLPacked PackedAttributes() const { return {}; }
+  // The stored text of an entity that a document declares, or null.
+  virtual const OxString* FindEntity(std::string_view /*name*/) const { return nullptr; }
+  // Where a class keeps the value of SetValue(); here for those that hardly ever have one.
+  virtual const OxString& ValueText() const;
+  virtual OxString& EditValueText();
 
+  XMLPacked UntouchedAttributes() const {
+    return attributes_ == nullptr ? PackedAttributes() : XMLPacked();
+  }
   ChildLinks* AllChildren() const;
   std::int32_t CheckNewChild(const Hux::SmartPtr<OxXMLNode>& child) const;
-  bool DocumentDies() const;
+  bool DocumentDies() const { return document_ != nullptr && document_->dies_; }
   bool ReadAttribute(const OxString& name, XMLExpansionBudget& budget, OxString& out) const;
   bool IsParentOf(const OxXMLNode* node) const;
   OxXMLNamedNodeMap* Attributes() const;
   void Move(const Hux::SmartPtr<OxXMLNode>& child, OxXMLNode* before);
   void Unlink(OxXMLNode& child);
   void ChangeAttribute(const OxString& name, const OxString& value, bool quiet);
-  void MoveTo(OxXMLDoc* document);
+  void MoveTo(OxXMLNode* document);
 
   // A reference is held by each parent's first child and by each next sibling, so every child is held
   // once and links never form a cycle.
   std::uint32_t line_ = 0;
   OxXMLNode* parent_ = nullptr;  // For an attribute, the node that has it.
-  OxXMLDoc* document_ = nullptr;
+  OxXMLNode* document_ = nullptr;
   Hux::SmartPtr<OxXMLNode> next_;
   OxXMLNode* previous_ = nullptr;
   std::unique_ptr<OxXMLNamedNodeMap> attributes_;  // Made when there is a first attribute.
+  std::unique_ptr<OxString> value_;                // Made when there is a value.
   std::uint32_t index_ = 0;
+};
+
+/// Nodes in the order in which they were added; a snapshot that does not follow the tree.
+class OxXMLNodeList {
+ public:
+  std::size_t Length() const { return nodes_.size(); }  ///< How many nodes.
+  /// Null when `index` is out of range.
+  Hux::SmartPtr<OxXMLNode> Item(std::size_t index) const {
+    return index < nodes_.size() ? nodes_[index] : nullptr;
+  }
+  /// At the end; null is allowed.
+  void Add(const Hux::SmartPtr<OxXMLNode>& node) { nodes_.push_back(node); }
+  void Clear() { nodes_.clear(); }  ///< Lets go of all nodes.
+
+ private:
+  std::vector<Hux::SmartPtr<OxXMLNode>> nodes_;
+};
+
+/// The attributes of a node, unique by name and always in the order of their names (UTF-16 code units),
+/// never in that of the source.
+///   Owns:  a reference to each attribute. Attributes of a node's own map know that node; an attribute
+///          belongs to one node at a time and leaves another when it is set here.
+///   Copy:  a copy, like a map made by itself, belongs to no node and shares the attributes. Assigning to a
+///          node's own map replaces its content by clones.
+///   Cost:  logarithmic in the number of attributes. Item() steps from where it was last, or from either end, which
+///          changes do not move: going through in order, changing on the way, is linear, and above 32 attributes a
+///          place far from all three costs as many steps as it is away.
+class OxXMLNamedNodeMap {
+ public:
+  OxXMLNamedNodeMap() = default;  ///< Empty, of no node.
+  OxXMLNamedNodeMap(const OxXMLNamedNodeMap& other);
+  OxXMLNamedNodeMap& operator=(const OxXMLNamedNodeMap& other);
+  ~OxXMLNamedNodeMap();  ///< Attributes that live on have no owner.
+
+  /// How many attributes.
+  std::size_t Length() const { return large_ ? large_->tree.size() : small_.size(); }
+  /// Null when `index` is out of range.
+  Hux::SmartPtr<OxXMLNode> Item(std::size_t index) const;
+  /// Null when there is none.
+  Hux::SmartPtr<OxXMLNode> GetNamedItem(const OxString& name) const;
+  /// Inserts an attribute or replaces the one of the same name, which has no owner then. No hook is called.
+  /// Deliberate: false, and nothing changed, for null and for a node that is no attribute.
+  bool SetNamedItem(const Hux::SmartPtr<OxXMLNode>& node);
+  /// The attribute that was removed, or null. No hook is called.
+  Hux::SmartPtr<OxXMLNode> RemoveNamedItem(const OxString& name);
+  /// Whether `node` itself, not another of its name, was here and was removed.
+  bool RemoveItem(const Hux::SmartPtr<OxXMLNode>& node);
+  /// A map that belongs to no node and holds clones.
+  OxXMLNamedNodeMap Clone() const;
+  /// The order of the names: below 0, 0 or above. That of OxString::compare(), except that it puts every text
+  /// somewhere, also what cannot become UTF-16.
+  static int CompareNames(std::string_view a, std::string_view b);
+
+  /// Calls `visit(const Hux::SmartPtr<OxXMLNode>&)` for each attribute in order of names; `visit` must
+  /// not change the map.
+  template <typename Visitor>
+  void ForEach(Visitor visit) const {
+    for (const auto& node : small_) visit(node);
+    if (large_) {
+      for (const auto& entry : large_->tree) visit(entry.second);
+    }
+  }
+
+ private:
+  friend class OxXMLNode;
+
+  struct NameLess {
+    bool operator()(std::string_view a, std::string_view b) const { return CompareNames(a, b) < 0; }
+  };
+  using Small = std::vector<Hux::SmartPtr<OxXMLNode>>;
+  using Tree = std::map<std::string_view, Hux::SmartPtr<OxXMLNode>, NameLess>;
+
+  // The form for many attributes.
+  struct Large {
+    Tree tree;  // The keys lie in the names of the nodes, which never change.
+    // Where Item() was last time, so that going through it in order needs no search.
+    Tree::const_iterator cursor;
+    std::size_t cursorIndex = 0;
+    bool cursorValid = false;
+
+    Tree::const_iterator Seek(std::size_t index);
+    // The cursor stays at its index or its attribute. Before an entry goes, and when one has come.
+    void Leaving(Tree::const_iterator entry);
+    void Came(Tree::const_iterator entry);
+  };
+
+  explicit OxXMLNamedNodeMap(OxXMLNode* owner) : owner_(owner) {}
+  Small::iterator LowerBound(std::string_view name);
+  OxXMLNode* Find(std::string_view name) const;
+  void InsertSmall(const Hux::SmartPtr<OxXMLNode>& node);
+  void InsertLarge(const Hux::SmartPtr<OxXMLNode>& node);
+  void BecomeLarge();
+  void TakeOver(OxXMLNode& node);
+  void LetGo(OxXMLNode& node) const;
+  void Changed() const;
+  void Clear();
+
+  Small small_;  // Sorted by name; empty once there are many.
+  std::unique_ptr<Large> large_;
+  OxXMLNode* owner_ = nullptr;
+};
+
+/// Plain links of a tree for the loops that walk it: no references are counted, and a pointer is good as
+/// long as the tree does not change.
+struct XMLTree {
+  /// Null for the text of an attribute that nobody has asked for as a node.
+  static OxXMLNode* FirstChild(const OxXMLNode& node);
+  /// Null, too, for children that nobody has asked for.
+  static OxXMLNode* FirstMade(const OxXMLNode& node);
+  static OxXMLNode* Next(const OxXMLNode& node) { return node.next_.get(); }  ///< Null for the last one.
+  /// Null for the first one.
+  static OxXMLNode* Previous(const OxXMLNode& node) { return node.previous_; }
+  /// For an attribute, the node that has it.
+  static OxXMLNode* Parent(const OxXMLNode& node) { return node.parent_; }
+  /// Null when there never was one.
+  static const OxXMLNamedNodeMap* Attributes(const OxXMLNode& node) { return node.Attributes(); }
+  /// The attributes while none of them was asked for.
+  static XMLPacked PackedAttributes(const OxXMLNode& node) { return node.UntouchedAttributes(); }
+  /// The children while none of them was asked for.
+  static XMLPacked PackedChildren(const OxXMLNode& node) {
+    return FirstMade(node) == nullptr ? node.PackedChildren() : XMLPacked();
+  }
+  /// Null for a node that belongs to none.
+  static OxXMLNode* Document(const OxXMLNode& node) { return node.document_; }
+  /// What an entity that the document declares stands for, or null. `document` may be null.
+  static const OxString* FindEntity(const OxXMLNode* document, std::string_view name) {
+    return document == nullptr ? nullptr : document->FindEntity(name);
+  }
+  /// Of the node and all that is below it and its attributes.
+  static void MoveTo(OxXMLNode& node, OxXMLNode* document) { node.MoveTo(document); }
+  /// Where the node is an attribute.
+  static void SetParent(OxXMLNode& node, OxXMLNode* parent) { node.parent_ = parent; }
+  /// Whether the node's document is being destroyed.
+  static bool DocumentDies(const OxXMLNode& node) { return node.DocumentDies(); }
+  /// Makes the next OxXMLDoc::Index() number the document anew.
+  static void MarkIndexDirty(const OxXMLNode& node) { node.MarkIndexDirty(); }
+  /// What OxXMLNode::GetIndex() answers.
+  static void SetIndex(OxXMLNode& node, std::uint32_t index) { node.index_ = index; }
+  /// What SetValue() set, unresolved.
+  static const OxString& Value(const OxXMLNode& node) { return node.ValueText(); }
+
+  /// The node that follows `node` in document order within the tree below `top`, or null.
+  static OxXMLNode* NextBelow(const OxXMLNode& node, const OxXMLNode& top);
+  /// The same among the nodes that are made already.
+  static OxXMLNode* NextMade(const OxXMLNode& node, const OxXMLNode& top);
 };

@@ -5,7 +5,7 @@
 
 #include "Foundation/UnicodeConversion.h"
 #include "Xml/XMLEntityValue.h"
-#include "Xml/XMLReference.h"
+#include "Xml/XMLText.h"
 
 using XMLCharacters::IsByte;
 
@@ -229,7 +229,7 @@ std::string_view OxXMLParser::GetQuotedValue(char quote) {
   text_.assign(run);
   CollectQuotedValue(quote, quoteClass, depth);
   kept_.clear();
-  XMLReference::AppendProtected(text_, kept_);
+  XMLText::AppendProtected(text_, kept_);
   return kept_;
 }
 
@@ -331,7 +331,7 @@ void OxXMLParser::CollectReference() {
     scanner_.TakeByte();
     return Collect("&");
   }
-  const std::string_view predefined = OxXMLDocTypeNode::PredefinedEntity(name);
+  const std::string_view predefined = XMLText::PredefinedEntity(name);
   if (!predefined.empty()) return Collect(predefined);
   if (ExpandEntity(name, depth)) return;
   Collect("&");

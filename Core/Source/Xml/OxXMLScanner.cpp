@@ -4,6 +4,16 @@
 
 using XMLCharacters::IsByte;
 
+namespace {
+
+// Whether anything was taken.
+bool Append(std::string_view taken, OxString& out) {
+  out.append_valid(taken);
+  return !taken.empty();
+}
+
+}  // namespace
+
 bool OxXMLScanner::IsAsciiStringChar(std::uint32_t c) {
   return c == '\t' || (c >= ' ' && c <= '&' && c != '"') || (c >= 0x2A && c <= 0x7E);
 }
@@ -22,30 +32,22 @@ bool OxXMLScanner::MatchWhitespace(MatchKind kind) {
 
 bool OxXMLScanner::MatchName(OxString& out) {
   std::string spill;
-  const std::string_view name = TakeName(spill);
-  out.append_valid(name);
-  return !name.empty();
+  return Append(TakeName(spill), out);
 }
 
 bool OxXMLScanner::MatchNameToken(OxString& out) {
   std::string spill;
-  const std::string_view token = TakeNameCharacters(spill);
-  out.append_valid(token);
-  return !token.empty();
+  return Append(TakeNameCharacters(spill), out);
 }
 
 bool OxXMLScanner::MatchEntityRef(OxString& out) {
   std::string spill;
-  const std::string_view name = TakeEntityRef(spill);
-  out.append_valid(name);
-  return !name.empty();
+  return Append(TakeEntityRef(spill), out);
 }
 
 bool OxXMLScanner::MatchPERef(OxString& out) {
   std::string spill;
-  const std::string_view name = TakePERef(spill);
-  out.append_valid(name);
-  return !name.empty();
+  return Append(TakePERef(spill), out);
 }
 
 bool OxXMLScanner::MatchCharRef(OxString& out) {

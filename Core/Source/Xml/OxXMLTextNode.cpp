@@ -13,9 +13,7 @@ const OxString& OxXMLTextNode::GetName() const {
 }
 
 Hux::SmartPtr<OxXMLNode> OxXMLTextNode::CloneSelf() const {
-  const Hux::SmartPtr<OxXMLTextNode> copy = Make(data());
-  copy->CopyFrom(*this);
-  return copy;
+  return Copied(Make(data()));
 }
 
 OxString OxXMLTextNode::GetAsString(int) const {

@@ -3,8 +3,6 @@
 #include <typeinfo>
 #include <utility>
 
-#include "Xml/XMLTree.h"
-
 using NodePtr = Hux::SmartPtr<OxXMLNode>;
 
 XMLBuilder::XMLBuilder(OxXMLDoc& document, std::size_t textBytes)

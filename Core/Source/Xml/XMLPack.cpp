@@ -12,33 +12,13 @@ void XMLPack::Grow(std::size_t bytes) {
   memory_.Grow(std::max({needed, capacity + capacity / 2, kLeast}), expected_);
 }
 
-std::uint64_t XMLPack::GetNumber(Place& place) const {
-  constexpr unsigned kBits = 7;
-  constexpr unsigned kMore = 1U << kBits;
-  std::uint64_t number = 0;
-  for (unsigned shift = 0;; shift += kBits) {
-    const auto byte = static_cast<unsigned char>(memory_.data()[place++]);
-    number |= std::uint64_t{byte & (kMore - 1)} << shift;
-    if (byte < kMore) return number;
+XMLPack::Place XMLPack::EndOfAttributes(const Record& element) const {
+  Place place = element.begin;
+  while (place < element.end &&
+         (static_cast<unsigned char>(memory_.data()[place]) & kKindMask) == kAttribute) {
+    place = Read(place, 0).end;
   }
-}
-
-XMLPack::Record XMLPack::Read(Place place, std::uint32_t line) const {
-  const std::uint64_t head = GetNumber(place);
-  const auto kind = static_cast<std::uint32_t>(head & kKindMask);
-  Record record{kind == 0 ? kKindMask + 1 : kind, line + static_cast<std::uint32_t>(head >> kKindBits),
-                0, 0, 0};
-  if (HasName(kind)) record.name = static_cast<std::uint32_t>(GetNumber(place));
-  Place size = 0;
-  if (kind == kElement) {
-    std::memcpy(&size, memory_.data() + place, kSizeBytes);
-    place += static_cast<Place>(kSizeBytes);
-  } else {
-    size = static_cast<Place>(GetNumber(place));
-  }
-  record.begin = place;
-  record.end = place + size;
-  return record;
+  return place;
 }
 
 std::uint32_t XMLPack::AddName(std::string_view name) {

@@ -73,8 +73,24 @@ class XMLPack : public Hux::Retainable {
   }
 
   Place Size() const { return used_; }  ///< The place behind everything.
+  /// Where the attributes of an element end and its children begin.
+  Place EndOfAttributes(const Record& element) const;
   /// The record at a place, inside an element on `line`.
-  Record Read(Place place, std::uint32_t line) const;
+  Record Read(Place place, std::uint32_t line) const {
+    const std::uint64_t head = GetNumber(place);
+    Record record{KindOf(head), line + static_cast<std::uint32_t>(head >> kKindBits), 0, 0, 0};
+    if (HasName(record.kind)) record.name = static_cast<std::uint32_t>(GetNumber(place));
+    Place size = 0;
+    if (record.kind == kElement) {
+      std::memcpy(&size, memory_.data() + place, kSizeBytes);
+      place += static_cast<Place>(kSizeBytes);
+    } else {
+      size = static_cast<Place>(GetNumber(place));
+    }
+    record.begin = place;
+    record.end = place + size;
+    return record;
+  }
   /// The text of a record that has one; valid until something is added.
   std::string_view Text(const Record& record) const {
     return {memory_.data() + record.begin, record.end - record.begin};
@@ -82,18 +98,27 @@ class XMLPack : public Hux::Retainable {
 
  private:
   static constexpr std::uint32_t kElement = 1;
-  static constexpr unsigned kKindBits = 3;  // The largest kind, 8, is 0 there.
+  static constexpr std::uint32_t kAttribute = 2;
+  static constexpr std::uint32_t kInstruction = 7;
+  static constexpr unsigned kKindBits = 3;
   static constexpr unsigned kKindMask = (1U << kKindBits) - 1;
+  static constexpr std::uint32_t kComment = kKindMask + 1;  // 0 there.
   static constexpr std::size_t kSizeBytes = sizeof(Place);
   static constexpr std::size_t kLongestHead = 32;
   static constexpr std::size_t kNumbers = 512;
+  static constexpr unsigned kNumberBits = 7;  // Of each byte; the last one says whether more follow.
+  static constexpr unsigned kMore = 1U << kNumberBits;
 
   struct NameRange {
     std::uint32_t begin;
     std::uint32_t size;
   };
 
-  static bool HasName(std::uint32_t kind) { return kind != 0 && (kind < 3 || kind == kKindMask); }
+  static std::uint32_t KindOf(std::uint64_t head) {
+    const auto kind = static_cast<std::uint32_t>(head & kKindMask);
+    return kind == 0 ? kComment : kind;
+  }
+  static bool HasName(std::uint32_t kind) { return kind < 3 || kind == kInstruction; }
   static std::size_t PlaceOf(std::string_view name) {
     constexpr std::size_t kFactor = 31;
     if (name.empty()) return 0;
@@ -110,13 +135,18 @@ class XMLPack : public Hux::Retainable {
     PutNumber((std::uint64_t{lines} << kKindBits) | (kind & kKindMask));
   }
   void PutNumber(std::uint64_t number) {
-    constexpr unsigned kBits = 7;
-    constexpr unsigned kMore = 1U << kBits;
-    for (; number >= kMore; number >>= kBits)
+    for (; number >= kMore; number >>= kNumberBits)
       memory_.data()[used_++] = static_cast<char>(number | kMore);
     memory_.data()[used_++] = static_cast<char>(number);
   }
-  std::uint64_t GetNumber(Place& place) const;
+  std::uint64_t GetNumber(Place& place) const {
+    std::uint64_t number = 0;
+    for (unsigned shift = 0;; shift += kNumberBits) {
+      const auto byte = static_cast<unsigned char>(memory_.data()[place++]);
+      number |= std::uint64_t{byte & (kMore - 1)} << shift;
+      if (byte < kMore) return number;
+    }
+  }
   void Grow(std::size_t bytes);
   std::uint32_t AddName(std::string_view name);
 

@@ -1,67 +1,119 @@
 #include "Xml/XMLWriter.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <new>
+#include <string>
+#include <string_view>
 #include <typeinfo>
+#include <utility>
+#include <vector>
 
 #include "Xml/OxXMLAttrNode.h"
-#include "Xml/OxXMLNamedNodeMap.h"
+#include "Xml/OxXMLTextNode.h"
 #include "Xml/XMLExpansion.h"
-#include "Xml/XMLTree.h"
+#include "Xml/XMLPack.h"
+#include "Xml/XMLText.h"
 
 namespace {
 
 constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
-constexpr std::string_view kIndentUnit = "  ";
+constexpr std::uint64_t kIndentBytes = 2;
 
-bool IsDocument(const OxXMLNode& node) {
-  return node.GetNodeType() == OxXMLNode::kDocumentNode;
+// A node, or a record that nobody has asked for as one.
+struct Item {
+  std::uint32_t kind = 0;
+  const OxXMLNode* node = nullptr;  // Null for a record.
+  XMLPack::Record record = {};      // Without a node.
+  XMLPacked attributes = {};        // Of a record that is an element.
+  bool isEmpty = false;             // Without children.
+  bool holdsMore = false;           // Than text; as far as it is known.
+};
+
+Item ItemOf(const OxXMLNode& node) {
+  Item item;
+  item.kind = static_cast<std::uint32_t>(node.GetNodeType());
+  item.node = &node;
+  return item;
+}
+
+Item ItemOf(const XMLPack& pack, XMLPack::Place place) {
+  Item item;
+  item.record = pack.Read(place, 0);
+  item.kind = item.record.kind;
+  item.attributes = {&pack, item.record.begin, item.record.begin};
+  if (item.kind == OxXMLNode::kElementNode) item.attributes.end = pack.EndOfAttributes(item.record);
+  item.isEmpty = item.attributes.end == item.record.end;
+  return item;
+}
+
+bool IsElement(const Item& item) {
+  return item.kind == OxXMLNode::kElementNode;
 }
 
 // By how much the children of a node are indented more than the node.
-int ChildStep(const OxXMLNode& node, int indent) {
-  return IsDocument(node) || indent < 0 ? 0 : 1;
+int ChildStep(const Item& item, int indent) {
+  return IsElement(item) && indent >= 0 ? 1 : 0;
 }
 
-// Text is written inline, so an element that holds nothing else ends on the line on which it began.
-bool HoldsMoreThanText(const OxXMLNode& element) {
-  const OxXMLNode* child = XMLTree::FirstChild(element);
+bool HoldsMoreThanText(const OxXMLNode& node) {
+  const OxXMLNode* child = XMLTree::FirstChild(node);
   while (child != nullptr && child->GetNodeType() == OxXMLNode::kTextNode) child = XMLTree::Next(*child);
   return child != nullptr;
 }
 
-// Goes through a tree in document order: `enter(node, indent)` for every node, and `leave(node, indent)`
-// behind the last child of each that has children.
+// Goes through records in document order: `enter(item, indent)` for each, and `leave(item, indent)` after the last
+// child of an element that has any. Gives whether there is more than text outside of elements.
+template <typename Enter, typename Leave>
+bool WalkRecords(const XMLPacked& records, int indent, Enter& enter, Leave& leave) {
+  std::vector<Item> open(1);
+  open.front().record.end = records.end;
+  for (XMLPack::Place place = records.begin;;) {
+    while (place == open.back().record.end) {
+      if (open.size() == 1) return open.front().holdsMore;
+      indent -= ChildStep(open.back(), indent);
+      leave(open.back(), indent);
+      open.pop_back();
+    }
+    const Item item = ItemOf(*records.pack, place);
+    enter(item, indent);
+    if (item.kind != OxXMLNode::kTextNode) open.back().holdsMore = true;
+    const bool goesDown = IsElement(item) && !item.isEmpty;
+    place = goesDown ? item.attributes.end : item.record.end;
+    if (!goesDown) continue;
+    indent += ChildStep(item, indent);
+    open.push_back(item);
+  }
+}
+
+// The same for a tree of nodes, with the records in it.
 template <typename Enter, typename Leave>
 void Walk(const OxXMLNode& top, int indent, Enter enter, Leave leave) {
   const OxXMLNode* node = &top;
   for (;;) {
-    enter(*node, indent);
-    if (const OxXMLNode* child = XMLTree::FirstChild(*node)) {
-      indent += ChildStep(*node, indent);
+    Item item = ItemOf(*node);
+    const XMLPacked packed = XMLTree::PackedChildren(*node);
+    const OxXMLNode* child = packed.pack == nullptr ? XMLTree::FirstChild(*node) : nullptr;
+    item.isEmpty = packed.pack == nullptr && child == nullptr;
+    enter(item, indent);
+    if (packed.pack != nullptr) {
+      item.holdsMore = WalkRecords(packed, indent + ChildStep(item, indent), enter, leave);
+      leave(item, indent);
+    } else if (child != nullptr) {
+      indent += ChildStep(item, indent);
       node = child;
       continue;
     }
     while (node != &top && XMLTree::Next(*node) == nullptr) {
       node = XMLTree::Parent(*node);
-      indent -= ChildStep(*node, indent);
-      leave(*node, indent);
+      item = ItemOf(*node);
+      item.holdsMore = HoldsMoreThanText(*node);
+      indent -= ChildStep(item, indent);
+      leave(item, indent);
     }
     if (node == &top) return;
     node = XMLTree::Next(*node);
-  }
-}
-
-// How often the depth of a node is indented, but for its end tag.
-std::uint64_t IndentsInFront(const OxXMLNode& node) {
-  switch (node.GetNodeType()) {
-    case OxXMLNode::kTextNode:
-      return 0;
-    case OxXMLNode::kCDATANode:
-      return 2;
-    default:
-      return 1;
   }
 }
 
@@ -69,123 +121,159 @@ std::uint64_t IndentsInFront(const OxXMLNode& node) {
 std::uint64_t IndentBytes(const OxXMLNode& top, int indent) {
   if (indent < 0) return 0;
   std::uint64_t units = 0;
-  const auto enter = [&units](const OxXMLNode& node, int depth) {
-    units += IndentsInFront(node) * static_cast<unsigned>(depth);
+  const auto enter = [&units](const Item& item, int depth) {
+    const unsigned lines = item.kind == OxXMLNode::kCDATANode  ? 2
+                           : item.kind == OxXMLNode::kTextNode ? 0
+                                                               : 1;
+    units += std::uint64_t{lines} * static_cast<unsigned>(depth);
   };
-  const auto leave = [&units](const OxXMLNode& node, int depth) {
-    if (!IsDocument(node) && HoldsMoreThanText(node)) units += static_cast<unsigned>(depth);
+  const auto leave = [&units](const Item& item, int depth) {
+    if (item.holdsMore && IsElement(item)) units += static_cast<unsigned>(depth);
   };
   Walk(top, indent, enter, leave);
-  return units * kIndentUnit.size();
+  return units * kIndentBytes;
+}
+
+// Writes what a walk meets.
+class Writer {
+ public:
+  void Enter(const Item& item, int indent);
+  void Leave(const Item& item, int indent);
+  OxString& Finish() { return Flush(); }
+
+ private:
+  void AppendNode(const Item& item, int indent);
+  void AppendRecord(const Item& item, int indent);
+  void AppendStart(const Item& element, int indent);
+  void AppendAttribute(const OxXMLNode& attribute, int indent);
+  void AppendPacked(const XMLPacked& attributes);
+  OxString& Flush();
+
+  OxString out_;
+  std::string text_;  // What comes next: characters are counted faster in long pieces.
+  XMLExpansionBudget budget_{0};
+  const OxXMLNode* document_ = nullptr;  // Of the present node and the records in it.
+  std::vector<XMLPack::Record> sorted_;  // The attributes of one element.
+};
+
+OxString& Writer::Flush() {
+  out_.append_valid(text_);
+  text_.clear();
+  return out_;
+}
+
+std::string_view NameOf(const Item& element) {
+  return element.node != nullptr ? element.node->GetName().view()
+                                 : element.attributes.pack->NameText(element.record.name);
+}
+
+void Writer::Enter(const Item& item, int indent) {
+  constexpr std::size_t kMany = 4096;
+  if (text_.size() > kMany) Flush();
+  if (item.node != nullptr) document_ = XMLTree::Document(*item.node);
+  if (IsElement(item)) {
+    AppendStart(item, indent);
+  } else if (item.node != nullptr) {
+    AppendNode(item, indent);
+  } else {
+    AppendRecord(item, indent);
+  }
+}
+
+void Writer::AppendNode(const Item& item, int indent) {
+  if (item.kind == OxXMLNode::kDocumentNode) {
+    XMLText::AppendIndent(indent, text_);
+    text_ += kDeclaration;
+  } else if (typeid(*item.node) == typeid(OxXMLTextNode)) {
+    XMLText::AppendEscaped(XMLTree::Value(*item.node).view(), false, text_);
+  } else {
+    text_ += item.node->GetAsString(indent).view();
+  }
+}
+
+void Writer::AppendRecord(const Item& item, int indent) {
+  const XMLPack& pack = *item.attributes.pack;
+  const std::string_view text = pack.Text(item.record);
+  switch (item.kind) {
+    case OxXMLNode::kTextNode:
+      return XMLText::AppendEscaped(text, false, text_);
+    case OxXMLNode::kCDATANode:
+      return XMLText::AppendCDATA(text, indent, text_);
+    case OxXMLNode::kCommentNode:
+      return XMLText::AppendComment(text, indent, text_);
+    default:
+      return XMLText::AppendInstruction(pack.NameText(item.record.name), text, indent, text_);
+  }
+}
+
+void Writer::AppendStart(const Item& element, int indent) {
+  text_ += '\n';
+  XMLText::AppendIndent(indent, text_);
+  text_.append("<").append(NameOf(element));
+  const XMLPacked packed =
+      element.node != nullptr ? XMLTree::PackedAttributes(*element.node) : element.attributes;
+  if (packed.pack != nullptr) {
+    AppendPacked(packed);
+  } else if (const OxXMLNamedNodeMap* attributes = XMLTree::Attributes(*element.node)) {
+    attributes->ForEach(
+        [&](const Hux::SmartPtr<OxXMLNode>& attribute) { AppendAttribute(*attribute, indent); });
+  }
+  text_ += element.isEmpty ? "/>" : ">";
 }
 
 // An attribute of a derived class writes itself.
-void AppendAttribute(OxString& out, const OxXMLNode& attribute, int indent, XMLExpansionBudget& budget) {
-  out.append_valid(" ");
+void Writer::AppendAttribute(const OxXMLNode& attribute, int indent) {
+  text_ += ' ';
   if (typeid(attribute) != typeid(OxXMLAttrNode)) {
-    out += attribute.GetAsString(indent);
+    text_ += attribute.GetAsString(indent).view();
     return;
   }
-  out += attribute.GetName();
-  XMLWriter::AppendValue(out, OxXMLAttrNode::ValueOf(attribute, budget).view());
+  text_ += attribute.GetName().view();
+  XMLText::AppendValue(OxXMLAttrNode::ValueOf(attribute, budget_).view(), text_);
 }
 
-void AppendStart(OxString& out, const OxXMLNode& element, int indent, XMLExpansionBudget& budget) {
-  out.append_valid("\n");
-  XMLWriter::AppendIndent(out, indent);
-  out.append_valid("<");
-  out += element.GetName();
-  if (const OxXMLNamedNodeMap* attributes = XMLTree::Attributes(element)) {
-    attributes->ForEach([&](const Hux::SmartPtr<OxXMLNode>& attribute) {
-      AppendAttribute(out, *attribute, indent, budget);
-    });
+// In the order of the names, of which the last one counts.
+void Writer::AppendPacked(const XMLPacked& attributes) {
+  const XMLPack& pack = *attributes.pack;
+  sorted_.clear();
+  for (XMLPack::Place place = attributes.begin; place < attributes.end; place = sorted_.back().end) {
+    sorted_.push_back(pack.Read(place, 0));
   }
-  out.append_valid(XMLTree::FirstChild(element) == nullptr ? "/>" : ">");
+  const auto less = [&pack](const XMLPack::Record& a, const XMLPack::Record& b) {
+    const int order = OxXMLNamedNodeMap::CompareNames(pack.NameText(a.name), pack.NameText(b.name));
+    return order != 0 ? order < 0 : a.begin < b.begin;
+  };
+  std::sort(sorted_.begin(), sorted_.end(), less);
+  for (std::size_t i = 0; i < sorted_.size(); ++i) {
+    const std::string_view name = pack.NameText(sorted_[i].name);
+    if (i + 1 < sorted_.size() && pack.NameText(sorted_[i + 1].name) == name) continue;
+    text_.append(" ").append(name);
+    const std::string_view value = pack.Text(sorted_[i]);
+    if (value.find('&') == std::string_view::npos) {
+      XMLText::AppendValue(value, text_);
+    } else {
+      XMLText::AppendValue(OxXMLAttrNode::Resolve(value, document_, budget_).view(), text_);
+    }
+  }
 }
 
-void AppendEnd(OxString& out, const OxXMLNode& element, int indent) {
-  if (HoldsMoreThanText(element)) {
-    out.append_valid("\n");
-    XMLWriter::AppendIndent(out, indent);
+// Text is written inline, so an element that holds nothing else ends on the line on which it began.
+void Writer::Leave(const Item& item, int indent) {
+  if (!IsElement(item)) return;
+  if (item.holdsMore) {
+    text_ += '\n';
+    XMLText::AppendIndent(indent, text_);
   }
-  out.append_valid("</");
-  out += element.GetName();
-  out.append_valid(">");
-}
-
-std::string_view EscapeOf(char byte) {
-  switch (byte) {
-    case '<':
-      return "&lt;";
-    case '>':
-      return "&gt;";
-    case '&':
-      return "&amp;";
-    case '"':
-      return "&quot;";
-    case '\'':
-      return "&apos;";
-    case '\n':
-      return "&#10;";
-    case '\r':
-      return "&#13;";
-    default:
-      return "&#9;";
-  }
+  text_.append("</").append(NameOf(item)).append(">");
 }
 
 }  // namespace
 
 OxString XMLWriter::Write(const OxXMLNode& top, int indent) {
   if (IndentBytes(top, indent) > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-  XMLExpansionBudget budget(0);
-  OxString out;
-  const auto enter = [&out, &budget](const OxXMLNode& node, int depth) {
-    if (IsDocument(node)) {
-      AppendIndent(out, depth);
-      out.append_valid(kDeclaration);
-    } else if (node.GetNodeType() == OxXMLNode::kElementNode) {
-      AppendStart(out, node, depth, budget);
-    } else {
-      out += node.GetAsString(depth);
-    }
-  };
-  const auto leave = [&out](const OxXMLNode& node, int depth) {
-    if (!IsDocument(node)) AppendEnd(out, node, depth);
-  };
-  Walk(top, indent, enter, leave);
-  return out;
-}
-
-void XMLWriter::AppendEscaped(OxString& out, std::string_view text, bool escapeWhitespace) {
-  const std::string_view escaped = escapeWhitespace ? "<>&\"'\n\r\t" : "<>&\"'";
-  for (;;) {
-    const std::size_t found = text.find_first_of(escaped);
-    out.append_valid(text.substr(0, found));
-    if (found == std::string_view::npos) return;
-    out.append_valid(EscapeOf(text[found]));
-    text.remove_prefix(found + 1);
-  }
-}
-
-void XMLWriter::AppendValue(OxString& out, std::string_view value) {
-  out.append_valid("=\"");
-  AppendEscaped(out, value, true);
-  out.append_valid("\"");
-}
-
-void XMLWriter::AppendIndent(OxString& out, int indent) {
-  for (; indent > 0; --indent) out.append_valid(kIndentUnit);
-}
-
-OxString OxXMLNode::IndentString(int indent, const OxString& text) {
-  OxString indented;
-  XMLWriter::AppendIndent(indented, indent);
-  return indented += text;
-}
-
-OxString OxXMLNode::Escape(const OxString& text, bool escapeWhitespace) {
-  OxString escaped;
-  XMLWriter::AppendEscaped(escaped, text.view(), escapeWhitespace);
-  return escaped;
+  Writer writer;
+  Walk(
+      top, indent, [&writer](const Item& item, int depth) { writer.Enter(item, depth); },
+      [&writer](const Item& item, int depth) { writer.Leave(item, depth); });
+  return std::move(writer.Finish());
 }
