@@ -65,7 +65,7 @@ void OxXMLNamedNodeMap::TakeOver(OxXMLNode& node) {
 void OxXMLNamedNodeMap::LetGo(OxXMLNode& node) const {
   if (owner_ == nullptr) return;
   XMLTree::SetParent(node, nullptr);
-  if (XMLTree::DocumentDies(*owner_)) XMLTree::MoveTo(node, nullptr);
+  if (node.GetRefCount() > 1 && XMLTree::DocumentDies(*owner_)) XMLTree::MoveTo(node, nullptr);
 }
 
 // ---- Finding

@@ -185,9 +185,6 @@ class OxXMLNode : public Hux::Retainable {
   /// Puts a node that has no parent before the child `before`, or at the end for null; no hook is called.
   void Link(Hux::SmartPtr<OxXMLNode> child, OxXMLNode* before);
 
-  bool isIndexDirty_ = false;  ///< Of a document: something has changed since the last Index().
-  bool dies_ = false;          ///< Of a document: nodes that it loses belong to none.
-
  private:
   friend struct XMLTree;
 
@@ -228,6 +225,10 @@ class OxXMLNode : public Hux::Retainable {
   std::unique_ptr<OxXMLNamedNodeMap> attributes_;  // Made when there is a first attribute.
   std::unique_ptr<OxString> value_;                // Made when there is a value.
   std::uint32_t index_ = 0;
+
+ protected:
+  bool isIndexDirty_ = false;  ///< Of a document: something has changed since the last Index().
+  bool dies_ = false;          ///< Of a document: nodes that it loses belong to none.
 };
 
 /// Nodes in the order in which they were added; a snapshot that does not follow the tree.
@@ -260,7 +261,9 @@ class OxXMLNamedNodeMap {
   OxXMLNamedNodeMap() = default;  ///< Empty, of no node.
   OxXMLNamedNodeMap(const OxXMLNamedNodeMap& other);
   OxXMLNamedNodeMap& operator=(const OxXMLNamedNodeMap& other);
-  ~OxXMLNamedNodeMap();  ///< Attributes that live on have no owner.
+  ~OxXMLNamedNodeMap();                         ///< Attributes that live on have no owner.
+  static void* operator new(std::size_t size);  ///< As that of OxXMLNode.
+  static void operator delete(void* memory);
 
   /// How many attributes.
   std::size_t Length() const { return large_ ? large_->tree.size() : small_.size(); }
