@@ -75,7 +75,7 @@ class OxXMLDoc : public OxXMLNode {
 
  private:
   ChildLinks* Children() override { return &children_; }
-  const OxString* FindEntity(std::string_view name) const override {
+  const OxString* DeclaredEntity(std::string_view name) const override {
     return docType_ ? docType_->FindEntity(name) : nullptr;
   }
 

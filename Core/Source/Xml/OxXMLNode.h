@@ -196,7 +196,7 @@ class OxXMLNode : public Hux::Retainable {
   virtual XMLPacked PackedChildren() const { return {}; }
   virtual XMLPacked PackedAttributes() const { return {}; }
   // The stored text of an entity that a document declares, or null.
-  virtual const OxString* FindEntity(std::string_view /*name*/) const { return nullptr; }
+  virtual const OxString* DeclaredEntity(std::string_view /*name*/) const { return nullptr; }
   // Where a class keeps the value of SetValue(); here for those that hardly ever have one.
   virtual const OxString& ValueText() const;
   virtual OxString& EditValueText();
@@ -357,7 +357,7 @@ struct XMLTree {
   static OxXMLNode* Document(const OxXMLNode& node) { return node.document_; }
   /// What an entity that the document declares stands for, or null. `document` may be null.
   static const OxString* FindEntity(const OxXMLNode* document, std::string_view name) {
-    return document == nullptr ? nullptr : document->FindEntity(name);
+    return document == nullptr ? nullptr : document->DeclaredEntity(name);
   }
   /// Of the node and all that is below it and its attributes.
   static void MoveTo(OxXMLNode& node, OxXMLNode* document) { node.MoveTo(document); }
