@@ -92,7 +92,7 @@ bool LiteralArchive::ReadHeader(std::uint64_t position, RecordHeader& header) co
 }
 
 void LiteralArchive::WriteAt(std::uint64_t position, const void* bytes, std::size_t count) {
-  if (file_.size() < position + count) file_.resize(position + count);
+  if (file_.size() < position + count) file_.resize(static_cast<std::size_t>(position + count));
   std::memcpy(file_.data() + position, bytes, count);
 }
 
@@ -109,7 +109,7 @@ void LiteralArchive::WriteFileHeader() {
 std::string LiteralArchive::ReadPayload(std::uint64_t position) const {
   RecordHeader header;
   if (!ReadHeader(position, header)) return {};
-  return file_.substr(position + kRecordHeaderSize, header.dataLength);
+  return file_.substr(static_cast<std::size_t>(position) + kRecordHeaderSize, header.dataLength);
 }
 
 std::string LiteralArchive::NameAt(std::uint32_t offset) const {

@@ -58,6 +58,9 @@ function(ox_add_library name)
   target_compile_features(${name} INTERFACE cxx_std_20)
 endfunction()
 
+# More where an emulator runs the tests.
+set(OX_TEST_TIMEOUT 300 CACHE STRING "Seconds that a test may take")
+
 # ox_add_tests(name LABEL unit|cli SOURCES file... LINKS target...)
 # A GoogleTest program whose cases ctest lists one by one.
 function(ox_add_tests name)
@@ -66,5 +69,5 @@ function(ox_add_tests name)
   target_link_libraries(${name} PRIVATE ox_settings ${arg_LINKS} GTest::gmock GTest::gtest_main)
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/Tests")
   target_compile_definitions(${name} PRIVATE OX_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES PROPERTIES LABELS ${arg_LABEL} TIMEOUT 300)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT ${OX_TEST_TIMEOUT} NO_PRETTY_VALUES PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${OX_TEST_TIMEOUT})
 endfunction()

@@ -82,15 +82,17 @@ constexpr int kHeadAt = 16, kTailAt = 24, kNameTableAt = 48;  // In the file hea
 constexpr int kNameAt = 4, kLengthAt = 8, kNextAt = 16;       // In a record header.
 constexpr std::uint64_t kNoBlock = ~std::uint64_t{0}, kSomewhere = 1 << 20;
 
-std::string Put(std::string bytes, std::size_t at, std::uint64_t number, int size = 8) {
+std::string Put(std::string bytes, std::uint64_t at, std::uint64_t number, int size = 8) {
   for (int i = 0; i < size; ++i)
-    bytes[at + static_cast<std::size_t>(i)] = static_cast<char>(number >> 8 * i);
+    bytes[static_cast<std::size_t>(at) + static_cast<std::size_t>(i)] =
+        static_cast<char>(number >> 8 * i);
   return bytes;
 }
 
-std::uint64_t Number(const std::string& bytes, std::size_t at) {
+std::uint64_t Number(const std::string& bytes, std::uint64_t at) {
+  const char* const first = bytes.data() + static_cast<std::size_t>(at);
   std::uint64_t number = 0;
-  for (std::size_t i = 8; i-- > 0;) number = number << 8 | static_cast<unsigned char>(bytes[at + i]);
+  for (std::size_t i = 8; i-- > 0;) number = number << 8 | static_cast<unsigned char>(first[i]);
   return number;
 }
 

@@ -24,7 +24,7 @@ faults = []
 
 
 def run(*arguments, **environment):
-    done = subprocess.run(list(map(str, arguments)), capture_output=True, timeout=60, cwd=folder,
+    done = subprocess.run(list(map(str, arguments)), capture_output=True, cwd=folder,
                           env={**os.environ, **environment})
     return done.returncode, done.stdout, done.stderr
 

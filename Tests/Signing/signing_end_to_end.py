@@ -27,7 +27,7 @@ file = folder / "file"
 
 
 def run(program, *arguments, reads=b""):
-    done = subprocess.run([program, *map(str, arguments)], input=reads, capture_output=True, timeout=60)
+    done = subprocess.run([program, *map(str, arguments)], input=reads, capture_output=True)
     return done.returncode, (done.stdout + done.stderr).decode()
 
 
@@ -160,6 +160,10 @@ def leaves_core(*options):
 signing = ["-key", FIXTURES / "pkcs8-encrypted.key", "-cert", FIXTURES / "valid.pem", "-sign"]
 for options in (["-p", "open sesame", *signing], ["-pf", folder / "phrase", *signing]):
     with waiting(*options) as process:
+        if "qemu" in os.readlink(f"/proc/{process.pid}/exe"):
+            print("The program is emulated: its memory was not searched, since the emulator's own holds the arguments.")
+            process.kill()
+            continue
         try:
             memory = memory_of(process)
             expect(options, (b"X.widget" in memory, b"open sesame" in memory), (True, False))

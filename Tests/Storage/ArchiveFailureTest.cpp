@@ -303,7 +303,7 @@ TEST(ArchiveFailure, TablesThatAreHolesTakeNoMemoryToRead) {
     for (const char* name : {"a", "b"}) Add(file, name, "data");
     file.Close();
     // The tables follow the two records.
-    const std::uint64_t block = 72 + 2 * 36 + (isIndex ? 0 : 32 + 2 * 16);
+    const std::size_t block = 72 + 2 * 36 + (isIndex ? 0 : 32 + 2 * 16);
     if (isIndex) {
       std::string bytes = folder.Read("a");
       bytes.append(bytes.substr(block, 64));

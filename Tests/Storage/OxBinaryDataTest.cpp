@@ -58,7 +58,7 @@ TEST(OxBinaryData, AShortReadConsumesNothingAndEveryWriteRewinds) {
   data.MoveTo(4);
   EXPECT_THROW(data.MoveTo(5), OxBuffer::OutOfRange);
   EXPECT_EQ(data.GetBytes(0).length(), 0U);
-  data.Skip(0xFFFFFFFFFFFFFFFF);
+  data.Skip(~0UL);
   data.Skip(2);
   EXPECT_THROW(data.GetBytes(0), OxBinaryData::OutOfData);
   EXPECT_THROW(data.GetNullTerminatedString(), OxBinaryData::OutOfData);

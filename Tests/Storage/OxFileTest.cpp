@@ -56,7 +56,7 @@ TEST(OxFile, PositionsAndLengths) {
   EXPECT_EQ(file.Read(bytes.data(), 5, &got), kStatusEndOfFile);
   EXPECT_EQ(got, 2U);
   EXPECT_EQ(file.SetPosition(10), 0);
-  for (const std::uint64_t far : {11UL, 1UL << 63, ~0UL}) {
+  for (const std::uint64_t far : {std::uint64_t{11}, std::uint64_t{1} << 63, ~std::uint64_t{0}}) {
     EXPECT_EQ(file.SetPosition(far), kStatusEndOfFile);
     EXPECT_EQ(file.GetPosition(), 10U);
   }

@@ -30,7 +30,8 @@ TEST(Scramble, KeystreamIsThatOfThe1998Generator) {
   EXPECT_EQ(Word(ours, 3), 0x97724075U);
   EXPECT_EQ(Word(ours, 623), 0x2470C230U);
   EXPECT_EQ(Word(ours, 624), 0x07D077E1U);
-  EXPECT_EQ(Keystream(0x100000000 + kScrambleSeed, 8), ours.substr(0, 8)) << "32 bits of seed";
+  EXPECT_EQ(Keystream(static_cast<unsigned long>(0x100000000 + kScrambleSeed), 8), ours.substr(0, 8))
+      << "32 bits of seed";
   EXPECT_EQ(WobScrambleData("hello world", 11, true).ConvertToHex().view(), "EF46192C15BB634D663490");
 }
 

@@ -26,7 +26,7 @@ CopyResult FileCopier::Copy(FilePlace from, FilePlace to, std::uint64_t count,
 
 void FileCopier::CopyInKernel(FilePlace from, FilePlace to, std::uint64_t count, CopyResult& result) {
   while (result.copied < count) {
-    const std::uint64_t wanted = std::min(count - result.copied, kLargestCall);
+    const auto wanted = static_cast<std::size_t>(std::min(count - result.copied, kLargestCall));
     const std::int64_t copied = from.file.CopyInKernel(from.position + result.copied, to.file,
                                                        to.position + result.copied, wanted);
     if (copied <= 0) return;
@@ -37,7 +37,8 @@ void FileCopier::CopyInKernel(FilePlace from, FilePlace to, std::uint64_t count,
 void FileCopier::CopyThroughBuffer(FilePlace from, FilePlace to, std::uint64_t count,
                                    ScrambleStream* scrambler, CopyResult& result) {
   while (result.copied < count && result.readStatus == kStatusOk) {
-    const auto wanted = std::min<std::uint64_t>(count - result.copied, kBufferSize);
+    const auto wanted =
+        static_cast<std::size_t>(std::min<std::uint64_t>(count - result.copied, kBufferSize));
     const std::span<std::byte> chunk = Buffer().first(wanted);
     std::size_t got = 0;
     result.readStatus = from.file.ReadAt(from.position + result.copied, chunk, got);

@@ -4,6 +4,7 @@
 #include <limits>
 #include <string>
 
+#include "Foundation/Narrow.h"
 #include "Foundation/StringWalk.h"
 #include "Posix/Paths.h"
 #include "Posix/Users.h"
@@ -138,7 +139,9 @@ bool OxFileUtils::GetAttributes(const OxPath& path, unsigned long& attributes) {
 
 bool OxFileUtils::GetLastModified(const OxPath& path, long& seconds) {
   FileInfo info;
-  seconds = GetStatus(path, info) ? info.modified : 0;
+  seconds = GetStatus(path, info)
+                ? TryNarrow<long>(info.modified).value_or(std::numeric_limits<long>::max())
+                : 0;
   return true;
 }
 

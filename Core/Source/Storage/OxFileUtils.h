@@ -45,7 +45,8 @@ class OxFileUtils {
   static bool IsFile(const OxPath& path);       ///< Exists and is no folder.
   /// Bit 0 (value 1) of `attributes`: a folder. False, and 0, when it cannot be examined.
   static bool GetAttributes(const OxPath& path, unsigned long& attributes);
-  /// Whole seconds since 1970-01-01 UTC. Deliberate: true also for a missing object, with 0.
+  /// Whole seconds since 1970-01-01 UTC. Deliberate: true also for a missing object, with 0. A time
+  /// that `seconds` cannot hold, after 2038 on machines of 32 bits, is the latest one that it can.
   static bool GetLastModified(const OxPath& path, long& seconds);
 
   // Folders and files.

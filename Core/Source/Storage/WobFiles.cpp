@@ -1,5 +1,6 @@
 #include <string>
 
+#include "Foundation/Narrow.h"
 #include "Posix/FileOps.h"
 #include "Posix/Paths.h"
 #include "Storage/FileTree.h"
@@ -82,7 +83,7 @@ bool WobReadBinaryFile(const OxString& path, OxBuffer& out) {
   try {
     OxFile file(path);
     if (!WobPathLooksValid(path) || file.Open(OxFile::kRead) != kStatusOk) return false;
-    out.SetLength(file.GetLastKnownLength());
+    out.SetLength(NarrowLength(file.GetLastKnownLength()));
     unsigned long got = 0;
     file.Read(out.data(), out.length(), &got);
     out.SetLength(got);
