@@ -46,7 +46,7 @@ class BundlePlan {
   std::vector<Folder> folders;  ///< In the order in which the walk entered them.
   /// Steps that store, under their own name, the file of a later step.
   std::unordered_map<std::size_t, std::size_t> replacements;
-  /// Why the bundle cannot be flattened, a line for standard error; empty when it can.
+  /// Why the bundle cannot be flattened, a line for standard error without its end; empty when it can.
   OxString failure;
   /// What was at the archive's path before it was opened.
   std::optional<Posix::FileInfo> archive;

@@ -97,7 +97,7 @@ void Walk::Begin(const OxPath& root, const OxPath& relative) {
   const OxPath top = relative.native_string().empty() ? root : root / relative;
   std::vector<OxFolderEntry> entries;
   if (!List(top, entries)) {
-    plan_.failure.format("Error: Unable to read %s\n", top.leaf().c_str());
+    plan_.failure.format("Error: Unable to read %s", top.leaf().c_str());
     return;
   }
   Enter({WithSlash(top.native_string()), WithSlash(relative.portable_string())}, false,
@@ -182,7 +182,7 @@ void Walk::AddStep(const OxString& leaf, StepKind kind) {
 
 void Walk::CountLinked(std::size_t& count, std::size_t most, const char* what) {
   if (++count <= most) return;
-  plan_.failure.format("Error: more than %zu %s are reached through links\n", most, what);
+  plan_.failure.format("Error: more than %zu %s are reached through links", most, what);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <exception>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -12,6 +13,7 @@
 #include "CommandLine.h"
 #include "Console.h"
 #include "Flattening.h"
+#include "Foundation/VisibleText.h"
 #include "KeyLoading.h"
 #include "Listing.h"
 #include "ObjectIdentity.h"
@@ -19,12 +21,12 @@
 #include "PathExpansion.h"
 #include "Posix/LazyLibrary.h"
 #include "Posix/MemoryImages.h"
+#include "Progress.h"
 #include "Signing/CryptoHandles.h"
 #include "Signing/OxFileSigner.h"
 #include "Storage/OxFileUtils.h"
 #include "Unflattening.h"
 #include "Utilities/TextDecoding.h"
-#include "VisibleText.h"
 
 namespace {
 
@@ -35,7 +37,7 @@ constexpr int kBuildNumber = 12;
 
 constexpr const char* kUsage =
     "Usage: Converter [-v] [-list] [-flat | -unflat] [-sign -key host.key -cert certfile "
-    "[-p foo | -pf passfile]] [-verify] file-or-bundle [-o output-dir]\n";
+    "[-p foo | -pf passfile]] [-verify] file-or-bundle [-o output-dir]";
 
 void PrintBanner() {
   // Deliberate: the letter e behind the version.
@@ -91,6 +93,7 @@ bool PreparePaths(RunOptions& options, std::optional<BundlePlan>& plan) {
 }
 
 void Flatten(RunOptions& options, std::optional<BundlePlan> plan) {
+  const Progress progress("Flattening", Progress::Counted::kWritten);
   if (!FlattenBundle(options.input, options.output, false, options.verbose, std::move(plan))) {
     Console::Error("Error: FlattenBundle failed\n");
   }
@@ -98,6 +101,7 @@ void Flatten(RunOptions& options, std::optional<BundlePlan> plan) {
 }
 
 void Unflatten(RunOptions& options) {
+  const Progress progress("Unflattening", Progress::Counted::kWritten);
   if (!UnflattenFile(options.input, options.output, options.verbose)) {
     Console::Error("Error: UnflattenBundle failed\n");
   }
@@ -109,6 +113,8 @@ void ReportUnreadable(const OxString& file) {
 }
 
 bool Sign(const OxString& file, const Hux::SmartPtr<OxCertificate>& certificate) {
+  const Progress progress("Signing", Progress::Counted::kRead);
+  Progress::ExpectAllOf(file);
   const std::int32_t result = OxFileSigner::Sign(file, OxString(), certificate);
   if (result == OxFileSigner::kKeyMismatch) {
     Console::Error("Error: Private key and certificate public key do not match.\n");
@@ -121,8 +127,10 @@ bool Sign(const OxString& file, const Hux::SmartPtr<OxCertificate>& certificate)
 void Verify(const OxString& file) {
   OxString signer;
   unsigned long trust = 0;
+  const Progress progress("Verifying", Progress::Counted::kRead);
+  Progress::ExpectAllOf(file);
   const std::int32_t result = OxFileSigner::Verify(file, signer, trust);
-  const OxString name = VisibleText(signer);
+  const std::string name = VisibleText(signer.view());
   switch (result) {
     case OxFileSigner::kSuccess:
       Console::PrintFormatted("File signature is present and verified. Signer: '%s' Trusted: %d\n",
@@ -200,7 +208,7 @@ ExitStatus RunOrExplain(std::span<char*> arguments) {
 
 int RunConverter(int argc, char* argv[]) {
   if (argc <= 1) {
-    Console::Error("%s", kUsage);
+    Console::Error("%s\n", kUsage);
     return kExitSuccess;
   }
   const ExitStatus status =

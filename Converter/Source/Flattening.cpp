@@ -10,6 +10,7 @@
 #include "ObjectIdentity.h"
 #include "OutputPath.h"
 #include "Posix/Interruption.h"
+#include "Progress.h"
 #include "Storage/OxBinaryData.h"
 #include "Storage/OxFile.h"
 #include "Storage/OxFileUtils.h"
@@ -141,7 +142,7 @@ void SettleDanglingLinks(BundlePlan& plan, const OxPath& archive) {
 }
 
 bool HasFailed(const BundlePlan& plan) {
-  if (!plan.failure.empty()) Console::Error("%s", plan.failure.c_str());
+  if (!plan.failure.empty()) Console::Error("%s\n", plan.failure.c_str());
   return !plan.failure.empty();
 }
 
@@ -149,6 +150,7 @@ bool WritePlannedFiles(BundlePlan& plan, OxDataFile& file) {
   SettleDanglingLinks(plan, OxPath(file.GetPath()));
   if (plan.hasNameClashes) ResolveNameClashes(plan);
   for (std::size_t step = 0; step < plan.steps.size();) {
+    Progress::ReachFile(step, plan.steps.size());
     const Outcome outcome = DoStep(plan, step, file);
     if (outcome == Outcome::kDone) {
       ++step;

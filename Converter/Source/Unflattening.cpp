@@ -9,6 +9,7 @@
 #include "OverlapLimit.h"
 #include "Posix/FileOps.h"
 #include "Posix/Interruption.h"
+#include "Progress.h"
 #include "RecordExtraction.h"
 #include "Storage/DamageWatch.h"
 #include "Storage/OxDataFile.h"
@@ -58,6 +59,7 @@ class TemporaryBundle {
 
 // What a walk over an archive finds out before anything is changed.
 struct Survey {
+  std::uint64_t bytes = 0;  // Of records to extract, as they say.
   bool isDamaged = false;
   bool hasNoNames = false;
   bool isExtractable = false;  // There is a record to extract.
@@ -71,7 +73,9 @@ Survey Examine(OxDataFile& file) {
   DamageWatch watch(file);
   const OxDataFile::Iterator end = file.End();
   for (OxDataFile::Iterator record = file.Begin(); record != end; ++record) {
-    survey.isExtractable = survey.isExtractable || IsExtractable(*record);
+    const bool isExtractable = IsExtractable(*record);
+    survey.isExtractable = survey.isExtractable || isExtractable;
+    survey.bytes += isExtractable ? record->GetDataLength() : 0;
     survey.isStopped = !limit.Admits(record->GetName().size());
     if (survey.isStopped) return survey;
     watch.See(*record);
@@ -167,6 +171,7 @@ bool Unflatten(const OxPath& archive, const OxPath& bundle, bool verbose) {
   }
   TargetBundle target = temporary ? temporary->Target() : TargetBundle{.path = bundle};
   if (!temporary && !ClearTarget(archive, bundle, target.emptied)) return false;
+  Progress::Expect(survey.bytes, file.GetPath());
   const bool extracted = ExtractWithReport(file, target, verbose, survey.isDamaged);
   file.Close();
   if (temporary && extracted) temporary->MoveInto(FolderOf(bundle));

@@ -8,6 +8,9 @@
 
 namespace {
 
+bool outputIsTerminal = false;
+bool errorIsTerminal = false;
+
 // The lowest free number is the one that open(2) gives, so going upward fills each gap in turn. Where there is
 // no null device the root folder serves: writing to it fails, too.
 void OccupyClosedDescriptors() {
@@ -21,8 +24,22 @@ void OccupyClosedDescriptors() {
 
 void Posix::PrepareStandardStreams() {
   OccupyClosedDescriptors();
+  FindTerminals();
   static char buffer[1 << 16];
-  if (::isatty(STDOUT_FILENO) == 0) std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
+  if (!outputIsTerminal) std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
+}
+
+void Posix::FindTerminals() {
+  outputIsTerminal = ::isatty(STDOUT_FILENO) == 1;
+  errorIsTerminal = ::isatty(STDERR_FILENO) == 1;
+}
+
+bool Posix::StandardOutputIsTerminal() {
+  return outputIsTerminal;
+}
+
+bool Posix::StandardErrorIsTerminal() {
+  return errorIsTerminal;
 }
 
 bool Posix::ReaderOfStandardOutputIsGone() {

@@ -6,9 +6,13 @@
 #include <new>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <utility>
 
+#include "Foundation/VisibleText.h"
+#include "Posix/StandardStreams.h"
+#include "Posix/StatusLine.h"
 #include "Signing/OxSignature.h"
 #include "Signing/SignatureTrailer.h"
 #include "Storage/OxFile.h"
@@ -30,7 +34,8 @@ void FeedContent(OxSignature& signature, OxFile& file, std::uint64_t length) {
   constexpr std::size_t kChunk = std::size_t{256} * 1024;
   const auto buffer = std::make_unique_for_overwrite<std::byte[]>(kChunk);
   for (std::uint64_t position = 0; position < length;) {
-    const std::span<std::byte> chunk(buffer.get(), std::min<std::uint64_t>(length - position, kChunk));
+    const std::span<std::byte> chunk(
+        buffer.get(), static_cast<std::size_t>(std::min<std::uint64_t>(length - position, kChunk)));
     std::size_t got = 0;
     const FileStatus status = file.ReadAt(position, chunk, got);
     if (status != kStatusOk) throw OxFile::FileError(status);
@@ -96,8 +101,11 @@ bool ApplyChange(const OxString& path, const TailChange& change) {
 }
 
 void ReportUnwritten(const OxString& path) {
+  const bool isTerminal = Posix::StandardErrorIsTerminal();
+  const std::string shown = isTerminal ? VisibleText(path.view()) : std::string(path.view());
+  Posix::EraseStatusLine();
   std::fflush(stdout);
-  std::fprintf(stderr, "Error: could not write to file '%s'\n", path.c_str());
+  std::fprintf(stderr, "Error: could not write to file '%s'\n", shown.c_str());
 }
 
 // Null unless `pem` is, byte for byte, the canonical text of its certificate. PEM readers skip text before and after
