@@ -28,10 +28,10 @@ def expect(what, got, wanted):
         sys.exit(f"{what}: got {got!r}, wanted {wanted!r}")
 
 
-def run(*arguments, terminals="", columns=80, term="xterm", stall=0.0, background=False, limit=None, meanwhile=None):
+def run(*arguments, terminals="", columns=80, term="xterm", stall=0.0, background=False, limit=None):
     """Returns what came to standard output and error; `terminals` names those that are terminals, "out err".
 
-    Nothing is read for `stall` seconds. `meanwhile(text, terminal)` is called with all that came to a stream so far.
+    Nothing is read for `stall` seconds.
     """
     ends = {}
     for name in ("out", "err"):
@@ -69,8 +69,6 @@ def run(*arguments, terminals="", columns=80, term="xterm", stall=0.0, backgroun
             except OSError:  # The other end of a terminal is closed.
                 got = b""
             texts[left[end]] += got
-            if meanwhile:
-                meanwhile(texts[left[end]].decode(), end)
             if not got:
                 os.close(end)
                 del left[end]
@@ -166,19 +164,3 @@ expect("shares of signing", (len(shares) > 3, len(shares) <= 10 * seconds, share
 expect("the screen", screen(err), [""])
 out, err = run("-verify", large, terminals="out")
 expect("the other terminal", (out[:12], err), ("File signatu", ""))
-
-
-def change(text, terminal):
-    lines = len(drawn(text))
-    if lines == 2:
-        fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 25, 20, 0, 0))
-    if lines == 4:
-        fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 25, 80, 0, 0))
-        os.truncate(large, signed + 1)
-
-
-signed = large.stat().st_size
-texts = drawn(run("-verify", large, terminals="err", meanwhile=change)[1])
-# What was changed meanwhile is seen by the line after the next at the latest.
-for at, form in ((0, line), (3, r"Verifying: \d+%"), (5, r"Verifying: \d+\.\d [MG]B, \d+\.\d [kMG]B/s")):
-    expect((texts, at), bool(re.fullmatch(form, texts[at])), True)
