@@ -236,7 +236,7 @@ FileStatus RecordExtraction::Open(OxFile& target) {
   constexpr unsigned long kPermission =
       OxFile::kWrite | OxFile::kCreate | OxFile::kExpectNew | OxFile::kNoLink;
   FileStatus status = target.Open(kPermission);
-  if (status == kStatusTooManyFiles && way_.SpareHandles()) status = target.Open(kPermission);
+  if (status == kStatusTooManyFiles && way_.CloseSpareHandles()) status = target.Open(kPermission);
   if (status != kStatusOk || target.WasCreated()) return status;
   Posix::FileInfo info;
   status = target.GetInfo(info);

@@ -162,6 +162,11 @@ TEST(ArchiveFailure, NoAllocationThatFailsCostsARecord) {
   EXPECT_GT(failures, 50);
 }
 
+std::string Encoded(RecordIndex index) {
+  const std::span<const std::byte> bytes = index.Encode();
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
 TEST(RecordIndexFailure, WhatThrowsLeavesTheIndexAsItWas) {
   const std::string payload = [] {
     std::string bytes;
@@ -188,7 +193,6 @@ TEST(RecordIndexFailure, WhatThrowsLeavesTheIndexAsItWas) {
        [](RecordIndex& index, NameTable& names) {
          index.Insert(2, {22, 0, 7}, names);
        }},
-      {"Encode", [](RecordIndex& index, NameTable&) { index.Encode(); }},
   };
   for (const auto& [name, run] : operations) {
     for (const bool found : {false, true}) {
@@ -200,7 +204,7 @@ TEST(RecordIndexFailure, WhatThrowsLeavesTheIndexAsItWas) {
         index.Load(std::as_bytes(std::span(payload)));
         if (found) index.Find("b", names);
         index.Remove(2, names);
-        const std::string good(index.Encode().view());
+        const std::string good = Encoded(index);
         bool threw = false;
         {
           const FailingAllocations allocations(n);
@@ -212,7 +216,7 @@ TEST(RecordIndexFailure, WhatThrowsLeavesTheIndexAsItWas) {
           fired = allocations.Fired();
         }
         if (!threw) continue;
-        EXPECT_EQ(index.Encode().view(), good);
+        EXPECT_EQ(Encoded(index), good);
         EXPECT_EQ(index.Find("K", names)->slot, 10U);
         EXPECT_FALSE(index.Find("C", names) || index.Find("l", names));
         index.Insert(2, {4, 0, 9}, names);

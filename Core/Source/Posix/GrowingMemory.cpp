@@ -4,8 +4,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 namespace Posix {
 
@@ -14,6 +16,15 @@ namespace {
 constexpr std::size_t kLargestOnHeap = std::size_t{256} << 10;
 
 }  // namespace
+
+GrowingMemory::GrowingMemory(GrowingMemory&& other) noexcept
+    : bytes_(std::exchange(other.bytes_, nullptr)), capacity_(std::exchange(other.capacity_, 0)) {}
+
+GrowingMemory& GrowingMemory::operator=(GrowingMemory&& other) noexcept {
+  std::swap(bytes_, other.bytes_);
+  std::swap(capacity_, other.capacity_);
+  return *this;
+}
 
 GrowingMemory::~GrowingMemory() {
   if (capacity_ > kLargestOnHeap) {
@@ -44,6 +55,12 @@ void GrowingMemory::Grow(std::size_t wanted, std::size_t expected) {
   }
   bytes_ = static_cast<char*>(grown);
   capacity_ = size;
+}
+
+void GrowingMemory::Forget(std::size_t count) {
+  if (capacity_ <= kLargestOnHeap) return;
+  const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  ::madvise(bytes_, count - count % page, MADV_DONTNEED);
 }
 
 }  // namespace Posix

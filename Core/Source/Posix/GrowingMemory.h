@@ -9,8 +9,8 @@ namespace Posix {
 class GrowingMemory {
  public:
   GrowingMemory() = default;
-  GrowingMemory(const GrowingMemory&) = delete;
-  GrowingMemory& operator=(const GrowingMemory&) = delete;
+  GrowingMemory(GrowingMemory&& other) noexcept;
+  GrowingMemory& operator=(GrowingMemory&& other) noexcept;
   ~GrowingMemory();
 
   char* data() const { return bytes_; }               ///< Null at first; another address after Grow().
@@ -19,6 +19,9 @@ class GrowingMemory {
   /// Makes room for at least `wanted` bytes, above the present capacity. A block that becomes large gets `expected`
   /// bytes where that is more: pages cost nothing until they are used. Throws std::bad_alloc, and nothing has changed.
   void Grow(std::size_t wanted, std::size_t expected);
+  /// The first `count` bytes are not needed any more and may become zeros: whole pages of a large piece go back to
+  /// the system.
+  void Forget(std::size_t count);
 
  private:
   char* bytes_ = nullptr;

@@ -121,7 +121,7 @@ class FolderRemoval {
   int List(const char* name) {
     entries_.clear();
     const int listed = Files().ListFolder(way_.In(name), entries_);
-    return listed == -EMFILE && way_.SpareHandles() ? Files().ListFolder(way_.In(name), entries_)
+    return listed == -EMFILE && way_.CloseSpareHandles() ? Files().ListFolder(way_.In(name), entries_)
                                                     : listed;
   }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <span>
+#include <utility>
 
 #include "Storage/OxDataFile.h"
 
@@ -10,15 +11,24 @@ namespace {
 // Names up to this length are not copied.
 constexpr std::size_t kUsualName = 256;
 
+// Room for the first names.
+constexpr std::size_t kFirstNames = 1024;
+
 }  // namespace
 
+NameTable::NameTable(std::string_view names) : length_(names.size()) {
+  names_.Grow(names.size() + 1, 0);
+  std::ranges::copy(names, names_.data());
+}
+
 FileStatus NameTable::Read(ArchiveFile& file, std::uint64_t start, std::uint32_t length) {
-  std::string names(length, '\0');
+  Posix::GrowingMemory names;
+  names.Grow(length + std::size_t{1}, 0);
   std::size_t got = 0;
-  const FileStatus status = file.ReadAt(start, std::as_writable_bytes(std::span(names)), got);
-  names.resize(got);
+  const std::span<char> place(names.data(), length);
+  const FileStatus status = file.ReadAt(start, std::as_writable_bytes(place), got);
   Clear();
-  names_.swap(names);
+  names_ = std::move(names);
   length_ = got;
   return status;
 }
@@ -68,12 +78,13 @@ std::string_view NameTable::ReadName(std::uint32_t offset) {
 }
 
 void NameTable::Reserve(std::size_t size) {
-  const std::size_t needed = names_.size() + size + 1;
-  if (needed > names_.capacity()) names_.reserve(std::max(needed, 2 * names_.capacity()));
+  const std::size_t needed = length_ + size + 1;
+  if (needed > names_.capacity()) names_.Grow(std::max({needed, 2 * names_.capacity(), kFirstNames}), 0);
 }
 
 void NameTable::Add(std::string_view name) {
   Reserve(name.size());
-  names_.append(name).push_back('\0');
-  length_ = names_.size();
+  std::ranges::copy(name, names_.data() + length_);
+  length_ += name.size();
+  names_.data()[length_++] = 0;
 }

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "Posix/GrowingMemory.h"
 #include "Storage/ArchiveFile.h"
 #include "Storage/ReadWindow.h"
 
@@ -19,7 +20,7 @@ class NameTable {
   /// An empty table in memory.
   NameTable() = default;
   /// A table in memory.
-  explicit NameTable(std::string_view names) : names_(names), length_(names.size()) {}
+  explicit NameTable(std::string_view names);
 
   /// Reads `length` bytes at `start` into memory, or as many as possible; see the status.
   FileStatus Read(ArchiveFile& file, std::uint64_t start, std::uint32_t length);
@@ -29,7 +30,7 @@ class NameTable {
 
   std::uint32_t Length() const { return static_cast<std::uint32_t>(length_); }  ///< Of all names.
   /// All names; only of a table in memory, until the next change.
-  std::string_view view() const { return names_; }
+  std::string_view view() const { return {names_.data(), length_}; }
 
   /// The name at an offset, up to the next zero byte or the table's end; nullopt beyond the end and for the two
   /// offsets that mean "no name". Valid until the next call or change.
@@ -44,7 +45,7 @@ class NameTable {
   std::string_view View(std::uint32_t offset, std::size_t count);
   std::string_view ReadName(std::uint32_t offset);
 
-  std::string names_;  // Unless file_ is set.
+  Posix::GrowingMemory names_;  // Unless file_ is set.
   std::size_t length_ = 0;
   ArchiveFile* file_ = nullptr;
   std::uint64_t start_ = 0;

@@ -17,22 +17,30 @@ bool IsOutOfHandles(int result) {
   return result == -EMFILE || result == -ENFILE;
 }
 
+int Open(Place place, OpenFolders::Links links) {
+  return Files().OpenFolder(place, links == OpenFolders::Links::kFollow);
+}
+
 }  // namespace
 
 int OpenFolders::Begin(Place first) {
-  const int folder = Open(first);
+  const int folder = Open(first, links_);
   if (folder < 0) return folder;
   CutTo(0);
-  levels_.push_back({.name = "", .folder = folder, .identity = {}});
+  levels_.push_back({.name = "", .links = links_, .folder = folder, .identity = {}});
   return 0;
 }
 
-int OpenFolders::Enter(std::string_view name) {
-  Level level = {.name = std::string(name), .folder = Place::kNoFolder, .identity = {}};
-  levels_.reserve(levels_.size() + 1);  // May throw, which a handle would not survive.
-  level.folder = OpenBelow(levels_.size() - 1, level.name.c_str());
-  if (level.folder < 0) return level.folder;
-  levels_.push_back(std::move(level));
+int OpenFolders::Enter(std::string_view name, Links links) {
+  // First what may throw, which a handle would not survive.
+  levels_.push_back(
+      {.name = std::string(name), .links = links, .folder = Place::kNoFolder, .identity = {}});
+  const int folder = OpenBelow(levels_.size() - 2, levels_.back());
+  if (folder < 0) {
+    levels_.pop_back();
+    return folder;
+  }
+  levels_.back().folder = folder;
   CloseDistantOnes();
   return 0;
 }
@@ -46,19 +54,19 @@ int OpenFolders::LeaveTo(std::size_t depth) {
   return result;
 }
 
-int OpenFolders::Open(Place place) const {
-  return Files().OpenFolder(place, links_ == Links::kFollow);
+bool OpenFolders::CloseSpareHandles() {
+  return CloseAllUpTo(levels_.size() - 1);
 }
 
-int OpenFolders::OpenBelow(std::size_t above, const char* name) {
-  const Place place(levels_[above].folder, name);
-  const int folder = Open(place);
-  return IsOutOfHandles(folder) && CloseAllUpTo(above) ? Open(place) : folder;
+int OpenFolders::OpenBelow(std::size_t above, const Level& level) {
+  const Place place(levels_[above].folder, level.name.c_str());
+  const int folder = Open(place, level.links);
+  return IsOutOfHandles(folder) && CloseAllUpTo(above) ? Open(place, level.links) : folder;
 }
 
 int OpenFolders::Reopen(std::size_t index) {
   Level& level = levels_[index];
-  const int folder = OpenBelow(index - 1, level.name.c_str());
+  const int folder = OpenBelow(index - 1, level);
   if (folder < 0) return folder;
   FileInfo found;
   int result = Files().OpenStatus(folder, found);

@@ -26,15 +26,16 @@ class OpenFolders {
   /// refused, `first` itself must be none.
   int Begin(Posix::Place first);
   /// Opens the folder of that name, one component, in the last one; it becomes the last one.
-  int Enter(std::string_view name);
+  int Enter(std::string_view name) { return Enter(name, links_); }
+  int Enter(std::string_view name, Links links);  ///< With a rule of its own.
   /// Goes back to the folder above the last one; there must be one. -ESTALE when another object has that one's
   /// name by now. After a failure only Begin() can be called.
   int Leave() { return LeaveTo(levels_.size() - 1); }
   /// The same to a way of `depth` folders, which must be above 0 and no more than it has.
   int LeaveTo(std::size_t depth);
-  /// Closes what can be opened again when the way leads back to it, for a caller who has no handle left.
-  /// Whether there was anything to close.
-  bool SpareHandles() { return CloseAllUpTo(levels_.size() - 1); }
+  /// Closes the handles between the first and the last folder, for a caller that is out of handles. Whether there was
+  /// any.
+  bool CloseSpareHandles();
   /// How many folders the way has; 0 before Begin().
   std::size_t Depth() const { return levels_.size(); }
   /// Names of folders after the first one, down to the last one.
@@ -45,12 +46,12 @@ class OpenFolders {
  private:
   struct Level {
     std::string name;
+    Links links = Links::kRefuse;
     int folder = Posix::Place::kNoFolder;  // Closed meanwhile.
     Posix::FileInfo identity;              // Known once it is closed.
   };
 
-  int Open(Posix::Place place) const;
-  int OpenBelow(std::size_t above, const char* name);
+  int OpenBelow(std::size_t above, const Level& level);
   int Reopen(std::size_t level);
   static void Close(Level& level);
   void CloseDistantOnes();

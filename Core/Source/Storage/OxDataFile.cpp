@@ -118,11 +118,11 @@ void OxDataFile::ReadNameTable() {
 }
 
 void OxDataFile::Save() {
+  loaded_ = false;  // Closing writes nothing more, whatever comes.
   WriteIndex();
   WriteNameTable();
   const FileStatus status = file_.Settle();
   if (status != kStatusOk) throw FileError(status);
-  loaded_ = false;
 }
 
 void OxDataFile::Close() {
@@ -146,6 +146,7 @@ void OxDataFile::Close() {
 FileStatus OxDataFile::Reset() {
   const FileStatus status = file_.Close();
   open_ = false;
+  namesAreNew_ = false;
   mode_ = kOpenRead;
   loaded_ = false;
   names_.Clear();

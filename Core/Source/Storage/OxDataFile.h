@@ -86,12 +86,16 @@ class OxDataFile {
   /// when something could not be written, but is closed in any case.
   void Close();
   /// This system's own extension: writes everything that Close() would write, but leaves the file open, and locked if
-  /// it was. Only for an archive that is open for writing; nothing may be added afterwards. Throws FileError.
+  /// it was. Only for an archive that is open for writing; nothing may be added afterwards. Throws FileError, after
+  /// which the archive is damaged.
   void Save();
   /// This system's own extension, for a program that adds many records and, when anything fails, does
   /// away with the archive: appended records reach the disk many at a time, so a failure to write one may
   /// only be told by a later operation or by Close(). Nothing else changes.
   void GatherAppends() { file_.GatherAppends(); }
+  /// This system's own extension, for a program that knows that no name comes twice: until the archive is closed,
+  /// records are added without looking whether there is one of their name. Deliberate: one that there is stays.
+  void ExpectNewNames() { namesAreNew_ = true; }
   /// Closes without writing index and name table, and removes the file; one that is open as
   /// OxFile::Discard() does, whose status this returns. Never throws.
   FileStatus Delete();
@@ -231,6 +235,7 @@ class OxDataFile {
   OxString path_;
   FlatFile::FileHeader header_;
   bool open_ = false;
+  bool namesAreNew_ = false;
   short mode_ = kOpenRead;
   RecordIndex index_;
   bool indexIsRead_ = true;  // Else Index() does it.

@@ -1,4 +1,6 @@
 #include <cstddef>
+#include <span>
+#include <utility>
 
 #include "Foundation/Narrow.h"
 #include "Storage/OxDataFile.h"
@@ -119,7 +121,7 @@ bool OxDataFile::FindPlace(const OxString& name, Placement& place) {
   std::uint64_t existing = place.type == kDataIndex ? header_.indexPos : header_.nameTablePos;
   place.slot = index_.EndSlot();
   if (place.type == kDataRecord) {
-    const auto found = index_.Find(name.view(), names_);
+    const auto found = namesAreNew_ ? std::nullopt : index_.Find(name.view(), names_);
     existing = found ? found->position : kNoPosition;
     if (found) place.slot = found->slot;
   }
@@ -288,9 +290,11 @@ std::optional<std::size_t> OxDataFile::RemoveFromIndex(std::uint32_t nameOffset)
   return found->slot;
 }
 
+// The archive is being closed: nothing is looked up in the index any more.
 void OxDataFile::WriteIndex() {
-  const OxBuffer payload = index_.Encode();
-  WriteData("index", {.length = payload.length(), .bytes = payload.data()}, kDataIndex);
+  RecordIndex index = std::exchange(index_, RecordIndex());
+  const std::span<const std::byte> payload = index.Encode();
+  WriteData("index", {.length = payload.size(), .bytes = payload.data()}, kDataIndex);
 }
 
 void OxDataFile::WriteNameTable() {

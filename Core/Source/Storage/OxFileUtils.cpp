@@ -94,21 +94,11 @@ std::size_t CharacterBytes(std::string_view text) {
   return whole && StringWalk::Validate(text.substr(0, length), characters) ? length : 0;
 }
 
-// A name that can be shown, with "?" for each byte that is no UTF-8.
-OxString Shown(std::string_view name) {
-  std::string shown;
-  while (!name.empty()) {
-    const std::size_t length = CharacterBytes(name);
-    shown += length > 0 ? name.substr(0, length) : std::string_view("?");
-    name.remove_prefix(length > 0 ? length : 1);
-  }
-  return OxString(shown);
-}
-
 OxFolderEntry MakeEntry(const Posix::FolderEntry& native) {
   std::size_t characters = 0;
   const bool named = StringWalk::Validate(native.name, characters);
-  return {named ? OxString(native.name) : Shown(native.name), native.kind, native.inode, named};
+  return {named ? OxString(native.name) : OxFileUtils::ShownName(native.name), native.kind, native.inode,
+          named};
 }
 
 }  // namespace
@@ -218,6 +208,16 @@ long OxFileUtils::GetFolderContents(const OxPath& folder, const OxString& patter
     }
     return std::ssize(out);
   });
+}
+
+OxString OxFileUtils::ShownName(std::string_view name) {
+  std::string shown;
+  while (!name.empty()) {
+    const std::size_t length = CharacterBytes(name);
+    shown += length > 0 ? name.substr(0, length) : std::string_view("?");
+    name.remove_prefix(length > 0 ? length : 1);
+  }
+  return OxString(shown);
 }
 
 bool OxFileUtils::LocateFirstFileMatching(const OxPath& folder, const OxString& pattern, OxPath& out) {

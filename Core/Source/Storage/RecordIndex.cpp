@@ -45,15 +45,11 @@ void RecordIndex::Load(std::span<const std::byte> payload) {
   vacant_.swap(vacant);
 }
 
-OxBuffer RecordIndex::Encode() const {
-  OxBuffer payload(kIndexEntrySize * (entries_.size() - vacantCount_));
-  char* out = payload.data();
-  for (std::size_t slot = 0; slot < entries_.size(); ++slot) {
-    if (vacant_[slot]) continue;
-    std::memcpy(out, FlatFile::Encode(entries_[slot]).data(), kIndexEntrySize);
-    out += kIndexEntrySize;
-  }
-  return payload;
+std::span<const std::byte> RecordIndex::Encode() {
+  CloseVacantSlots();
+  for (IndexEntry& entry : entries_)
+    std::memcpy(&entry, FlatFile::Encode(entry).data(), kIndexEntrySize);
+  return std::as_bytes(std::span(entries_));
 }
 
 void RecordIndex::Clear() {

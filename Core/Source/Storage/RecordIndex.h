@@ -7,7 +7,6 @@
 #include <string_view>
 #include <vector>
 
-#include "Foundation/OxBuffer.h"
 #include "Storage/FlatFileFormat.h"
 #include "Storage/NameTable.h"
 #include "Storage/SlotTable.h"
@@ -22,7 +21,7 @@
 ///           chosen: by bisection, as if the entries were sorted, then by a scan. These are also used when a
 ///           hostile archive forces hash collisions.
 ///   Errors: std::bad_alloc, and what NameTable::At() throws. What throws leaves the index unchanged, except
-///           that Insert() may have renumbered the slots; Clear() and Remove() never throw.
+///           that Insert() may have renumbered the slots; Encode(), Clear() and Remove() never throw.
 class RecordIndex {
  public:
   /// Where a name was found.
@@ -33,8 +32,9 @@ class RecordIndex {
 
   /// Reads the entries from an index block's payload; an incomplete one at its end is ignored.
   void Load(std::span<const std::byte> payload);
-  /// The index block's payload.
-  OxBuffer Encode() const;
+  /// The index block's payload, which replaces the entries in memory: only Clear() may be called then, which ends its
+  /// validity.
+  std::span<const std::byte> Encode();
   void Clear();  ///< Removes every entry.
 
   /// The slot that a new name gets. Slots stay valid until the next Insert().
