@@ -4,11 +4,14 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
 #include "Foundation/OxString.h"
 #include "Posix/FileOps.h"
+#include "Posix/GrowingMemory.h"
 #include "Storage/FlatFileFormat.h"
 
 /// The largest file that a record can hold; a larger one cannot be read.
@@ -16,36 +19,51 @@ constexpr std::uint64_t kLargestStoredFile =
     std::numeric_limits<std::uint32_t>::max() - FlatFile::kRecordHeaderSize;
 
 /// What a bundle's files become, in order: one step per record, and one per entry that can't become one.
+///   Memory: a step takes its name and six bytes, which end when it is done; see ForgetBefore().
 class BundlePlan {
  public:
   /// What becomes of an entry.
   enum class StepKind : std::uint8_t {
-    kFile,
-    kDanglingLink,  ///< A link that led nowhere when it was listed: a file, unless it leads to the archive.
+    kFile,            ///< A regular file, by that name itself.
+    kLinkedFile,      ///< A regular file that the name, a link, leads to.
+    kDanglingLink,    ///< A link that led nowhere when it was listed; SettleDanglingLinks() decides.
     kUnreadable,      ///< Neither a file nor a folder, or a name that no path can hold.
     kUnlistedFolder,  ///< A folder whose entries cannot be had: nothing in it becomes a record.
     kLeftOut,         ///< A file that another one replaces, or the archive itself.
   };
 
+  /// Where a step is, from 0 on; a later step is at a larger one.
+  using Position = std::size_t;
+
   /// One entry of a folder.
   struct Step {
-    OxString leaf;                    ///< The last component; bytes that are not UTF-8 are shown as "?".
-    std::uint32_t folder = 0;         ///< Where it lies, as an index into the folders.
     StepKind kind = StepKind::kFile;  ///< What becomes of it.
+    std::uint32_t folder = 0;         ///< Where it is, as an index into the folders.
+    /// The last component, ended by a zero byte; bytes that are not UTF-8 are shown as "?". Until Add().
+    std::string_view leaf;
   };
 
   /// Folder 0 is the one that the plan is for. A folder's steps, with those of the folders inside it,
-  /// follow one another.
+  /// follow one another, and folders inside it have larger indices.
   struct Folder {
-    OxString path;        ///< On the disk, with a "/" at the end.
-    OxString relative;    ///< Of its records' names: empty, or with a "/" at the end.
-    std::size_t end = 0;  ///< The first step after it.
+    std::uint32_t parent = 0;  ///< The index of the one that it is in; its own for folder 0.
+    bool isLink = false;       ///< Reached through a link of its name.
+    std::size_t leaf = 0;      ///< See Leaf().
+    Position end = 0;          ///< The first step after it.
   };
 
-  std::vector<Step> steps;      ///< In the order of the records.
+  /// From one folder to another: how many to leave, and which to enter then.
+  struct Route {
+    std::size_t leave = 0;
+    std::vector<std::uint32_t> enter;
+  };
+
+  std::string root;             ///< The path of folder 0.
+  std::string rootName;         ///< Of its records' names: empty, or with a "/" at the end.
   std::vector<Folder> folders;  ///< In the order in which the walk entered them.
   /// Steps that store, under their own name, the file of a later step.
-  std::unordered_map<std::size_t, std::size_t> replacements;
+  std::unordered_map<Position, Position> replacements;
+  std::vector<Position> danglingLinks;  ///< The steps of that kind.
   /// Why the bundle cannot be flattened, a line for standard error without its end; empty when it can.
   OxString failure;
   /// What was at the archive's path before it was opened.
@@ -55,17 +73,48 @@ class BundlePlan {
   /// Some folder has two names that differ only in letter case.
   bool hasNameClashes = false;
 
-  /// The record's own name, also when it gets another file's bytes.
-  OxString RecordName(std::size_t step) const;
-  /// The path of the file whose bytes the record gets.
-  OxString SourcePath(std::size_t step) const;
-  /// Its last component, for error lines.
-  const OxString& SourceLeaf(std::size_t step) const { return steps[SourceOf(step)].leaf; }
+  static bool IsFile(StepKind kind) { return kind == StepKind::kFile || kind == StepKind::kLinkedFile; }
+  Position End() const { return end_; }         ///< Past the last step.
+  std::size_t Count() const { return count_; }  ///< Of all steps.
+  Step At(Position step) const;
+  Position Next(Position step) const;
+  void Add(StepKind kind, std::uint32_t folder, std::string_view leaf);  ///< `leaf` has no zero byte.
+  void SetKind(Position step, StepKind kind);
+  /// Gives memory of the steps before this one back, which must not be looked at any more.
+  void ForgetBefore(Position step);
+
+  /// Returns the folder's index.
+  std::uint32_t AddFolder(std::uint32_t parent, bool isLink, std::string_view leaf);
+  /// The last component, ended by a zero byte; empty for folder 0. Until AddFolder().
+  const char* Leaf(std::uint32_t folder) const { return folderNames_.c_str() + folders[folder].leaf; }
+  Route FindRoute(std::uint32_t from, std::uint32_t to) const;
+
+  /// The step of the file whose bytes the record gets.
+  Step SourceOf(Position step) const;
   /// True for files directly in the root, where an unreadable file is fatal.
-  bool IsInFirstFolder(std::size_t step) const { return steps[step].folder == 0; }
-  /// The first step after the folder that a step lies in.
-  std::size_t EndOfFolder(std::size_t step) const { return folders[steps[step].folder].end; }
+  bool IsInFirstFolder(Position step) const { return At(step).folder == 0; }
+  /// The first step after the folder that a step is in.
+  Position EndOfFolder(Position step) const { return folders[At(step).folder].end; }
 
  private:
-  std::size_t SourceOf(std::size_t step) const;
+  // Each step: its folder, its kind, its name, a zero byte.
+  Posix::GrowingMemory steps_;
+  Position end_ = 0;
+  std::size_t count_ = 0;
+  Position forgotten_ = 0;
+  std::string folderNames_;
+};
+
+/// Names of a plan's records, each in little more time than its last component takes.
+class RecordNames {
+ public:
+  explicit RecordNames(const BundlePlan& plan) : plan_(plan), folderName_(plan.rootName) {}
+  OxString Of(const BundlePlan::Step& step);
+
+ private:
+  void MoveTo(std::uint32_t folder);
+
+  const BundlePlan& plan_;
+  std::uint32_t folder_ = 0;
+  std::string folderName_;  // Empty, or with a "/" at the end.
 };

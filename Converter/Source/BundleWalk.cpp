@@ -1,14 +1,19 @@
 #include "BundleWalk.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <optional>
+#include <ranges>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "Foundation/StringWalk.h"
 #include "NameClashes.h"
 #include "ObjectIdentity.h"
+#include "PlannedFolders.h"
 #include "Posix/FileOps.h"
 #include "Storage/OxFileUtils.h"
 
@@ -16,32 +21,40 @@ namespace {
 
 using Posix::FileInfo;
 using Posix::FileKind;
+using Posix::FolderEntry;
+using Posix::Place;
 using StepKind = BundlePlan::StepKind;
 
-// Nothing for a link that leads nowhere or cannot be followed.
-std::optional<FileInfo> TargetOf(const OxString& link) {
-  FileInfo info;
-  const int result = Posix::Files().Status(link.c_str(), info);
-  return result >= 0 ? std::optional(info) : std::nullopt;
+bool IsText(std::string_view name) {
+  std::size_t characters = 0;
+  return StringWalk::Validate(name, characters);
 }
 
-// Whether a path can hold the name as it is.
-bool IsUsable(const OxFolderEntry& entry) {
-  return entry.isExact && entry.name.view().find('\\') == std::string_view::npos;
+// Whether a record can have the name, and a path can hold it as it is.
+bool IsUsable(std::string_view name) {
+  return name.find('\\') == std::string_view::npos && IsText(name);
 }
 
-bool List(const OxPath& folder, std::vector<OxFolderEntry>& entries) {
-  return OxFileUtils::ListFolder(folder, "*", entries) >= 0;
+bool IsDescription(std::string_view name) {
+  constexpr std::string_view kExtension = ".wob";
+  if (name.size() < kExtension.size()) return false;
+  const std::string_view end = name.substr(name.size() - kExtension.size());
+  return end.starts_with('.') && CompareNoCase(end, kExtension) == 0;
 }
 
-OxString WithSlash(OxString path) {
-  if (!path.empty() && !path.view().ends_with('/')) path += '/';
+std::string WithSlash(std::string path) {
+  if (!path.empty() && !path.ends_with('/')) path += '/';
   return path;
+}
+
+// A folder that is gone, or no folder any more, has no entries.
+bool IsListed(int result) {
+  return result >= 0 || result == -ENOENT || result == -ENOTDIR;
 }
 
 class Walk {
  public:
-  explicit Walk(const OxPath& archive) : archivePath_(archive), archive_(Identify(archive)) {
+  explicit Walk(const OxPath& archive) : archivePath_(archive), archive_(::Identify(archive)) {
     plan_.archive = archive_;
     if (archive_ && archive_->kind == FileKind::kFolder) archive_.reset();
   }
@@ -53,25 +66,28 @@ class Walk {
   struct Level {
     std::uint32_t folder = 0;
     bool isBehindLink = false;
-    std::vector<OxFolderEntry> entries;
+    std::vector<FolderEntry> entries;
     std::size_t next = 0;
     std::optional<FileInfo> identity;
   };
 
   void Begin(const OxPath& root, const OxPath& relative);
-  void Visit(const OxFolderEntry& entry);
-  void VisitFolder(const OxString& name, bool isLink);
-  void VisitFile(const OxFolderEntry& entry, const std::optional<FileInfo>& target);
+  void Visit(const FolderEntry& entry);
+  void VisitFolder(const std::string& name, const std::optional<FileInfo>& target);
+  void VisitFile(const FolderEntry& entry, const std::optional<FileInfo>& target);
   bool IsBeingWalked(const FileInfo& folder);
-  void Enter(BundlePlan::Folder folder, bool isBehindLink, std::vector<OxFolderEntry> entries);
-  void AddUnlistedFolder(const OxString& name);
-  bool IsArchive(const OxFolderEntry& entry, const std::optional<FileInfo>& target) const;
-  void AddStep(const OxString& leaf, StepKind kind);
+  void Enter(bool isLink, const std::string& name, std::vector<FolderEntry> entries);
+  void AddUnlistedFolder(const std::string& name);
+  bool IsArchive(const FolderEntry& entry, const std::optional<FileInfo>& target);
   void CountLinked(std::size_t& count, std::size_t most, const char* what);
 
-  const BundlePlan::Folder& Here() const { return plan_.folders[levels_.back().folder]; }
+  std::uint32_t Here() const { return levels_.back().folder; }
+  std::optional<FileInfo> TargetOf(const std::string& link);
+  std::optional<FileInfo> Identify(std::uint32_t folder, const char* name);
+  void AddStep(std::string_view leaf, StepKind kind) { plan_.Add(kind, Here(), leaf); }
 
   BundlePlan plan_;
+  PlannedFolders folders_{plan_};
   std::vector<Level> levels_;
   std::size_t linkedFolders_ = 0;
   std::size_t linkedFiles_ = 0;
@@ -84,10 +100,10 @@ BundlePlan Walk::Run(const OxPath& root, const OxPath& relative) {
   while (!levels_.empty() && plan_.failure.empty()) {
     Level& level = levels_.back();
     if (level.next == level.entries.size()) {
-      plan_.folders[level.folder].end = plan_.steps.size();
+      plan_.folders[level.folder].end = plan_.End();
       levels_.pop_back();
     } else {
-      Visit(std::exchange(level.entries[level.next++], OxFolderEntry()));
+      Visit(std::exchange(level.entries[level.next++], FolderEntry()));
     }
   }
   return std::move(plan_);
@@ -95,89 +111,107 @@ BundlePlan Walk::Run(const OxPath& root, const OxPath& relative) {
 
 void Walk::Begin(const OxPath& root, const OxPath& relative) {
   const OxPath top = relative.native_string().empty() ? root : root / relative;
-  std::vector<OxFolderEntry> entries;
-  if (!List(top, entries)) {
+  plan_.root = top.native_string().view();
+  plan_.rootName = WithSlash(std::string(relative.portable_string().view()));
+  std::vector<FolderEntry> entries;
+  const int listed = Posix::Files().ListFolder(plan_.root.c_str(), entries);
+  if (!IsListed(listed) || !IsListed(folders_.Begin())) {
     plan_.failure.format("Error: Unable to read %s", top.leaf().c_str());
     return;
   }
-  Enter({WithSlash(top.native_string()), WithSlash(relative.portable_string())}, false,
-        std::move(entries));
+  Enter(false, "", std::move(entries));
 }
 
-void Walk::Visit(const OxFolderEntry& entry) {
+// Nothing for a link that leads nowhere or cannot be followed.
+std::optional<FileInfo> Walk::TargetOf(const std::string& link) {
+  FileInfo info;
+  const int result =
+      folders_.Do(Here(), link.c_str(), [&](Place place) { return Posix::Files().Status(place, info); });
+  return result >= 0 ? std::optional(info) : std::nullopt;
+}
+
+std::optional<FileInfo> Walk::Identify(std::uint32_t folder, const char* name) {
+  FileInfo info;
+  const int result =
+      folders_.Do(folder, name, [&](Place place) { return Posix::Files().Status(place, info); });
+  return Identified(result, info, name);
+}
+
+void Walk::Visit(const FolderEntry& entry) {
   const bool isLink = entry.kind == FileKind::kLink;
-  const auto target = isLink && entry.isExact ? TargetOf(Here().path + entry.name) : std::nullopt;
+  const auto target = isLink && IsText(entry.name) ? TargetOf(entry.name) : std::nullopt;
   const FileKind kind = target ? target->kind : entry.kind;
-  if (kind == FileKind::kFolder && IsUsable(entry)) return VisitFolder(entry.name, isLink);
+  if (kind == FileKind::kFolder && IsUsable(entry.name)) return VisitFolder(entry.name, target);
   if (isLink || levels_.back().isBehindLink) CountLinked(linkedFiles_, kMostLinkedFiles, "files");
   VisitFile(entry, target);
 }
 
-void Walk::VisitFile(const OxFolderEntry& entry, const std::optional<FileInfo>& target) {
+void Walk::VisitFile(const FolderEntry& entry, const std::optional<FileInfo>& target) {
   const FileKind kind = target ? target->kind : entry.kind;
   const bool isArchive = IsArchive(entry, target);
   plan_.reachesArchive = plan_.reachesArchive || isArchive;
-  if (!IsUsable(entry)) return AddStep(entry.name, StepKind::kUnreadable);
-  if (isArchive || entry.name.ends_with_nocase(".wob")) return;
+  if (!IsText(entry.name)) {
+    return AddStep(OxFileUtils::ShownName(entry.name).view(), StepKind::kUnreadable);
+  }
+  if (!IsUsable(entry.name)) return AddStep(entry.name, StepKind::kUnreadable);
+  if (isArchive || IsDescription(entry.name)) return;
   if (kind == FileKind::kLink) return AddStep(entry.name, StepKind::kDanglingLink);
-  AddStep(entry.name, kind == FileKind::kRegular ? StepKind::kFile : StepKind::kUnreadable);
+  if (kind != FileKind::kRegular) return AddStep(entry.name, StepKind::kUnreadable);
+  AddStep(entry.name, target ? StepKind::kLinkedFile : StepKind::kFile);
 }
 
-void Walk::VisitFolder(const OxString& name, bool isLink) {
-  BundlePlan::Folder folder = {Here().path + name, Here().relative + name};
-  folder.path += '/';
-  folder.relative += '/';
-  const bool isBehindLink = isLink || levels_.back().isBehindLink;
-  if (isBehindLink) {
-    const std::optional<FileInfo> identity = Identify(OxPath(folder.path));
+// `target` is that of a link.
+void Walk::VisitFolder(const std::string& name, const std::optional<FileInfo>& target) {
+  if (target || levels_.back().isBehindLink) {
+    const auto identity = target ? target : Identify(Here(), name.c_str());
     if (identity && IsBeingWalked(*identity))
       return CountLinked(linkedFiles_, kMostLinkedFiles, "files");
     CountLinked(linkedFolders_, kMostLinkedFolders, "folders");
   }
-  std::vector<OxFolderEntry> entries;
-  if (List(folder.path, entries)) {
-    Enter(std::move(folder), isBehindLink, std::move(entries));
+  std::vector<FolderEntry> entries;
+  const int listed = folders_.Do(Here(), name.c_str(),
+                                 [&](Place place) { return Posix::Files().ListFolder(place, entries); });
+  if (IsListed(listed)) {
+    Enter(target.has_value(), name, std::move(entries));
   } else {
     AddUnlistedFolder(name);
   }
 }
 
 bool Walk::IsBeingWalked(const FileInfo& folder) {
-  return std::ranges::any_of(levels_, [&](Level& level) {
-    if (!level.identity) level.identity = Identify(OxPath(plan_.folders[level.folder].path));
+  return std::ranges::any_of(std::views::reverse(levels_), [&](Level& level) {
+    if (!level.identity) level.identity = Identify(level.folder, ".");
     return level.identity && level.identity->IsSameObject(folder);
   });
 }
 
-void Walk::Enter(BundlePlan::Folder folder, bool isBehindLink, std::vector<OxFolderEntry> entries) {
+void Walk::Enter(bool isLink, const std::string& name, std::vector<FolderEntry> entries) {
   plan_.hasNameClashes = plan_.hasNameClashes || HasNameClashes(entries);
-  levels_.push_back({.folder = static_cast<std::uint32_t>(plan_.folders.size()),
-                     .isBehindLink = isBehindLink,
+  const bool isFirst = levels_.empty();
+  const std::uint32_t folder = plan_.AddFolder(isFirst ? 0 : Here(), isLink, name);
+  levels_.push_back({.folder = folder,
+                     .isBehindLink = isLink || (!isFirst && levels_.back().isBehindLink),
                      .entries = std::move(entries),
                      .next = 0,
                      .identity = std::nullopt});
-  plan_.folders.push_back(std::move(folder));
 }
 
 // What cannot be listed may still hold the archive.
-void Walk::AddUnlistedFolder(const OxString& name) {
-  if (archive_ && LiesInside(archivePath_, OxPath(Here().path + name))) plan_.reachesArchive = true;
+void Walk::AddUnlistedFolder(const std::string& name) {
+  const auto identity = archive_ ? Identify(Here(), name.c_str()) : std::nullopt;
+  if (identity && LiesInside(archivePath_, *identity)) plan_.reachesArchive = true;
   AddStep(name, StepKind::kUnlistedFolder);
 }
 
 // Only an equal inode number, or none, costs a query. A name that cannot be queried counts by its number.
-bool Walk::IsArchive(const OxFolderEntry& entry, const std::optional<FileInfo>& target) const {
+bool Walk::IsArchive(const FolderEntry& entry, const std::optional<FileInfo>& target) {
   if (!archive_) return false;
   if (target) return target->IsSameObject(*archive_);
   const bool hasOtherInode = entry.inode != 0 && entry.inode != archive_->inode;
   if (hasOtherInode && entry.kind != FileKind::kLink) return false;
-  if (!entry.isExact) return entry.inode == archive_->inode;
-  const std::optional<FileInfo> file = IdentifyVerbatim(Here().path + entry.name);
+  if (!IsText(entry.name)) return entry.inode == archive_->inode;
+  const std::optional<FileInfo> file = Identify(Here(), entry.name.c_str());
   return file && file->IsSameObject(*archive_);
-}
-
-void Walk::AddStep(const OxString& leaf, StepKind kind) {
-  plan_.steps.push_back({leaf, levels_.back().folder, kind});
 }
 
 void Walk::CountLinked(std::size_t& count, std::size_t most, const char* what) {

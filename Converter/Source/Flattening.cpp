@@ -1,6 +1,8 @@
 #include "Flattening.h"
 
 #include <cerrno>
+#include <optional>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -9,6 +11,7 @@
 #include "NameClashes.h"
 #include "ObjectIdentity.h"
 #include "OutputPath.h"
+#include "PlannedFolders.h"
 #include "Posix/Interruption.h"
 #include "Progress.h"
 #include "Storage/OxBinaryData.h"
@@ -93,51 +96,94 @@ class UnfinishedArchive {
   bool opened_;
 };
 
-void ReportUnreadable(const OxString& leaf) {
-  Console::Error("Error: Unable to read %s\n", leaf.c_str());
+// `leaf` is ended by a zero byte.
+void ReportUnreadable(std::string_view leaf) {
+  Console::Error("Error: Unable to read %s\n", leaf.data());
 }
 
 // What became of one step. A file that breaks off while it is read has left a part of itself in the
 // archive, so the whole run has failed.
 enum class Outcome { kDone, kUnreadable, kBrokenOff };
 
-Outcome AddFile(const BundlePlan& plan, std::size_t step, OxDataFile& file) {
-  OxFile source(plan.SourcePath(step));
-  if (source.Open(OxFile::kRead) != kStatusOk) return Outcome::kUnreadable;
-  if (source.GetLastKnownLength() > kLargestStoredFile) return Outcome::kUnreadable;
-  const FileStatus status = file.AddRecordFromFile(plan.RecordName(step), source);
+// Stores what a plan says, step by step.
+class PlannedWriter {
+ public:
+  PlannedWriter(BundlePlan& plan, OxDataFile& file)
+      : plan_(plan), file_(file), folders_(plan), names_(plan) {}
+
+  bool Run();
+
+ private:
+  Outcome Do(BundlePlan::Position at);
+  Outcome AddFile(const BundlePlan::Step& step, const BundlePlan::Step& source);
+
+  BundlePlan& plan_;
+  OxDataFile& file_;
+  PlannedFolders folders_;
+  RecordNames names_;
+};
+
+bool PlannedWriter::Run() {
+  std::size_t done = 0;
+  for (BundlePlan::Position at = 0; at < plan_.End(); ++done) {
+    Progress::ReachFile(done, plan_.Count());
+    const Outcome outcome = Do(at);
+    if (outcome == Outcome::kBrokenOff) return false;
+    if (outcome == Outcome::kUnreadable && plan_.IsInFirstFolder(at)) return false;
+    at = outcome == Outcome::kDone ? plan_.Next(at) : plan_.EndOfFolder(at);
+    plan_.ForgetBefore(at);
+  }
+  return true;
+}
+
+Outcome PlannedWriter::Do(BundlePlan::Position at) {
+  const BundlePlan::Step step = plan_.At(at);
+  const BundlePlan::Step source = plan_.SourceOf(at);
+  Outcome outcome = Outcome::kDone;
+  switch (step.kind) {
+    case BundlePlan::StepKind::kFile:
+    case BundlePlan::StepKind::kLinkedFile:
+      outcome = AddFile(step, source);
+      break;
+    case BundlePlan::StepKind::kDanglingLink:
+    case BundlePlan::StepKind::kUnreadable:
+      outcome = Outcome::kUnreadable;
+      break;
+    case BundlePlan::StepKind::kUnlistedFolder:
+      ReportUnreadable(source.leaf);
+      break;
+    case BundlePlan::StepKind::kLeftOut:
+      break;
+  }
+  if (outcome != Outcome::kDone) ReportUnreadable(source.leaf);
+  return outcome;
+}
+
+Outcome PlannedWriter::AddFile(const BundlePlan::Step& step, const BundlePlan::Step& source) {
+  std::optional<OxFile> opened;
+  if (folders_.OpenFile(source, opened) != kStatusOk) return Outcome::kUnreadable;
+  if (opened->GetLastKnownLength() > kLargestStoredFile) return Outcome::kUnreadable;
+  const FileStatus status = file_.AddRecordFromFile(names_.Of(step), *opened);
   // A file that has become shorter, or never was as long as it said, is stored as it is.
   const bool isWhole = status == kStatusOk || status == kStatusEndOfFile;
   return isWhole ? Outcome::kDone : Outcome::kBrokenOff;
 }
 
-Outcome DoStep(const BundlePlan& plan, std::size_t step, OxDataFile& file) {
-  Outcome outcome = Outcome::kDone;
-  switch (plan.steps[step].kind) {
-    case BundlePlan::StepKind::kFile:
-    case BundlePlan::StepKind::kDanglingLink:
-      outcome = AddFile(plan, step, file);
-      break;
-    case BundlePlan::StepKind::kUnreadable:
-      outcome = Outcome::kUnreadable;
-      break;
-    case BundlePlan::StepKind::kUnlistedFolder:
-      ReportUnreadable(plan.SourceLeaf(step));
-      break;
-    case BundlePlan::StepKind::kLeftOut:
-      break;
-  }
-  if (outcome != Outcome::kDone) ReportUnreadable(plan.SourceLeaf(step));
-  return outcome;
-}
-
-// A link may lead to the archive, which was made after the walk.
+// A link may lead to the archive, which was made after the walk. Else it is a link to a file by now, or opening
+// it fails.
 void SettleDanglingLinks(BundlePlan& plan, const OxPath& archive) {
-  for (std::size_t step = 0; step < plan.steps.size(); ++step) {
-    BundlePlan::StepKind& kind = plan.steps[step].kind;
-    if (kind != BundlePlan::StepKind::kDanglingLink) continue;
-    const bool isArchive = IsSameObject(OxPath(plan.SourcePath(step)), archive);
-    kind = isArchive ? BundlePlan::StepKind::kLeftOut : BundlePlan::StepKind::kFile;
+  if (plan.danglingLinks.empty()) return;
+  PlannedFolders folders(plan);
+  for (const BundlePlan::Position at : plan.danglingLinks) {
+    const BundlePlan::Step step = plan.At(at);
+    Posix::FileInfo info;
+    const int result = folders.Do(step.folder, step.leaf.data(), [&](Posix::Place place) {
+      return Posix::Files().Status(place, info);
+    });
+    const auto target = Identified(result, info, step.leaf.data());
+    const auto written = Identify(archive);
+    const bool isArchive = target && written && target->IsSameObject(*written);
+    plan.SetKind(at, isArchive ? BundlePlan::StepKind::kLeftOut : BundlePlan::StepKind::kLinkedFile);
   }
 }
 
@@ -149,17 +195,7 @@ bool HasFailed(const BundlePlan& plan) {
 bool WritePlannedFiles(BundlePlan& plan, OxDataFile& file) {
   SettleDanglingLinks(plan, OxPath(file.GetPath()));
   if (plan.hasNameClashes) ResolveNameClashes(plan);
-  for (std::size_t step = 0; step < plan.steps.size();) {
-    Progress::ReachFile(step, plan.steps.size());
-    const Outcome outcome = DoStep(plan, step, file);
-    if (outcome == Outcome::kDone) {
-      ++step;
-      continue;
-    }
-    if (outcome == Outcome::kBrokenOff || plan.IsInFirstFolder(step)) return false;
-    step = plan.EndOfFolder(step);
-  }
-  return true;
+  return PlannedWriter(plan, file).Run();
 }
 
 bool ReportUnwrittenFiles() {
@@ -202,6 +238,7 @@ bool WriteContent(Content& content, UnfinishedArchive& archive, bool verbose) {
   }
   const OxString& name = content.descriptionName;
   if (verbose) Console::PrintFormatted("Adding %s\n", name.c_str());
+  if (!content.plan.hasNameClashes) file.ExpectNewNames();
   file.AddRecord(name, content.descriptionText.size(), content.descriptionText.c_str());
   if (!WritePlannedFiles(content.plan, file)) return ReportUnwrittenFiles();
   archive.Finish();

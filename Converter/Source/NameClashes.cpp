@@ -4,59 +4,65 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <ranges>
 #include <string>
+#include <utility>
 
 #include "Console.h"
+#include "Foundation/StringWalk.h"
+#include "PlannedFolders.h"
 #include "Storage/OxFile.h"
 
 namespace {
 
 using StepKind = BundlePlan::StepKind;
 
-// The step that holds a name, and the bytes that its place in an archive offers.
-struct Place {
-  std::size_t step = 0;
-  std::uint64_t room = 0;
-};
+using Position = BundlePlan::Position;
 
-std::optional<std::uint64_t> SizeOfReadableFile(const OxString& path) {
-  OxFile file(path);
-  if (file.Open(OxFile::kRead) != 0) return std::nullopt;
-  const std::uint64_t size = file.GetLastKnownLength();
-  if (size > kLargestStoredFile) return std::nullopt;
-  return size;
-}
+// A file that will be stored, and the bytes that its place in an archive offers.
+struct StoredFile {
+  Position step = 0;
+  std::uint64_t room = 0;
+  OxString name;
+};
 
 bool IsPassedOver(StepKind kind) {
   return kind == StepKind::kUnlistedFolder || kind == StepKind::kLeftOut;
 }
 
-// The size of each file that will be stored; nullopt for every other step. A file that cannot be read now must not be
-// stored later, since nothing was decided about its name.
-std::vector<std::optional<std::uint64_t>> SizesOfStoredFiles(BundlePlan& plan) {
-  std::vector<std::optional<std::uint64_t>> sizes(plan.steps.size());
-  for (std::size_t step = 0; step < plan.steps.size();) {
-    StepKind& kind = plan.steps[step].kind;
-    if (kind == StepKind::kFile) {
-      sizes[step] = SizeOfReadableFile(plan.SourcePath(step));
-      if (!sizes[step]) kind = StepKind::kUnreadable;
-    }
-    const bool goesOn = sizes[step].has_value() || IsPassedOver(kind);
-    step = goesOn ? step + 1 : plan.EndOfFolder(step);
-  }
-  return sizes;
+std::optional<std::uint64_t> SizeOfReadableFile(const BundlePlan::Step& step, PlannedFolders& folders) {
+  std::optional<OxFile> file;
+  if (!BundlePlan::IsFile(step.kind) || folders.OpenFile(step, file) != kStatusOk) return std::nullopt;
+  const std::uint64_t size = file->GetLastKnownLength();
+  if (size > kLargestStoredFile) return std::nullopt;
+  return size;
 }
 
-// Stores the later file's bytes; returns the place that holds the name from now on.
-Place Replace(BundlePlan& plan, const Place& earlier, const Place& later) {
+// A file that cannot be read now must not be stored later, since nothing was decided about its name.
+std::vector<StoredFile> StoredFiles(BundlePlan& plan) {
+  PlannedFolders folders(plan);
+  RecordNames names(plan);
+  std::vector<StoredFile> stored;
+  for (Position at = 0; at < plan.End();) {
+    const BundlePlan::Step step = plan.At(at);
+    const std::optional<std::uint64_t> size = SizeOfReadableFile(step, folders);
+    if (size) stored.push_back({at, *size, names.Of(step)});
+    if (!size && BundlePlan::IsFile(step.kind)) plan.SetKind(at, StepKind::kUnreadable);
+    at = size || IsPassedOver(step.kind) ? plan.Next(at) : plan.EndOfFolder(at);
+  }
+  return stored;
+}
+
+// Stores the later file's bytes; returns the file that holds the name from now on.
+StoredFile& Replace(BundlePlan& plan, StoredFile& earlier, StoredFile& later) {
   Console::Error("warning: '%s' and '%s' differ only in letter case, the later one is stored\n",
-                 plan.RecordName(earlier.step).c_str(), plan.RecordName(later.step).c_str());
+                 earlier.name.c_str(), later.name.c_str());
   if (later.room > earlier.room) {
-    plan.steps[earlier.step].kind = StepKind::kLeftOut;
+    plan.SetKind(earlier.step, StepKind::kLeftOut);
     return later;
   }
   plan.replacements[earlier.step] = later.step;
-  plan.steps[later.step].kind = StepKind::kLeftOut;
+  plan.SetKind(later.step, StepKind::kLeftOut);
   return earlier;
 }
 
@@ -76,24 +82,33 @@ bool HasEqualNames(std::vector<FoldedName> names) {
   return std::ranges::adjacent_find(names, std::not_fn(std::less())) != names.end();
 }
 
-bool HasNameClashes(const std::vector<OxFolderEntry>& entries) {
+// Hardly any folder has two equal hashes.
+bool HasNameClashes(const std::vector<Posix::FolderEntry>& entries) {
+  const auto isText = [](const Posix::FolderEntry& entry) {
+    std::size_t characters = 0;
+    return StringWalk::Validate(entry.name, characters);
+  };
+  std::vector<std::size_t> hashes;
+  hashes.reserve(entries.size());
+  for (const auto& entry : entries | std::views::filter(isText)) {
+    hashes.push_back(HashNoCase(std::string_view(entry.name)));
+  }
+  std::ranges::sort(hashes);
+  if (std::ranges::adjacent_find(hashes) == hashes.end()) return false;
   std::vector<FoldedName> names;
-  names.reserve(entries.size());
-  for (const OxFolderEntry& entry : entries) names.emplace_back(entry.name.view());
+  for (const auto& entry : entries | std::views::filter(isText)) {
+    names.emplace_back(std::string_view(entry.name));
+  }
   return HasEqualNames(std::move(names));
 }
 
 void ResolveNameClashes(BundlePlan& plan) {
-  const auto sizes = SizesOfStoredFiles(plan);
-  std::vector<OxString> names(sizes.size());
-  std::map<FoldedName, Place> places;
-  for (std::size_t step = 0; step < sizes.size(); ++step) {
-    if (!sizes[step]) continue;
-    names[step] = plan.RecordName(step);
-    const FoldedName name(names[step].view());
+  std::vector<StoredFile> files = StoredFiles(plan);
+  std::map<FoldedName, StoredFile*> owners;
+  for (StoredFile& file : files) {
+    const FoldedName name(file.name.view());
     if (!name.IsComparable()) continue;
-    const Place here = {step, *sizes[step]};
-    const auto [known, isNew] = places.try_emplace(name, here);
-    if (!isNew) known->second = Replace(plan, known->second, here);
+    const auto [owner, isNew] = owners.try_emplace(name, &file);
+    if (!isNew) owner->second = &Replace(plan, *owner->second, file);
   }
 }

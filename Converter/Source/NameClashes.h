@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "BundlePlan.h"
-#include "Storage/OxFileUtils.h"
+#include "Posix/FileOps.h"
 
 /// A name in an order in which names that differ only in letter case are equal: by hash, then by
 /// CompareNoCase(). Sorted and in trees, names whose hashes were chosen to collide cost no more
@@ -26,8 +26,9 @@ struct FoldedName {
 /// Whether two of the names are equal.
 bool HasEqualNames(std::vector<FoldedName> names);
 
-/// Whether two entries of one folder have names that differ only in letter case.
-bool HasNameClashes(const std::vector<OxFolderEntry>& entries);
+/// Whether two entries of one folder have names that differ only in letter case. Names that are not UTF-8
+/// do not count.
+bool HasNameClashes(const std::vector<Posix::FolderEntry>& entries);
 
 /// Settles which files are stored where record names differ only in letter case, as an archive keeps
 /// one of them. The later file is stored: if it fits the room of the first file, it takes that place and

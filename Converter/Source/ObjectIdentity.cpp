@@ -22,9 +22,7 @@ std::optional<Posix::FileInfo> Ask(Query query, const OxString& path) {
   const char* const text = path.c_str();
   Posix::FileInfo info;
   const int result = (Posix::Files().*query)(text, info);
-  if (IsAbsentOrBarred(result)) return std::nullopt;
-  if (result < 0) throw std::system_error(-result, std::generic_category(), text);
-  return info;
+  return Identified(result, info, text);
 }
 
 // Where the object itself lies, when a link leads to it.
@@ -35,6 +33,12 @@ std::string PlaceOf(const OxPath& object) {
 }
 
 }  // namespace
+
+std::optional<Posix::FileInfo> Identified(int result, const Posix::FileInfo& info, const char* path) {
+  if (IsAbsentOrBarred(result)) return std::nullopt;
+  if (result < 0) throw std::system_error(-result, std::generic_category(), path);
+  return info;
+}
 
 std::optional<Posix::FileInfo> Identify(const OxPath& path) {
   return IdentifyVerbatim(path.native_string());
@@ -66,15 +70,19 @@ bool IsSameObject(const OxPath& a, const OxPath& b) {
 
 bool LiesInside(const OxPath& object, const OxPath& folder) {
   const auto container = Identify(folder);
-  return container && Identify(object) && FileTree::LiesBelow(PlaceOf(object), *container);
+  return container && LiesInside(object, *container);
+}
+
+bool LiesInside(const OxPath& object, const Posix::FileInfo& folder) {
+  return Identify(object) && FileTree::LiesBelow(PlaceOf(object), folder);
 }
 
 bool GoesWith(const OxPath& object, const OxPath& target) {
   const auto container = IdentifyLink(target);
   if (!container || container->kind != Posix::FileKind::kFolder) return false;
-  const auto identity = Identify(object);
-  if (!identity) return false;
-  if (FileTree::LiesBelow(PlaceOf(object), *container)) return true;
+  if (LiesInside(object, *container)) return true;
   // With a mount point on its path, the object's only name may be inside all the same.
-  return identity->links == 1 && FileTree::Holds(std::string(target.native_string().view()), *identity);
+  const auto identity = Identify(object);
+  return identity && identity->links == 1 &&
+         FileTree::Holds(std::string(target.native_string().view()), *identity);
 }

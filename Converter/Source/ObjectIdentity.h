@@ -18,11 +18,14 @@ std::optional<Posix::FileInfo> IdentifyLink(const OxPath& path);
 /// The same for paths that an OxPath would change, such as those with a backslash in a name.
 std::optional<Posix::FileInfo> IdentifyVerbatim(const OxString& path);
 std::optional<Posix::FileInfo> IdentifyLinkVerbatim(const OxString& path);  ///< Of a link itself.
+/// What a status query's result means: `info`, or nothing, or an exception that names `path`.
+std::optional<Posix::FileInfo> Identified(int result, const Posix::FileInfo& info, const char* path);
 
 bool IsSameObject(const OxPath& a, const OxPath& b);
 
 /// Whether `object` lies in `folder`, at any depth. A folder does not lie inside itself.
 bool LiesInside(const OxPath& object, const OxPath& folder);
+bool LiesInside(const OxPath& object, const Posix::FileInfo& folder);
 
 /// Whether deleting what is at `target`, a folder with everything in it, would take `object` along. A link
 /// takes nothing along.

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -9,6 +10,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,6 +18,7 @@
 #include "BundleWalk.h"
 #include "Listing.h"
 #include "NameClashes.h"
+#include "Storage/OpenFolders.h"
 #include "Storage/OxFileUtils.h"
 #include "Streams.h"
 #include "Support/DocumentDump.h"
@@ -39,14 +42,15 @@ TEST_F(Flattening, TheDocumentsDumpIsWhatTheToolWrites) {
   EXPECT_EQ(folder.Read("hello"), Support::DocumentDump("flat-archive-format.md", 1));
 }
 
-// Does something when a file is about to be opened.
+// Does something when a file is about to be opened, by its path or by its name in an open folder.
 class BeforeOpening : public Posix::FileOps {
  public:
   BeforeOpening(std::string path, std::function<void()> action)
       : path_(std::move(path)), action_(std::move(action)) {}
 
   int Open(Posix::Place place, unsigned flags) override {
-    if (place.path == path_) action_();
+    const bool isName = place.folder != Posix::Place::kNoFolder;
+    if (isName ? path_.ends_with(std::string("/") + place.path) : path_ == place.path) action_();
     return FileOps::Open(place, flags);
   }
 
@@ -229,6 +233,58 @@ TEST_F(Flattening, WhatIsNotAFileIsNotOpened) {
   }
 }
 
+// A link that takes the place of what the walk found is not followed.
+TEST_F(Flattening, WhatIsSwappedForALinkIsNotRead) {
+  folder.Write("other/b", "another's");
+  const struct {
+    const char* swapped;
+    const char* target;
+    const char* err;
+    const char* names;
+  } kCases[] = {
+      {"X.widget/Contents/sub/b", "../../../other/b", "Error: Unable to read b\n", "main.wob\na\n"},
+      {"X.widget/Contents/sub", "../../other", "Error: Unable to read b\n", "main.wob\na\n"},
+      {"X.widget/Contents/a", "../../other/b", "Error: Unable to read a\nError: failed to write files\n",
+       ""},
+  };
+  for (const auto& test : kCases) {
+    const FaultyFileOps sorted({.order = Support::SortByName});
+    BundlePlan plan = PlanContents(Path("X.widget"), Path("archive"));
+    std::filesystem::remove_all(folder.Path(test.swapped));
+    folder.MakeLink(test.swapped, test.target);
+    const Printed printed = Capture(
+        [&] { FlattenBundle(Path("X.widget"), Path("archive"), false, false, std::move(plan)); });
+    EXPECT_EQ(printed.err, test.err);
+    EXPECT_EQ(folder.Exists("archive") ? Names() : "", test.names);
+    std::filesystem::remove(folder.Path(test.swapped));
+    std::filesystem::remove(folder.Path("archive"));
+    folder.Write("X.widget/Contents/sub/b", "second");
+  }
+}
+
+// Deeper than a path can say, and than there are handles.
+TEST_F(Flattening, ADeepBundleIsStoredWhole) {
+  constexpr int kDepth = 400;
+  const std::string name(20, 'd');
+  OpenFolders way(OpenFolders::Links::kRefuse);
+  ASSERT_EQ(way.Begin(folder.Path("X.widget/Contents").c_str()), 0);
+  for (int i = 0; i < kDepth; ++i) {
+    ASSERT_EQ(Posix::Files().MakeFolder(way.In(name.c_str()), Posix::kFolderPermissions), 0);
+    ASSERT_EQ(way.Enter(name), 0);
+    OxFile file(OxFile::NativePath{"f", way.In("f").folder});
+    ASSERT_EQ(file.Open(OxFile::kWrite | OxFile::kCreate), kStatusOk);
+  }
+  ASSERT_EQ(way.Begin("/"), 0);
+  rlimit before = {};
+  ::getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit few = {.rlim_cur = 24, .rlim_max = before.rlim_max};
+  ::setrlimit(RLIMIT_NOFILE, &few);
+  EXPECT_EQ(Capture([&] { EXPECT_TRUE(Flatten()); }).err, "");
+  ::setrlimit(RLIMIT_NOFILE, &before);
+  const std::string names = Names();
+  EXPECT_EQ(std::ranges::count(names, '\n'), kDepth + 3);
+}
+
 TEST_F(Flattening, ATemporaryArchiveIsPrivate) {
   const auto permissions = [&](const std::string& name) {
     const auto entry = *std::filesystem::directory_iterator(folder.Path(name));
@@ -360,7 +416,9 @@ TEST_F(Flattening, OnlySoManyFilesAreReachedThroughLinks) {
   for (int i = 0; i < 100; ++i) folder.MakeLink("X.widget/Contents/l" + std::to_string(i), "../../d");
   const BundlePlan most = PlanContents(Path("X.widget"), Path("archive"));
   EXPECT_EQ(most.failure, "");
-  EXPECT_EQ(most.steps.size(), kMostLinkedFiles + 2);
+  std::size_t steps = 0;
+  for (BundlePlan::Position at = 0; at < most.End(); at = most.Next(at)) ++steps;
+  EXPECT_EQ(steps, kMostLinkedFiles + 2);
   folder.MakeLink("X.widget/Contents/one-more", "a");
   folder.Write("archive", "old");
   const Printed printed = Capture([&] { EXPECT_FALSE(Flatten()); });
