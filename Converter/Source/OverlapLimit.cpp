@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "Foundation/Narrow.h"
 #include "Storage/DamageWatch.h"
 
 namespace {
@@ -13,11 +14,15 @@ constexpr std::size_t kFoldersAllowedAnyway = 4096;
 constexpr std::uint64_t kBytesOfAFolder = 2;  // One of its name, and "/".
 constexpr std::uint64_t kUnlimited = std::numeric_limits<std::uint64_t>::max();
 
+std::size_t FoldersOf(std::uint64_t bytesOfNames) {
+  return TryNarrow<std::size_t>(bytesOfNames / kBytesOfAFolder).value_or(kFoldersAllowedAnyway);
+}
+
 }  // namespace
 
 OverlapLimit::OverlapLimit(OxDataFile& archive)
     : length_(LengthOfFile(archive)),
-      foldersLeft_(std::max(kFoldersAllowedAnyway, FindNameTable(archive).bytes / kBytesOfAFolder)) {
+      foldersLeft_(std::max(kFoldersAllowedAnyway, FoldersOf(FindNameTable(archive).bytes))) {
   const bool isCounted = length_ <= kUnlimited / kMostTimesOver;
   bytesLeft_ = isCounted ? std::max(kMostTimesOver * length_, kBytesAllowedAnyway) : kUnlimited;
 }
