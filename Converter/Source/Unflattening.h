@@ -4,9 +4,11 @@
 
 /// Writes every record of an archive as a file below bundle/Contents, "/" and "\" in its name making
 /// folders. Whatever was at `bundle` is deleted first, so the bundle holds the archive's files alone; a
-/// link there is removed and never followed. The metadata record and nameless ones are passed over.
+/// link there is removed and never followed. The metadata record and nameless ones are passed over. Both go by
+/// way of open folders, so nothing that changes meanwhile leads outside; see RecordExtraction.
 ///   Same path: when both are equal, ignoring letter case, the bundle is made in a temporary folder that only
-///              this user may enter, and moved next to the archive at the end; a failed run deletes it.
+///              this user may enter, and moved next to the archive at the end; a run that fails, or is
+///              interrupted by SIGINT, SIGTERM or SIGHUP, deletes it.
 ///   Stays in:  a record whose name has a ".." component is not written; a line on standard error says so.
 ///   Damage:    looked for before anything is deleted. A damaged archive (see DamageWatch), or one without
 ///              names, of which no record can be extracted leaves the old bundle alone; of any other damaged
