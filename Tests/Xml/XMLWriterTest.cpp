@@ -23,12 +23,16 @@ TEST(XMLWriter, ElementsWithTheirContent) {
       {"<a><?p q?><?r?></a>", "\n<a>\n  <?p q?>\n  <?r ?>\n</a>"},
       {"<a><![CDATA[<&]]></a>", "\n<a>\n  <![CDATA[\n<&  ]]>\n\n</a>"},
       {"<a z='1' a='2'/>", "\n<a a=\"2\" z=\"1\"/>"},
+      {"<a z='1' a='2' z='&amp;lt;'/>", "\n<a a=\"2\" z=\"&amp;lt;\"/>"},
       {"<a b='&quot;&lt;&gt;&apos;&amp;&#10;&#13;&#9;\xC3\xA9'/>",
        "\n<a b=\"&quot;&lt;&gt;&apos;&amp;&#10;&#13;&#9;\xC3\xA9\"/>"},
       {"<a>x&lt;\n\"'&amp;y</a>", "\n<a>x&lt;\n&quot;&apos;&amp;y</a>"},
   };
   for (const auto& row : cases) {
-    EXPECT_EQ(Text(ParseDoc(row.text)->GetRoot()->GetAsString(0)), row.written) << row.text;
+    const auto doc = ParseDoc(row.text);
+    EXPECT_EQ(Text(doc->GetRoot()->GetAsString(0)), row.written) << row.text;
+    doc->Index();  // Makes every node.
+    EXPECT_EQ(Text(doc->GetRoot()->GetAsString(0)), row.written) << row.text;
   }
 }
 
