@@ -85,12 +85,13 @@ bool IsFaultOfTheName(FileStatus status) {
 }  // namespace
 
 RecordExtraction::RecordExtraction(const TargetBundle& target, OverlapLimit& limit, bool verbose)
-    : target_(target), limit_(limit), verbose_(verbose) {
-  path_ = (target.path / OxPath(WidgetArchive::kContentsFolder)).native_string().view();
-  path_ += kSeparator;
-  contentsLength_ = path_.size();
-  bundleLength_ = path_.rfind(kSeparator, contentsLength_ - 2) + 1;
-}
+    : target_(target),
+      limit_(limit),
+      verbose_(verbose),
+      path_(std::string((target.path / OxPath(WidgetArchive::kContentsFolder)).native_string().view()) +
+            kSeparator),
+      bundleLength_(path_.rfind(kSeparator, path_.size() - 2) + 1),
+      contentsLength_(path_.size()) {}
 
 bool IsExtractable(const OxDataFile::Record& record) {
   const OxString& name = record.GetName();

@@ -90,7 +90,7 @@ void FillWithRandomBytes(std::vector<unsigned char>& out) {
 }  // namespace
 
 std::string ResolvePath(const std::string& path) {
-  const std::string absolute = MadeAbsolute(path);
+  std::string absolute = MadeAbsolute(path);
   const std::int64_t existing = ExistingLength(absolute);
   std::string resolved;
   if (existing < 0) return absolute;
