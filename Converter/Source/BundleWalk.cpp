@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <optional>
-#include <ranges>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -179,7 +178,7 @@ void Walk::VisitFolder(const std::string& name, const std::optional<FileInfo>& t
 }
 
 bool Walk::IsBeingWalked(const FileInfo& folder) {
-  return std::ranges::any_of(std::views::reverse(levels_), [&](Level& level) {
+  return std::any_of(levels_.rbegin(), levels_.rend(), [&](Level& level) {
     if (!level.identity) level.identity = Identify(level.folder, ".");
     return level.identity && level.identity->IsSameObject(folder);
   });

@@ -4,7 +4,6 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <ranges>
 #include <string>
 #include <utility>
 
@@ -25,6 +24,11 @@ struct StoredFile {
   std::uint64_t room = 0;
   OxString name;
 };
+
+bool IsText(std::string_view name) {
+  std::size_t characters = 0;
+  return StringWalk::Validate(name, characters);
+}
 
 bool IsPassedOver(StepKind kind) {
   return kind == StepKind::kUnlistedFolder || kind == StepKind::kLeftOut;
@@ -84,20 +88,16 @@ bool HasEqualNames(std::vector<FoldedName> names) {
 
 // Hardly any folder has two equal hashes.
 bool HasNameClashes(const std::vector<Posix::FolderEntry>& entries) {
-  const auto isText = [](const Posix::FolderEntry& entry) {
-    std::size_t characters = 0;
-    return StringWalk::Validate(entry.name, characters);
-  };
   std::vector<std::size_t> hashes;
   hashes.reserve(entries.size());
-  for (const auto& entry : entries | std::views::filter(isText)) {
-    hashes.push_back(HashNoCase(std::string_view(entry.name)));
+  for (const Posix::FolderEntry& entry : entries) {
+    if (IsText(entry.name)) hashes.push_back(HashNoCase(std::string_view(entry.name)));
   }
   std::ranges::sort(hashes);
   if (std::ranges::adjacent_find(hashes) == hashes.end()) return false;
   std::vector<FoldedName> names;
-  for (const auto& entry : entries | std::views::filter(isText)) {
-    names.emplace_back(std::string_view(entry.name));
+  for (const Posix::FolderEntry& entry : entries) {
+    if (IsText(entry.name)) names.emplace_back(std::string_view(entry.name));
   }
   return HasEqualNames(std::move(names));
 }

@@ -52,7 +52,7 @@ class OpenFolders {
   };
 
   int OpenBelow(std::size_t above, const Level& level);
-  int Reopen(std::size_t level);
+  int Reopen(std::size_t index);
   static void Close(Level& level);
   void CloseDistantOnes();
   bool CloseAllUpTo(std::size_t last);
