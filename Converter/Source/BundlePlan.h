@@ -54,8 +54,8 @@ class BundlePlan {
 
   /// From one folder to another: how many to leave, and which to enter then.
   struct Route {
-    std::size_t leave = 0;
-    std::vector<std::uint32_t> enter;
+    std::size_t leave = 0;             ///< How many folders to leave.
+    std::vector<std::uint32_t> enter;  ///< Indices, in order.
   };
 
   std::string root;             ///< The path of folder 0.
@@ -73,20 +73,22 @@ class BundlePlan {
   /// Some folder has two names that differ only in letter case.
   bool hasNameClashes = false;
 
+  /// Whether such a step stores a file.
   static bool IsFile(StepKind kind) { return kind == StepKind::kFile || kind == StepKind::kLinkedFile; }
   Position End() const { return end_; }         ///< Past the last step.
   std::size_t Count() const { return count_; }  ///< Of all steps.
-  Step At(Position step) const;
-  Position Next(Position step) const;
+  Step At(Position step) const;                 ///< The step at a position.
+  Position Next(Position step) const;           ///< The position after a step, or End().
   void Add(StepKind kind, std::uint32_t folder, std::string_view leaf);  ///< `leaf` has no zero byte.
-  void SetKind(Position step, StepKind kind);
-  /// Gives memory of the steps before this one back, which must not be looked at any more.
+  void SetKind(Position step, StepKind kind);                            ///< Changes what becomes of it.
+  /// Frees memory of the steps before this one, which must not be used any more.
   void ForgetBefore(Position step);
 
   /// Returns the folder's index.
   std::uint32_t AddFolder(std::uint32_t parent, bool isLink, std::string_view leaf);
   /// The last component, ended by a zero byte; empty for folder 0. Until AddFolder().
   const char* Leaf(std::uint32_t folder) const { return folderNames_.c_str() + folders[folder].leaf; }
+  /// The shortest way between two folders, given by their indices.
   Route FindRoute(std::uint32_t from, std::uint32_t to) const;
 
   /// The step of the file whose bytes the record gets.
@@ -108,8 +110,9 @@ class BundlePlan {
 /// Names of a plan's records, each in little more time than its last component takes.
 class RecordNames {
  public:
+  /// `plan` is not owned.
   explicit RecordNames(const BundlePlan& plan) : plan_(plan), folderName_(plan.rootName) {}
-  OxString Of(const BundlePlan::Step& step);
+  OxString Of(const BundlePlan::Step& step);  ///< The name of a step's record.
 
  private:
   void MoveTo(std::uint32_t folder);

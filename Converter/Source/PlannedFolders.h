@@ -14,6 +14,7 @@
 ///   Errors: what Posix::FileOps gives.
 class PlannedFolders {
  public:
+  /// `plan` is not owned.
   explicit PlannedFolders(const BundlePlan& plan) : plan_(plan) {}
 
   /// Opens the first folder, as the first use of one does otherwise.

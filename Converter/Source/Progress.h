@@ -25,9 +25,10 @@
 ///   One at a time; without one, or without a terminal, the static functions do nothing.
 class Progress final : Posix::FileOps {
  public:
-  enum class Counted : std::uint8_t { kRead, kWritten };  ///< Which bytes are those of the job.
-  using Time = std::chrono::steady_clock::time_point;
-  using Clock = Time (*)();
+  /// Which bytes are those of the job.
+  enum class Counted : std::uint8_t { kRead, kWritten };
+  using Time = std::chrono::steady_clock::time_point;  ///< A point in time.
+  using Clock = Time (*)();                            ///< Returns the present time.
 
   /// Begins a job, "Verifying".
   Progress(std::string_view job, Counted counted);

@@ -21,11 +21,12 @@ enum OpenFlags : unsigned {
 
 /// A path, or a name that counts from an open folder.
 struct Place {
-  Place(const char* where)
-      : path(where) {}  // NOLINT(google-explicit-constructor): paths are the usual case
-  Place(int in, const char* where) : folder(in), path(where) {}
+  /// A path. Implicit, since that is the usual case.
+  Place(const char* where) : path(where) {}  // NOLINT(google-explicit-constructor)
+  Place(int in, const char* where)
+      : folder(in), path(where) {}  ///< A name that counts from the folder `in`.
 
-  static constexpr int kNoFolder = -1;
+  static constexpr int kNoFolder = -1;  ///< Not a descriptor.
   int folder = kNoFolder;  ///< A descriptor; kNoFolder: the path counts from the working directory.
   const char* path;        ///< Zero-terminated. An absolute one goes its own way.
 };

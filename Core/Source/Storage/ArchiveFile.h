@@ -40,8 +40,8 @@ class ArchiveFile {
   /// Drops what was put off; files only: removes the file as OxFile::Discard() does, and is closed.
   FileStatus Discard();
   bool IsOpen() const { return IsFile() || IsMapped(); }  ///< In either way.
-  bool IsFile() const { return file_ != nullptr; }
-  bool IsMapped() const { return mapping_ != nullptr; }
+  bool IsFile() const { return file_ != nullptr; }        ///< Open, and not as a mapping.
+  bool IsMapped() const { return mapping_ != nullptr; }   ///< Open as a mapping.
   /// The whole mapping; empty unless mapped.
   std::string_view Mapped() const;
   /// Whether opening made the file.

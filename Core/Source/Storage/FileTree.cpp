@@ -122,7 +122,7 @@ class FolderRemoval {
     entries_.clear();
     const int listed = Files().ListFolder(way_.In(name), entries_);
     return listed == -EMFILE && way_.CloseSpareHandles() ? Files().ListFolder(way_.In(name), entries_)
-                                                    : listed;
+                                                         : listed;
   }
 
   OpenFolders& way_;

@@ -26,8 +26,8 @@ bool IsCopyable(const std::string& path);
 /// Where an object is named: a path that leads to the folder that it lies in, also where that is a link, and
 /// its name there.
 struct Name {
-  std::string folder;
-  std::string name;
+  std::string folder;  ///< The path of the folder.
+  std::string name;    ///< The last component.
 };
 /// Both parts of a path. "/" behind it count for nothing, so that a link is meant and not what it leads to.
 Name Split(const std::string& path);

@@ -17,6 +17,7 @@ class OpenFolders {
   /// Whether a folder may be entered through a link of its name.
   enum class Links { kFollow, kRefuse };
 
+  /// `links`: the rule for folders that are entered.
   explicit OpenFolders(Links links) : links_(links) {}
   OpenFolders(const OpenFolders&) = delete;
   OpenFolders& operator=(const OpenFolders&) = delete;

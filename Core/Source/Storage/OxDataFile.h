@@ -61,6 +61,7 @@ class OxDataFile {
     kOpenProtected = 16,  ///< With kOpenCreate: payloads are scrambled.
     kOpenPrivate = 32,    ///< With kOpenCreate: a file that is made is for its owner alone.
   };
+  /// Examines a file that has been opened; false refuses it.
   using FileCheck = ArchiveFile::FileCheck;
 
   class Record;

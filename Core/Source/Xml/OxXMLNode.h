@@ -21,9 +21,9 @@ class XMLPack;
 
 /// Records of a pack that nobody has asked for as nodes; without a pack there are none.
 struct XMLPacked {
-  const XMLPack* pack = nullptr;
-  std::uint32_t begin = 0;  ///< A place in the pack.
-  std::uint32_t end = 0;
+  const XMLPack* pack = nullptr;  ///< Null for none.
+  std::uint32_t begin = 0;        ///< A place in the pack.
+  std::uint32_t end = 0;          ///< The place after the last record.
 };
 
 /// A node of a document: base of all kinds of nodes.

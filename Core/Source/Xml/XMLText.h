@@ -22,9 +22,10 @@ void AppendEscaped(std::string_view text, bool escapeWhitespace, std::string& ou
 /// What stands behind an attribute's name: "=", and its value in quotes.
 void AppendValue(std::string_view value, std::string& out);
 
-/// A CDATA section, a comment and an instruction, at a depth of so many `indent`.
-void AppendCDATA(std::string_view data, int indent, std::string& out);
-void AppendComment(std::string_view data, int indent, std::string& out);
+// Each at a depth of `indent`, as AppendIndent() takes it.
+void AppendCDATA(std::string_view data, int indent, std::string& out);    ///< A CDATA section.
+void AppendComment(std::string_view data, int indent, std::string& out);  ///< A comment.
+/// A processing instruction.
 void AppendInstruction(std::string_view target, std::string_view data, int indent, std::string& out);
 
 /// Two spaces for each; none when negative.
