@@ -56,6 +56,10 @@ class UnfinishedArchive {
  private:
   // What is at the path may have changed since the bundle was walked.
   bool Claim(OxFile& file, const std::optional<Posix::FileInfo>& expected) {
+    if (file.GetInfo(identity_) != kStatusOk) return false;
+    // An empty file that was not there before may be that of another run, which has yet to lock it.
+    isBusy_ = !file.WasCreated() && !expected && identity_.size == 0;
+    if (isBusy_) return false;
     const FileStatus locked = file.Lock();
     isBusy_ = locked == kStatusFileBusy;
     if (locked != kStatusOk || file.GetInfo(identity_) != kStatusOk) return false;

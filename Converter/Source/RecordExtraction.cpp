@@ -232,7 +232,8 @@ RecordExtraction::Outcome RecordExtraction::WriteFile(const OxDataFile::Record& 
   return Outcome::kFailed;
 }
 
-// A file that another one made has one name; a second one would belong to somebody else's file.
+// A file that another record made has one name, which is this one. Asked by name: of a file that is open the
+// number of names does not tell which one is left.
 FileStatus RecordExtraction::Open(OxFile& target) {
   constexpr unsigned long kPermission =
       OxFile::kWrite | OxFile::kCreate | OxFile::kExpectNew | OxFile::kNoLink;
@@ -240,8 +241,12 @@ FileStatus RecordExtraction::Open(OxFile& target) {
   if (status == kStatusTooManyFiles && way_.CloseSpareHandles()) status = target.Open(kPermission);
   if (status != kStatusOk || target.WasCreated()) return status;
   Posix::FileInfo info;
+  Posix::FileInfo named;
   status = target.GetInfo(info);
-  return status == kStatusOk && info.links > 1 ? kStatusNoPermission : status;
+  if (status != kStatusOk) return status;
+  const Posix::Place here = way_.In(path_.c_str() + path_.rfind(kSeparator) + 1);
+  const bool isNamed = Posix::Files().LinkStatus(here, named) >= 0 && named.IsSameObject(info);
+  return isNamed && named.links == 1 ? kStatusOk : kStatusNoPermission;
 }
 
 bool RecordExtraction::WriteRecord(const OxDataFile::Record& record, OxFile& target) {

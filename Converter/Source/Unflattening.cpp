@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "Console.h"
@@ -12,6 +13,7 @@
 #include "Progress.h"
 #include "RecordExtraction.h"
 #include "Storage/DamageWatch.h"
+#include "Storage/FileTree.h"
 #include "Storage/OxDataFile.h"
 #include "Storage/OxFileUtils.h"
 #include "WidgetArchive.h"
@@ -29,12 +31,14 @@ class TemporaryBundle {
     if (Posix::Files().MakeFolder(path, kPrivate) < 0) return;
     isMade_ = true;
     handle_ = Posix::Files().OpenFolder(path, false);
+    if (handle_ >= 0 && !IsNew()) Posix::Files().Close(std::exchange(handle_, -1));
     if (handle_ >= 0) guard_.Arm(handle_);
   }
   TemporaryBundle(const TemporaryBundle&) = delete;
   TemporaryBundle& operator=(const TemporaryBundle&) = delete;
   ~TemporaryBundle() {
-    if (isMade_) WobDeleteDirectory(folder_.native_string());
+    if (handle_ >= 0 && isMade_) FileTree::Remove(Posix::Place(handle_, folder_.leaf().c_str()));
+    if (isMade_) Posix::Files().RemoveFolder(folder_.native_string().c_str());
     if (handle_ >= 0) Posix::Files().Close(handle_);
   }
 
@@ -50,6 +54,11 @@ class TemporaryBundle {
 
  private:
   OxPath Path() const { return folder_ / OxPath(folder_.leaf()); }
+  // Where others may rename it, another folder may have its name by now, whose files must stay.
+  bool IsNew() const {
+    std::vector<Posix::FolderEntry> entries;
+    return Posix::Files().ListFolder({handle_, "."}, entries) >= 0 && entries.empty();
+  }
 
   OxPath folder_;
   Posix::InterruptionGuard guard_;

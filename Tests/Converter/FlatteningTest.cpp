@@ -201,6 +201,14 @@ TEST_F(Flattening, WhatCannotBeReadWhenClashesAreSettledIsNotStored) {
   EXPECT_EQ(Capture([&] { EXPECT_TRUE(Flatten()); }).err, "Error: Unable to read B\n");
 }
 
+// Another run has made it and is about to lock it; a lock taken meanwhile would make both fail.
+TEST_F(Flattening, AnEmptyFileThatAppearsIsNotLocked) {
+  const BeforeOpening appears(folder.Path("archive"), [&] { folder.Write("archive", ""); });
+  const Printed printed = Capture([&] { EXPECT_FALSE(Flatten()); });
+  EXPECT_EQ(printed.err,
+            "Error: '" + folder.Path("archive") + "' is being written by another process\n");
+}
+
 // What was there when the bundle was walked is the only thing that may be emptied.
 TEST_F(Flattening, AnOutputThatChangesIsNotWritten) {
   const std::string archive = folder.Path("archive");

@@ -2,6 +2,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <set>
 #include <span>
@@ -230,6 +231,37 @@ class Onlooker final : public Posix::FileOps {
   std::string folder_;
   Posix::ScopedFileOps installed_;
 };
+
+// Puts another folder in the place of a private one as soon as that is made.
+class FolderSwapper final : public Posix::FileOps {
+ public:
+  explicit FolderSwapper(const std::string& other) : other_(other), installed_(this) {}
+  int MakeFolder(Posix::Place place, unsigned permissions) override {
+    const int made = FileOps::MakeFolder(place, permissions);
+    if (permissions != 0700) return made;
+    std::filesystem::rename(place.path, other_ + " aside");
+    std::filesystem::rename(other_, place.path);
+    return made;
+  }
+
+ private:
+  std::string other_;
+  Posix::ScopedFileOps installed_;
+};
+
+TEST_F(Unflattening, AFolderInPlaceOfTheTemporaryOneIsNotUsed) {
+  ASSERT_TRUE(Flatten());
+  setenv("TMPDIR", folder.MakeFolder("tmp").c_str(), 1);
+  std::ofstream(folder.MakeFolder("other") + "/file") << "kept";
+  {
+    const FolderSwapper swapper(folder.Path("other"));
+    const auto unflatten = [&] { return UnflattenFile(Path("archive"), Path("archive"), false); };
+    EXPECT_EQ(Capture([&] { EXPECT_FALSE(unflatten()); }).err, "Error: no temporary file can be made\n");
+  }
+  unsetenv("TMPDIR");
+  const std::filesystem::recursive_directory_iterator left(folder.Path("tmp"));
+  EXPECT_EQ(std::distance(begin(left), end(left)), 2) << "the folder and its file";
+}
 
 TEST_F(Unflattening, ATemporaryBundleIsPrivate) {
   ASSERT_TRUE(Flatten());

@@ -27,10 +27,6 @@ bool GetLinkStatus(const std::string& path, FileInfo& info) {
   return Files().LinkStatus(path.c_str(), info) >= 0;
 }
 
-bool RemoveFile(const std::string& path) {
-  return Files().RemoveFile(path.c_str()) >= 0;
-}
-
 bool ListFolder(const std::string& path, std::vector<FolderEntry>& entries) {
   entries.clear();
   return Files().ListFolder(path.c_str(), entries) >= 0;
@@ -130,10 +126,20 @@ class FolderRemoval {
   std::vector<FolderEntry> entries_;
 };
 
-bool CopyLink(const std::string& source, const std::string& target) {
+bool RemoveIn(Posix::Place folder, const std::string& name) {
+  OpenFolders way(OpenFolders::Links::kRefuse);
+  if (way.Begin(folder) < 0) return false;
+  const Posix::Place place = way.In(name.c_str());
+  FileInfo info;
+  if (Files().LinkStatus(place, info) < 0) return false;
+  if (info.kind != FileKind::kFolder) return Files().RemoveFile(place) >= 0;
+  return FolderRemoval(way).Remove(name);
+}
+
+bool CopyLink(const std::string& source, Posix::Place target) {
   std::string destination;
   return Files().ReadLink(source.c_str(), destination) >= 0 &&
-         Files().MakeLink(destination, target.c_str()) >= 0;
+         Files().MakeLink(destination, target) >= 0;
 }
 
 bool CopyContent(OxFile& from, OxFile& to, FileCopier& copier) {
@@ -141,76 +147,97 @@ bool CopyContent(OxFile& from, OxFile& to, FileCopier& copier) {
   return copier.Copy({from, 0}, {to, 0}, length).copied == length;
 }
 
-bool CopyFile(const std::string& source, const std::string& target, FileCopier& copier) {
+bool CopyFile(const std::string& source, Posix::Place target, FileCopier& copier) {
   OxFile from(OxFile::NativePath{source});
-  OxFile to(OxFile::NativePath{target});
+  OxFile to(OxFile::NativePath{.bytes = target.path, .folder = target.folder});
   if (from.Open(OxFile::kRead) != kStatusOk) return false;
-  if (to.Open(OxFile::kWrite | OxFile::kCreate) != kStatusOk || !to.WasCreated()) return false;
+  constexpr unsigned long kNew = OxFile::kWrite | OxFile::kCreate | OxFile::kExpectNew | OxFile::kNoLink;
+  if (to.Open(kNew) != kStatusOk || !to.WasCreated()) return false;
   const bool copied = CopyContent(from, to, copier);
   from.CopyAttributesTo(to);  // As far as the file system keeps them.
   const bool complete = to.Close() == kStatusOk && copied;
-  if (!complete) RemoveFile(target);
+  if (!complete) Files().RemoveFile(target);
   return complete;
 }
 
-// As far as the file system keeps them and the folders can be opened.
-void CopyFolderAttributes(const std::string& source, const std::string& target) {
-  const auto open = [](const std::string& path) {
-    return Files().Open(path.c_str(), Posix::kOpenToRead);
-  };
-  const int from = open(source);
-  const int to = open(target);
-  if (from >= 0 && to >= 0) Files().CopyAttributes(from, to);
-  if (from >= 0) Files().Close(from);
-  if (to >= 0) Files().Close(to);
+bool CopyEntry(const std::string& source, Posix::Place target, FileKind kind, FileCopier& copier) {
+  if (kind == FileKind::kRegular) return CopyFile(source, target, copier);
+  return kind == FileKind::kLink && CopyLink(source, target);
 }
 
-// A folder that is copied, and where it goes.
-struct FolderPair {
-  std::string source;
-  std::string target;
+// Copies a folder with its content. The new folders are made and opened each in the one above it, so that
+// nothing is written elsewhere, whatever is renamed or replaced by a link meanwhile.
+class FolderCopy {
+ public:
+  explicit FolderCopy(std::string source) : source_(std::move(source)) {}
+
+  // Attributes come last and from the deepest folder up: a folder may forbid what goes into it, and what
+  // goes into it changes its time.
+  bool CopyTo(Posix::Place target) {
+    if (way_.Begin(target) < 0) return false;
+    for (std::size_t i = 0; i < folders_.size(); ++i) {
+      if (!GoTo(folders_[i]) || !CopyEntries(i)) return false;
+    }
+    for (; !folders_.empty(); folders_.pop_back()) {
+      if (GoTo(folders_.back())) CopyAttributes(source_ + folders_.back());
+    }
+    return true;
+  }
+
+ private:
+  bool GoTo(std::string_view below) {
+    bool there = way_.LeaveTo(1) >= 0;
+    while (there && !below.empty()) {
+      below.remove_prefix(1);
+      const std::string_view name = below.substr(0, below.find('/'));
+      there = way_.Enter(name) >= 0;
+      below.remove_prefix(name.size());
+    }
+    return there;
+  }
+
+  // But for the folders in it: these are made and appended to the list.
+  bool CopyEntries(std::size_t index) {
+    const std::string below = folders_[index];
+    std::vector<FolderEntry> entries;
+    if (!ListFolder(source_ + below, entries)) return false;
+    for (const FolderEntry& entry : entries) {
+      const Posix::Place target = way_.In(entry.name.c_str());
+      std::string child = below + '/' + entry.name;
+      if (entry.kind != FileKind::kFolder) {
+        if (!CopyEntry(source_ + child, target, entry.kind, copier_)) return false;
+      } else {
+        if (Files().MakeFolder(target, Posix::kFolderPermissions) < 0) return false;
+        folders_.push_back(std::move(child));
+      }
+    }
+    return true;
+  }
+
+  // As far as the file system keeps them and the folders can be opened.
+  void CopyAttributes(const std::string& source) {
+    const int from = Files().Open(source.c_str(), Posix::kOpenToRead);
+    const int to = Files().Open(way_.In("."), Posix::kOpenToRead);
+    if (from >= 0 && to >= 0) Files().CopyAttributes(from, to);
+    if (from >= 0) Files().Close(from);
+    if (to >= 0) Files().Close(to);
+  }
+
+  std::string source_;
+  std::vector<std::string> folders_{""};  // Each with a "/" before every name.
+  OpenFolders way_{OpenFolders::Links::kRefuse};
+  FileCopier copier_;
 };
 
-bool CopyEntry(const FolderPair& pair, FileKind kind, FileCopier& copier) {
-  if (kind == FileKind::kRegular) return CopyFile(pair.source, pair.target, copier);
-  return kind == FileKind::kLink && CopyLink(pair.source, pair.target);
-}
-
-bool MakeFolder(const std::string& path) {
-  return Files().MakeFolder(path.c_str(), Posix::kFolderPermissions) >= 0;
-}
-
-// Copies what is in one folder, but for the folders in it: these are made and appended to `folders`.
-bool CopyEntries(std::size_t index, std::vector<FolderPair>& folders, FileCopier& copier) {
-  std::vector<FolderEntry> entries;
-  if (!ListFolder(folders[index].source, entries)) return false;
-  for (const FolderEntry& entry : entries) {
-    FolderPair child{folders[index].source + '/' + entry.name, folders[index].target + '/' + entry.name};
-    if (entry.kind != FileKind::kFolder) {
-      if (!CopyEntry(child, entry.kind, copier)) return false;
-    } else {
-      if (!MakeFolder(child.target)) return false;
-      folders.push_back(std::move(child));
-    }
-  }
-  return true;
-}
-
-// Attributes come last and from the deepest folder up: a folder may forbid what goes into it, and what
-// goes into it changes its time.
 bool CopyFolder(const std::string& source, const std::string& target) {
-  if (!MakeFolder(target)) return false;
-  FileCopier copier;
-  std::vector<FolderPair> folders{{source, target}};
-  for (std::size_t i = 0; i < folders.size(); ++i) {
-    if (CopyEntries(i, folders, copier)) continue;
-    Remove(target);
-    return false;
-  }
-  for (; !folders.empty(); folders.pop_back()) {
-    CopyFolderAttributes(folders.back().source, folders.back().target);
-  }
-  return true;
+  const Name object = Split(target);
+  OpenFolders above(OpenFolders::Links::kRefuse);
+  if (above.Begin(object.folder.c_str()) < 0) return false;
+  const Posix::Place place = above.In(object.name.c_str());
+  if (Files().MakeFolder(place, Posix::kFolderPermissions) < 0) return false;
+  if (FolderCopy(source).CopyTo(place)) return true;
+  Remove(place);
+  return false;
 }
 
 }  // namespace
@@ -268,13 +295,11 @@ Name Split(const std::string& path) {
 
 bool Remove(const std::string& path) {
   const Name object = Split(path);
-  OpenFolders way(OpenFolders::Links::kRefuse);
-  if (way.Begin(object.folder.c_str()) < 0) return false;
-  const Posix::Place place = way.In(object.name.c_str());
-  FileInfo info;
-  if (Files().LinkStatus(place, info) < 0) return false;
-  if (info.kind != FileKind::kFolder) return Files().RemoveFile(place) >= 0;
-  return FolderRemoval(way).Remove(object.name);
+  return RemoveIn(object.folder.c_str(), object.name);
+}
+
+bool Remove(Posix::Place object) {
+  return RemoveIn({object.folder, "."}, object.path);
 }
 
 bool Copy(const std::string& source, const std::string& target) {
@@ -282,7 +307,7 @@ bool Copy(const std::string& source, const std::string& target) {
   if (!GetLinkStatus(source, info) || ObjectExists(target)) return false;
   if (info.kind == FileKind::kFolder) return CopyFolder(source, target);
   FileCopier copier;
-  return CopyEntry({source, target}, info.kind, copier);
+  return CopyEntry(source, target.c_str(), info.kind, copier);
 }
 
 }  // namespace FileTree

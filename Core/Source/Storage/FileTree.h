@@ -36,6 +36,8 @@ Name Split(const std::string& path);
 /// is opened in the one above it and what is in it removed from there, so that whatever is renamed or replaced
 /// by a link meanwhile, nothing is removed that was not below `path`.
 bool Remove(const std::string& path);
+/// The same for a name, one component, in an open folder.
+bool Remove(Posix::Place object);
 /// Copies a file, a link or a folder with its content to `target`, which must not exist, as deep as the system's paths
 /// reach. A copy that fails is removed again. FIFOs, sockets and devices are not copied.
 bool Copy(const std::string& source, const std::string& target);
