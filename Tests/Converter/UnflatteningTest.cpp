@@ -132,22 +132,25 @@ TEST_F(Unflattening, AnEmptiedFolderThatCannotBeRemovedServes) {
 
 TEST_F(Unflattening, StaysInItsBundleWhateverIsSwappedMeanwhile) {
   ASSERT_TRUE(Flatten());
-  const std::pair<const char*, const char*> kSwaps[] = {{"out", "precious"},
-                                                        {"out/Contents", "precious"},
-                                                        {"out/Contents/sub", "precious"},
-                                                        {"out/Contents/sub/b", "precious/stone"}};
-  for (const auto& [name, target] : kSwaps) {
+  const struct {
+    const char* name;
+    const char* target;
+  } kSwaps[] = {{"out", "precious"},
+                {"out/Contents", "precious"},
+                {"out/Contents/sub", "precious"},
+                {"out/Contents/sub/b", "precious/stone"}};
+  for (const auto& swap : kSwaps) {
     for (int call = 1;; ++call) {
       for (const char* left : {"out", "out.moved"}) std::filesystem::remove_all(folder.Path(left));
       folder.Write("out/Contents/sub/old", "old");
       folder.Write("precious/stone", "precious");
-      Support::Meddler meddler(call,
-                               [&] { Support::SwapForALink(folder.Path(name), folder.Path(target)); });
+      Support::Meddler meddler(
+          call, [&] { Support::SwapForALink(folder.Path(swap.name), folder.Path(swap.target)); });
       Capture([&] { UnflattenFile(Path("archive"), Path("out"), false); });
       if (!meddler.HasMeddled()) break;
       const std::filesystem::recursive_directory_iterator precious(folder.Path("precious"));
-      EXPECT_EQ(std::distance(begin(precious), end(precious)), 1) << name << call;
-      EXPECT_EQ(folder.Read("precious/stone"), "precious") << name << call;
+      EXPECT_EQ(std::distance(begin(precious), end(precious)), 1) << swap.name << call;
+      EXPECT_EQ(folder.Read("precious/stone"), "precious") << swap.name << call;
     }
   }
 }

@@ -45,7 +45,7 @@ TEST(OpenFolders, LeadDownAndBackWithFewHandles) {
   constexpr int kDepth = 300;
   const TemporaryFolder folder;
   folder.Write(Chain(kDepth) + "end", "");
-  for (const rlim_t handles : {64, 12}) {
+  for (const rlim_t handles : {rlim_t{64}, rlim_t{12}}) {
     rlimit before = {};
     ::getrlimit(RLIMIT_NOFILE, &before);
     const rlimit few = {.rlim_cur = handles, .rlim_max = before.rlim_max};

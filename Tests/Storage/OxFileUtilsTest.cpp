@@ -111,7 +111,7 @@ TEST_F(OxFileUtilsTest, DeletionOfFoldersThatForbidSomething) {
     ASSERT_EQ(::seteuid(65534), 0);
   }
   const TemporaryFolder folder;
-  for (const mode_t mode : {0600, 0300, 0700, 0000}) {
+  for (const mode_t mode : {0600U, 0300U, 0700U, 0000U}) {
     for (const bool isEmpty : {true, false}) {
       const std::string path = folder.MakeFolder("a/b");
       if (!isEmpty) folder.Write("a/b/c", "");
