@@ -173,7 +173,7 @@ bool OxFile::ExistsAt(Posix::Place place) {
   return Posix::Files().Status(place, info) >= 0;
 }
 
-FileStatus OxFile::ReadAt(std::uint64_t position, std::span<std::byte> out, std::size_t& actual) {
+FileStatus OxFile::ReadAt(std::uint64_t position, std::span<std::byte> out, std::size_t& actual) const {
   actual = 0;
   if (!IsOpen()) return kStatusNotOpen;
   while (actual < out.size()) {
@@ -223,7 +223,7 @@ FileStatus OxFile::WriteSome(std::uint64_t position, std::span<const Posix::Piec
 }
 
 std::int64_t OxFile::CopyInKernel(std::uint64_t position, OxFile& target, std::uint64_t targetPosition,
-                                  std::size_t count) {
+                                  std::size_t count) const {
   const std::int64_t copied = Posix::Files().CopyRange(fd_, position, target.fd_, targetPosition, count);
   if (copied > 0) {
     target.length_ = std::max(target.length_, targetPosition + static_cast<std::uint64_t>(copied));

@@ -102,12 +102,12 @@ class OxFile {
 
   /// Fills `out` from `position`; `actual` receives the bytes read. kStatusEndOfFile when the file ends
   /// first, for any position.
-  FileStatus ReadAt(std::uint64_t position, std::span<std::byte> out, std::size_t& actual);
+  FileStatus ReadAt(std::uint64_t position, std::span<std::byte> out, std::size_t& actual) const;
   /// Writes the pieces one behind the other; in one system call unless the system takes only a part.
   FileStatus WriteAt(std::uint64_t position, std::span<const Posix::Piece> pieces);
   /// Posix::FileOps::CopyRange() from this file to `target`: the bytes copied, 0 at the end of this file, or a negative number when they have to be read and written.
   std::int64_t CopyInKernel(std::uint64_t position, OxFile& target, std::uint64_t targetPosition,
-                            std::size_t count);
+                            std::size_t count) const;
   /// The permission bits and the time of the last modification.
   FileStatus CopyAttributesTo(OxFile& target) const;
   /// The smaller of `wanted` and the file's length; the system is asked only when `wanted` lies beyond

@@ -83,7 +83,7 @@ class OxFileUtils {
   /// names that are no UTF-8 are reported too, and -1 stands for a folder that cannot be examined as well.
   static long ListFolder(const OxPath& folder, const OxString& pattern, std::vector<OxFolderEntry>& out);
   /// A name that the file system gave, as text that can be shown: with "?" for every byte that is not UTF-8.
-  static OxString ShownName(std::string_view native);
+  static OxString ShownName(std::string_view name);
   /// The first matching entry in case-insensitive order whose name does not begin with "."; without one
   /// `out` is left alone.
   static bool LocateFirstFileMatching(const OxPath& folder, const OxString& pattern, OxPath& out);
