@@ -1,3 +1,4 @@
+#include <array>
 #include <chrono>
 #include <fstream>
 #include <span>
@@ -51,10 +52,14 @@ class ProgressTest : public testing::Test {
     return Drawn();
   }
 
-  std::string Drawn() {
-    std::string text(4096, ' ');
-    const ssize_t got = ::read(screen_, text.data(), text.size());
-    return text.substr(0, got > 0 ? static_cast<std::size_t>(got) : 0);
+  // A terminal hands over what was written to it in its own time, all of it only to a read that finds nothing else.
+  std::string Drawn() const {
+    std::string text;
+    std::array<char, 4096> some{};
+    for (ssize_t got = 0; (got = ::read(screen_, some.data(), some.size())) > 0;) {
+      text.append(some.data(), static_cast<std::size_t>(got));
+    }
+    return text;
   }
 
   void Resize(unsigned short columns) {
