@@ -71,8 +71,8 @@ class RecordExtraction {
   bool complete_ = true;
   OpenFolders way_{OpenFolders::Links::kRefuse};  // From the bundle to the last record's folder.
   std::string path_;            // Of the record's file; begins with that of the contents.
-  std::size_t bundleLength_;    // Of it, with the "/".
-  std::size_t contentsLength_;  // Likewise.
+  std::size_t bundleLength_;    // Of the bundle's path, with the "/".
+  std::size_t contentsLength_;  // Of the contents' path, with the "/".
   std::string lastFolder_;      // Where the way leads, as a path.
   std::string folderName_;      // Of the folder to be entered.
 };

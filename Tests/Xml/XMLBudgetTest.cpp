@@ -182,7 +182,7 @@ TEST(XMLBudget, LongChainsOfEntities) {
             "Syntax Error (Expected element tag name) on line 1.");
 }
 
-// Each subset is read on to what ends its instruction, which stands behind them all.
+// Each subset is read on to what ends its instruction, which follows them all.
 TEST(XMLBudget, SubsetsThatReadOnBehindTheirEnd) {
   const std::string subset = "<!DOCTYPE r [<?]>";
   const std::string rest = "<!-- ?><!ENTITY e 'x'>]--><r a='&e;'/>";

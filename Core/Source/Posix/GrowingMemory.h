@@ -19,7 +19,7 @@ class GrowingMemory {
   /// Makes room for at least `wanted` bytes, above the present capacity. A block that becomes large gets `expected`
   /// bytes where that is more: pages cost nothing until they are used. Throws std::bad_alloc, and nothing has changed.
   void Grow(std::size_t wanted, std::size_t expected);
-  /// The first `count` bytes are not needed any more and may become zeros: whole pages of a large piece go back to
+  /// The first `count` bytes are not needed any more and may become zeros: whole pages of a large block go back to
   /// the system.
   void Forget(std::size_t count);
 

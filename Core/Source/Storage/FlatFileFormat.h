@@ -75,7 +75,9 @@ std::array<std::byte, 8> EncodePosition(std::uint64_t position);
 
 /// Decodes the bytes on disk; nothing is checked.
 FileHeader DecodeFileHeader(std::span<const std::byte, kFileHeaderSize> bytes);
-RecordHeader DecodeRecordHeader(std::span<const std::byte, kRecordHeaderSize> bytes);  ///< Not checked.
-IndexEntry DecodeIndexEntry(std::span<const std::byte, kIndexEntrySize> bytes);        ///< Likewise.
+/// Decodes the bytes on disk; nothing is checked.
+RecordHeader DecodeRecordHeader(std::span<const std::byte, kRecordHeaderSize> bytes);
+/// Decodes the bytes on disk; nothing is checked.
+IndexEntry DecodeIndexEntry(std::span<const std::byte, kIndexEntrySize> bytes);
 
 }  // namespace FlatFile

@@ -152,7 +152,7 @@ class OxDataFile {
   FileStatus ReadBytes(unsigned long count, void* buffer);
   /// Writes at the position and moves it; throws ReadOnly unless opened for writing.
   FileStatus WriteBytes(unsigned long count, const void* buffer);
-  /// With `restore` the position is put back, else it stands behind the header.
+  /// With `restore` the position is put back, else it is after the header.
   FileStatus ReadFileHeader(FlatFile::FileHeader& header, bool restore);
   /// Writes the header that this object keeps; it reaches the disk at the next read or at Close(). Throws
   /// ReadOnly unless opened for writing.
@@ -300,7 +300,7 @@ class OxDataFile::Iterator {
 
   /// Valid until the iterator moves. Throws InvalidState at the end.
   const Record& operator*() const;
-  /// Likewise.
+  /// The same record's members.
   const Record* operator->() const { return &**this; }
   /// To the next record of the list, or to the end. Throws InvalidState at the end.
   Iterator& operator++();

@@ -40,8 +40,8 @@ class OxXMLDoc : public OxXMLNode {
   /// What stands between the delimiters. Nothing checks the text of this and the next two: the closing
   /// delimiter inside it is written as it is and ends the node when that is parsed.
   Hux::SmartPtr<OxXMLCDATANode> CreateCDATANode(OxString text);
-  Hux::SmartPtr<OxXMLCommentNode> CreateCommentNode(OxString text);                 ///< Likewise.
-  Hux::SmartPtr<OxXMLPINode> CreatePINode(const OxXMLName& target, OxString data);  ///< Likewise.
+  Hux::SmartPtr<OxXMLCommentNode> CreateCommentNode(OxString text);                 ///< Without "<!--".
+  Hux::SmartPtr<OxXMLPINode> CreatePINode(const OxXMLName& target, OxString data);  ///< Without "<?".
   Hux::SmartPtr<OxXMLDocTypeNode> CreateDocTypeNode(const OxXMLName& name);  ///< Without declarations.
 
   /// The first element among the children, or null.

@@ -37,17 +37,17 @@ class OxXMLDocTypeNode : public OxXMLNode {
 
   /// The first text that is set for a name stays; later ones are ignored.
   void SetEntity(const OxString& name, const OxString& text);
-  /// Likewise for a name that stands behind "%".
+  /// The same for a parameter entity, referred to with "%".
   void SetParameterEntity(const OxString& name, const OxString& text);
   /// Whether the entity is known; `out` is its replacement text, or empty. The five predefined names
   /// (lt, gt, amp, quot, apos) always give their character.
   bool GetEntity(const OxString& name, OxString& out) const;
-  /// Likewise; nothing is predefined.
+  /// The same for a parameter entity; nothing is predefined.
   bool GetParameterEntity(const OxString& name, OxString& out) const;
 
   /// The stored text of a declared entity, or null. It stays where it is as long as this node lives.
   const OxString* FindEntity(std::string_view name) const;
-  /// Likewise.
+  /// The same for a parameter entity.
   const OxString* FindParameterEntity(std::string_view name) const;
 
  protected:

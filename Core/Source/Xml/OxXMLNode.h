@@ -81,10 +81,11 @@ class OxXMLNode : public Hux::Retainable {
   virtual bool AllowChild(const Hux::SmartPtr<OxXMLNode>& node) const;
   /// Called when `node` has become a child. An override calls this one, which keeps Index() right.
   virtual void ChildAdded(const Hux::SmartPtr<OxXMLNode>& node);
-  virtual void ChildRemoved(const Hux::SmartPtr<OxXMLNode>& node);  ///< Likewise, when it has left.
-  /// Hooks for subclasses; they do nothing here.
+  virtual void ChildRemoved(
+      const Hux::SmartPtr<OxXMLNode>& node);  ///< As ChildAdded(), when it has left.
+  /// A hook for subclasses, which does nothing here.
   virtual void AttributeChanged(const OxString& name, const OxString& value);
-  virtual void AttributeRemoved(const OxString& name);  ///< Likewise.
+  virtual void AttributeRemoved(const OxString& name);  ///< A hook as AttributeChanged() is.
   /// A copy with value and clones of the attributes, of the same document, without parent, line and
   /// children (an attribute's text counts as its value). A document's copy is a document of its own.
   virtual Hux::SmartPtr<OxXMLNode> CloneSelf() const = 0;

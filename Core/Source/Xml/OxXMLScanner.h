@@ -98,7 +98,7 @@ class OxXMLScanner : public OxScanner {
   }
   /// Takes a reference and gives the name in it, or nothing and an empty view.
   std::string_view TakeEntityRef(std::string& spill) { return TakeReference('&', spill); }
-  /// Likewise with "%".
+  /// The same with "%".
   std::string_view TakePERef(std::string& spill) { return TakeReference('%', spill); }
   /// Takes a character reference and gives its value.
   bool TakeCharRef(std::uint32_t& codePoint);

@@ -19,7 +19,7 @@ void AppendProtected(std::string_view text, std::string& out);
 /// OxXMLNode::Escape().
 void AppendEscaped(std::string_view text, bool escapeWhitespace, std::string& out);
 
-/// What stands behind an attribute's name: "=", and its value in quotes.
+/// What follows an attribute's name: "=", and its value in quotes.
 void AppendValue(std::string_view value, std::string& out);
 
 // Each at a depth of `indent`, as AppendIndent() takes it.
