@@ -59,6 +59,12 @@ std::uint32_t BundlePlan::AddFolder(std::uint32_t parent, bool isLink, std::stri
   return static_cast<std::uint32_t>(folders.size() - 1);
 }
 
+std::string BundlePlan::PathOf(std::uint32_t folder, std::string_view leaf) const {
+  std::string path = root;
+  for (const std::uint32_t next : FindRoute(0, folder).enter) (path += '/') += Leaf(next);
+  return (path += '/') += leaf;
+}
+
 // A folder's index is larger than that of the one that it is in.
 BundlePlan::Route BundlePlan::FindRoute(std::uint32_t from, std::uint32_t to) const {
   Route route;

@@ -88,6 +88,8 @@ class BundlePlan {
   std::uint32_t AddFolder(std::uint32_t parent, bool isLink, std::string_view leaf);
   /// The last component, ended by a zero byte; empty for folder 0. Until AddFolder().
   const char* Leaf(std::uint32_t folder) const { return folderNames_.c_str() + folders[folder].leaf; }
+  /// The path of a name in a folder, in time that grows with the folder's depth.
+  std::string PathOf(std::uint32_t folder, std::string_view leaf) const;
   /// The shortest way between two folders, given by their indices.
   Route FindRoute(std::uint32_t from, std::uint32_t to) const;
 

@@ -24,14 +24,9 @@ using Posix::FolderEntry;
 using Posix::Place;
 using StepKind = BundlePlan::StepKind;
 
-bool IsText(std::string_view name) {
-  std::size_t characters = 0;
-  return StringWalk::Validate(name, characters);
-}
-
 // Whether a record can have the name, and a path can hold it as it is.
 bool IsUsable(std::string_view name) {
-  return name.find('\\') == std::string_view::npos && IsText(name);
+  return name.find('\\') == std::string_view::npos && StringWalk::IsAcceptable(name);
 }
 
 bool IsDescription(std::string_view name) {
@@ -82,7 +77,6 @@ class Walk {
 
   std::uint32_t Here() const { return levels_.back().folder; }
   std::optional<FileInfo> TargetOf(const std::string& link);
-  std::optional<FileInfo> Identify(std::uint32_t folder, const char* name);
   void AddStep(std::string_view leaf, StepKind kind) { plan_.Add(kind, Here(), leaf); }
 
   BundlePlan plan_;
@@ -129,16 +123,10 @@ std::optional<FileInfo> Walk::TargetOf(const std::string& link) {
   return result >= 0 ? std::optional(info) : std::nullopt;
 }
 
-std::optional<FileInfo> Walk::Identify(std::uint32_t folder, const char* name) {
-  FileInfo info;
-  const int result =
-      folders_.Do(folder, name, [&](Place place) { return Posix::Files().Status(place, info); });
-  return Identified(result, info, name);
-}
-
 void Walk::Visit(const FolderEntry& entry) {
   const bool isLink = entry.kind == FileKind::kLink;
-  const auto target = isLink && IsText(entry.name) ? TargetOf(entry.name) : std::nullopt;
+  const auto target =
+      isLink && StringWalk::IsAcceptable(entry.name) ? TargetOf(entry.name) : std::nullopt;
   const FileKind kind = target ? target->kind : entry.kind;
   if (kind == FileKind::kFolder && IsUsable(entry.name)) return VisitFolder(entry.name, target);
   if (isLink || levels_.back().isBehindLink) CountLinked(linkedFiles_, kMostLinkedFiles, "files");
@@ -149,7 +137,7 @@ void Walk::VisitFile(const FolderEntry& entry, const std::optional<FileInfo>& ta
   const FileKind kind = target ? target->kind : entry.kind;
   const bool isArchive = IsArchive(entry, target);
   plan_.reachesArchive = plan_.reachesArchive || isArchive;
-  if (!IsText(entry.name)) {
+  if (!StringWalk::IsAcceptable(entry.name)) {
     return AddStep(OxFileUtils::ShownName(entry.name).view(), StepKind::kUnreadable);
   }
   if (!IsUsable(entry.name)) return AddStep(entry.name, StepKind::kUnreadable);
@@ -162,7 +150,7 @@ void Walk::VisitFile(const FolderEntry& entry, const std::optional<FileInfo>& ta
 // `target` is that of a link.
 void Walk::VisitFolder(const std::string& name, const std::optional<FileInfo>& target) {
   if (target || levels_.back().isBehindLink) {
-    const auto identity = target ? target : Identify(Here(), name.c_str());
+    const auto identity = target ? target : folders_.Identify(Here(), name.c_str());
     if (identity && IsBeingWalked(*identity))
       return CountLinked(linkedFiles_, kMostLinkedFiles, "files");
     CountLinked(linkedFolders_, kMostLinkedFolders, "folders");
@@ -179,7 +167,7 @@ void Walk::VisitFolder(const std::string& name, const std::optional<FileInfo>& t
 
 bool Walk::IsBeingWalked(const FileInfo& folder) {
   return std::any_of(levels_.rbegin(), levels_.rend(), [&](Level& level) {
-    if (!level.identity) level.identity = Identify(level.folder, ".");
+    if (!level.identity) level.identity = folders_.Identify(level.folder, ".");
     return level.identity && level.identity->IsSameObject(folder);
   });
 }
@@ -197,7 +185,7 @@ void Walk::Enter(bool isLink, const std::string& name, std::vector<FolderEntry> 
 
 // What cannot be listed may still hold the archive.
 void Walk::AddUnlistedFolder(const std::string& name) {
-  const auto identity = archive_ ? Identify(Here(), name.c_str()) : std::nullopt;
+  const auto identity = archive_ ? folders_.Identify(Here(), name.c_str()) : std::nullopt;
   if (identity && LiesInside(archivePath_, *identity)) plan_.reachesArchive = true;
   AddStep(name, StepKind::kUnlistedFolder);
 }
@@ -208,8 +196,8 @@ bool Walk::IsArchive(const FolderEntry& entry, const std::optional<FileInfo>& ta
   if (target) return target->IsSameObject(*archive_);
   const bool hasOtherInode = entry.inode != 0 && entry.inode != archive_->inode;
   if (hasOtherInode && entry.kind != FileKind::kLink) return false;
-  if (!IsText(entry.name)) return entry.inode == archive_->inode;
-  const std::optional<FileInfo> file = Identify(Here(), entry.name.c_str());
+  if (!StringWalk::IsAcceptable(entry.name)) return entry.inode == archive_->inode;
+  const std::optional<FileInfo> file = folders_.Identify(Here(), entry.name.c_str());
   return file && file->IsSameObject(*archive_);
 }
 

@@ -177,15 +177,11 @@ Outcome PlannedWriter::AddFile(const BundlePlan::Step& step, const BundlePlan::S
 // it fails.
 void SettleDanglingLinks(BundlePlan& plan, const OxPath& archive) {
   if (plan.danglingLinks.empty()) return;
+  const auto written = Identify(archive);
   PlannedFolders folders(plan);
   for (const BundlePlan::Position at : plan.danglingLinks) {
     const BundlePlan::Step step = plan.At(at);
-    Posix::FileInfo info;
-    const int result = folders.Do(step.folder, step.leaf.data(), [&](Posix::Place place) {
-      return Posix::Files().Status(place, info);
-    });
-    const auto target = Identified(result, info, step.leaf.data());
-    const auto written = Identify(archive);
+    const auto target = folders.Identify(step.folder, step.leaf.data());
     const bool isArchive = target && written && target->IsSameObject(*written);
     plan.SetKind(at, isArchive ? BundlePlan::StepKind::kLeftOut : BundlePlan::StepKind::kLinkedFile);
   }

@@ -15,7 +15,6 @@
 namespace {
 
 using StepKind = BundlePlan::StepKind;
-
 using Position = BundlePlan::Position;
 
 // A file that will be stored, and the bytes that its place in an archive offers.
@@ -24,11 +23,6 @@ struct StoredFile {
   std::uint64_t room = 0;
   OxString name;
 };
-
-bool IsText(std::string_view name) {
-  std::size_t characters = 0;
-  return StringWalk::Validate(name, characters);
-}
 
 bool IsPassedOver(StepKind kind) {
   return kind == StepKind::kUnlistedFolder || kind == StepKind::kLeftOut;
@@ -91,13 +85,13 @@ bool HasNameClashes(const std::vector<Posix::FolderEntry>& entries) {
   std::vector<std::size_t> hashes;
   hashes.reserve(entries.size());
   for (const Posix::FolderEntry& entry : entries) {
-    if (IsText(entry.name)) hashes.push_back(HashNoCase(std::string_view(entry.name)));
+    if (StringWalk::IsAcceptable(entry.name)) hashes.push_back(HashNoCase(std::string_view(entry.name)));
   }
   std::ranges::sort(hashes);
   if (std::ranges::adjacent_find(hashes) == hashes.end()) return false;
   std::vector<FoldedName> names;
   for (const Posix::FolderEntry& entry : entries) {
-    if (IsText(entry.name)) names.emplace_back(std::string_view(entry.name));
+    if (StringWalk::IsAcceptable(entry.name)) names.emplace_back(std::string_view(entry.name));
   }
   return HasEqualNames(std::move(names));
 }

@@ -22,7 +22,7 @@ std::optional<Posix::FileInfo> Ask(Query query, const OxString& path) {
   const char* const text = path.c_str();
   Posix::FileInfo info;
   const int result = (Posix::Files().*query)(text, info);
-  return Identified(result, info, text);
+  return Identified(result, info, [text] { return std::string(text); });
 }
 
 // Where the object itself lies, when a link leads to it.
@@ -34,9 +34,10 @@ std::string PlaceOf(const OxPath& object) {
 
 }  // namespace
 
-std::optional<Posix::FileInfo> Identified(int result, const Posix::FileInfo& info, const char* path) {
+std::optional<Posix::FileInfo> Identified(int result, const Posix::FileInfo& info,
+                                          const std::function<std::string()>& path) {
   if (IsAbsentOrBarred(result)) return std::nullopt;
-  if (result < 0) throw std::system_error(-result, std::generic_category(), path);
+  if (result < 0) throw std::system_error(-result, std::generic_category(), path());
   return info;
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <optional>
+#include <string>
 
 #include "Foundation/OxPath.h"
 #include "Posix/FileOps.h"
@@ -18,8 +20,9 @@ std::optional<Posix::FileInfo> IdentifyLink(const OxPath& path);
 /// The same for paths that an OxPath would change, such as those with a backslash in a name.
 std::optional<Posix::FileInfo> IdentifyVerbatim(const OxString& path);
 std::optional<Posix::FileInfo> IdentifyLinkVerbatim(const OxString& path);  ///< Of a link itself.
-/// What a status query's result means: `info`, or nothing, or an exception that names `path`.
-std::optional<Posix::FileInfo> Identified(int result, const Posix::FileInfo& info, const char* path);
+/// What a status query's result means: `info`, or nothing, or an exception that names what `path()` returns.
+std::optional<Posix::FileInfo> Identified(int result, const Posix::FileInfo& info,
+                                          const std::function<std::string()>& path);
 
 bool IsSameObject(const OxPath& a, const OxPath& b);
 

@@ -1,7 +1,5 @@
 #include "OutputPath.h"
 
-#include <string_view>
-
 #include "Console.h"
 #include "ObjectIdentity.h"
 #include "PathExpansion.h"
@@ -10,13 +8,6 @@ namespace {
 
 bool WouldDestroyInput(const OxPath& input, const OxPath& output) {
   return input == output || IsSameObject(input, output) || LiesInside(output, input);
-}
-
-// With "/" after it the name of a file would not be found, although deleting would find it.
-OxPath WithoutTrailingSlashes(const OxPath& path) {
-  const std::string_view text = path.native_string().view();
-  const std::size_t last = text.find_last_not_of('/');
-  return last == std::string_view::npos ? path : OxPath(OxString(text.substr(0, last + 1)));
 }
 
 }  // namespace
@@ -30,6 +21,7 @@ std::optional<OxPath> ResolveOutputPath(const OxPath& input, const OxPath& outpu
     Console::Error("Error: no output path specified\n");
     return std::nullopt;
   }
+  // With "/" after it the name of a file would not be found, although deleting would find it.
   OxPath result = WithoutTrailingSlashes(ExpandPath(output));
   const OxPath parent = result.branch_path();
   const auto existing = Identify(result);

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "ObjectIdentity.h"
+
 FileStatus PlannedFolders::OpenFile(const BundlePlan::Step& step, std::optional<OxFile>& file) {
   const bool isLink = step.kind == BundlePlan::StepKind::kLinkedFile;
   const unsigned long permission = OxFile::kRead | (isLink ? 0UL : OxFile::kNoLink);
@@ -12,6 +14,13 @@ FileStatus PlannedFolders::OpenFile(const BundlePlan::Step& step, std::optional<
     return status == kStatusTooManyFiles ? -EMFILE : 0;
   });
   return result < 0 && status == kStatusOk ? StatusOfResult(result) : status;
+}
+
+std::optional<Posix::FileInfo> PlannedFolders::Identify(std::uint32_t folder, const char* leaf) {
+  Posix::FileInfo info;
+  const int result =
+      Do(folder, leaf, [&](Posix::Place place) { return Posix::Files().Status(place, info); });
+  return Identified(result, info, [&] { return plan_.PathOf(folder, leaf); });
 }
 
 int PlannedFolders::GoTo(std::uint32_t folder) {

@@ -29,6 +29,8 @@ class PlannedFolders {
     const bool hasTooFewHandles = result == -EMFILE || result == -ENFILE;
     return hasTooFewHandles && way_.CloseSpareHandles() ? operation(way_.In(leaf)) : result;
   }
+  /// As Identify() of a path, for a name in a folder; "." is the folder.
+  std::optional<Posix::FileInfo> Identify(std::uint32_t folder, const char* leaf);
   /// Opens a step's file for reading; a link only if the step is for one.
   FileStatus OpenFile(const BundlePlan::Step& step, std::optional<OxFile>& file);
 

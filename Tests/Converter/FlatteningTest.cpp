@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -270,6 +271,26 @@ TEST_F(Flattening, WhatIsSwappedForALinkIsNotRead) {
   }
 }
 
+// The walk asks by a name in an open folder, which alone would tell nobody what failed.
+TEST_F(Flattening, WhatCannotBeAskedForIsNamedByItsPath) {
+  folder.Write("far/deep/c", "c");
+  folder.MakeLink("X.widget/Contents/far", "../../far");
+  std::vector<std::string> reasons;
+  for (int call = 1, last = 0; last == 0; ++call) {
+    const FaultyFileOps faults({.failCall = call, .only = Support::FileCall::kStatus});
+    try {
+      PlanContents(Path("X.widget"), Path("archive"));
+      if (!faults.Fired()) last = call;
+    } catch (const std::system_error& failure) {
+      reasons.emplace_back(failure.what());
+    }
+  }
+  const std::string deep = folder.Path("X.widget/Contents/far/deep") + ": Input/output error";
+  EXPECT_NE(std::ranges::find(reasons, deep), reasons.end());
+  EXPECT_TRUE(std::ranges::all_of(
+      reasons, [&](const std::string& reason) { return reason.starts_with(folder.Path("")); }));
+}
+
 // Deeper than a path can say, and than there are handles.
 TEST_F(Flattening, ADeepBundleIsStoredWhole) {
   constexpr int kDepth = 400;
@@ -367,19 +388,9 @@ TEST_F(Flattening, AFolderThatCannotBeListed) {
 }
 
 // As files do that a system makes up when they are read.
-class EveryFileSeemsLonger : public Posix::FileOps {
-  int OpenStatus(int fd, Posix::FileInfo& info) override {
-    const int result = FileOps::OpenStatus(fd, info);
-    info.size += 1000;
-    return result;
-  }
-
-  Posix::ScopedFileOps installed_{this};
-};
-
 TEST_F(Flattening, FilesThatAreShorterThanTheySayAreStoredAsTheyAre) {
   {
-    const EveryFileSeemsLonger longer;
+    const FaultyFileOps longer({.extraLength = 1000});
     EXPECT_EQ(Capture([&] { EXPECT_TRUE(Flatten()); }).err, "");
   }
   OxDataFile archive(0x77646774, Path("archive").native_string());

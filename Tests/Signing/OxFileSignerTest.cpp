@@ -341,20 +341,9 @@ TEST_F(FileSigner, AFileThatIsChangedMeanwhileIsNotWritten) {
   EXPECT_EQ(folder_.Read("file"), 'x' + kContent.substr(1));
 }
 
-// As a file is that somebody cuts short once it has been asked for its length.
-class EveryFileSeemsLonger : public Posix::FileOps {
-  int OpenStatus(int fd, Posix::FileInfo& info) override {
-    const int result = FileOps::OpenStatus(fd, info);
-    info.size += 7;
-    return result;
-  }
-
-  Posix::ScopedFileOps inPlace_{this};
-};
-
 TEST_F(FileSigner, AFileThatIsCutMeanwhileIsNeitherVerifiedNorWritten) {
   const std::string good = Signed(valid_, kContent);
-  const EveryFileSeemsLonger longer;
+  const Support::FaultyFileOps longer({.extraLength = 7});
   EXPECT_EQ(Verify(), OxFileSigner::kUnreadable);
   EXPECT_EQ(OxFileSigner::Sign(path_, OxString(), valid_), OxFileSigner::kCannotOpen);
   EXPECT_EQ(folder_.Read("file"), good);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <utility>
@@ -48,6 +49,7 @@ struct FaultPlan {
   FileCall only = FileCall::kAny;  ///< Which calls are counted.
   bool keepFailing = false;        ///< Every counted call from that one on fails.
   std::size_t mostBytes = 0;       ///< What one transfer moves at most; 0 for no bound.
+  std::uint64_t extraLength = 0;   ///< How many bytes every open file seems to be longer than it is.
   /// Rearranges what ListFolder() found.
   std::function<void(std::vector<Posix::FolderEntry>&)> order = nullptr;
 };
@@ -94,7 +96,10 @@ class FaultyFileOps final : public Posix::FileOps {
     return Fails(FileCall::kLinkStatus, place) ? -plan_.error : FileOps::LinkStatus(place, info);
   }
   int OpenStatus(int fd, Posix::FileInfo& info) override {
-    return Fails(FileCall::kOpenStatus) ? -plan_.error : FileOps::OpenStatus(fd, info);
+    if (Fails(FileCall::kOpenStatus)) return -plan_.error;
+    const int result = FileOps::OpenStatus(fd, info);
+    info.size += plan_.extraLength;
+    return result;
   }
   int Map(int fd, std::size_t length, const std::byte*& address) override {
     return Fails(FileCall::kMap) ? -plan_.error : FileOps::Map(fd, length, address);

@@ -148,3 +148,9 @@ OxString WobGetPathParent(const OxString& path) {
 OxString WobGetPathTerminal(const OxString& path) {
   return OxPath(path).leaf();
 }
+
+OxPath WithoutTrailingSlashes(const OxPath& path) {
+  const std::string_view text = path.native_string().view();
+  const std::size_t last = text.find_last_not_of('/');
+  return last == std::string_view::npos ? path : OxPath(OxString(text.substr(0, last + 1)));
+}

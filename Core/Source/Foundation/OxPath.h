@@ -76,3 +76,6 @@ class OxPath {
 /// The text of the parent of a path, and its last component.
 OxString WobGetPathParent(const OxString& path);
 OxString WobGetPathTerminal(const OxString& path);
+
+/// The path without the separators at its end, however many; one of nothing else stays.
+OxPath WithoutTrailingSlashes(const OxPath& path);

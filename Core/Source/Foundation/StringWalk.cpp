@@ -57,3 +57,8 @@ bool StringWalk::Validate(std::string_view utf8, std::size_t& codePoints) {
   codePoints = CountCharacters(utf8);
   return offends == 0;
 }
+
+bool StringWalk::IsAcceptable(std::string_view utf8) {
+  std::size_t codePoints = 0;
+  return Validate(utf8, codePoints);
+}

@@ -6,7 +6,7 @@
 #include "Foundation/OxString.h"
 #include "Foundation/UnicodeConversion.h"
 
-/// UTF-8 primitives shared by the sources of OxString; `char` pointers throughout.
+/// UTF-8 primitives; `char` pointers throughout.
 namespace StringWalk {
 
 /// Whether a byte continues a character.
@@ -34,5 +34,8 @@ std::size_t CountCharacters(std::string_view utf8);
 
 /// Whether the bytes are acceptable to the string, and how many characters they hold.
 bool Validate(std::string_view utf8, std::size_t& codePoints);
+
+/// Whether a string can be made of the bytes, such as a name that comes from a disk.
+bool IsAcceptable(std::string_view utf8);
 
 }  // namespace StringWalk

@@ -53,10 +53,7 @@ bool MakeFolder(const OxPath& path, unsigned permissions) {
 
 // The parent of `path`, without trailing separators; branch_path() removes only one of several.
 OxPath FolderAbove(const OxPath& path) {
-  const OxPath branch = path.branch_path();
-  const std::string_view text = branch.native_string().view();
-  const std::size_t last = text.find_last_not_of('/');
-  return last == std::string_view::npos ? branch : OxPath(OxString(text.substr(0, last + 1)));
+  return WithoutTrailingSlashes(path.branch_path());
 }
 
 // Makes the folder and, first, those above it that do not exist, `most` at most; only the last result counts.
@@ -88,15 +85,13 @@ bool MakeFolders(const OxPath& path, unsigned permissions) {
 
 // The bytes of the character that `text` begins with; 0 when it begins with none.
 std::size_t CharacterBytes(std::string_view text) {
-  std::size_t characters = 0;
   const std::size_t length = GetUTF8SequenceLength(static_cast<unsigned char>(text.front()));
   const bool whole = length > 0 && length <= text.size();
-  return whole && StringWalk::Validate(text.substr(0, length), characters) ? length : 0;
+  return whole && StringWalk::IsAcceptable(text.substr(0, length)) ? length : 0;
 }
 
 OxFolderEntry MakeEntry(const Posix::FolderEntry& native) {
-  std::size_t characters = 0;
-  const bool named = StringWalk::Validate(native.name, characters);
+  const bool named = StringWalk::IsAcceptable(native.name);
   return {named ? OxString(native.name) : OxFileUtils::ShownName(native.name), native.kind, native.inode,
           named};
 }

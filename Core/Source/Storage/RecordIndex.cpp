@@ -20,15 +20,10 @@ bool IsUnterminated(std::uint32_t offset, std::optional<std::string_view> name, 
   return !name || offset + name->size() >= length;
 }
 
-bool IsText(std::string_view name) {
-  std::size_t characters = 0;
-  return StringWalk::Validate(name, characters);
-}
-
 // The name at `offset`, if it is valid.
 std::optional<std::string_view> MatchableName(std::uint32_t offset, NameTable& names) {
   const std::optional<std::string_view> name = names.At(offset);
-  return name && IsText(*name) ? name : std::nullopt;
+  return name && StringWalk::IsAcceptable(*name) ? name : std::nullopt;
 }
 
 }  // namespace
@@ -167,7 +162,7 @@ void RecordIndex::MakeTable(NameTable& names) {
     const std::uint32_t offset = entries_[slot].nameOffset;
     const auto name = names.At(offset);
     someNameIsUnterminated |= IsUnterminated(offset, name, names.Length());
-    if (name && IsText(*name)) table.Add(HashNoCase(*name), NarrowLength(slot));
+    if (name && StringWalk::IsAcceptable(*name)) table.Add(HashNoCase(*name), NarrowLength(slot));
   }
   table_ = std::move(table);
   someNameIsUnterminated_ = someNameIsUnterminated;
@@ -181,7 +176,7 @@ void RecordIndex::AddToTable(std::size_t slot, NameTable& names) {
   try {
     const auto name = names.At(offset);
     if (IsUnterminated(offset, name, names.Length())) someNameIsUnterminated_ = true;
-    if (name && IsText(*name)) table_->Add(HashNoCase(*name), NarrowLength(slot));
+    if (name && StringWalk::IsAcceptable(*name)) table_->Add(HashNoCase(*name), NarrowLength(slot));
   } catch (...) {
     table_.reset();
   }
