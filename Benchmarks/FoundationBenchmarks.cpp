@@ -33,7 +33,7 @@ void BM_SetText(benchmark::State& state) {
 }
 BENCHMARK(BM_SetText)->Args({10, 1})->Args({1 << 20, 1})->Args({1 << 20, 0});
 
-// Texts that differ in their last letter's case alone.
+// Texts that differ only in the case of their last letter.
 void BM_CompareNoCase(benchmark::State& state) {
   const OxString a((Sentence(static_cast<std::size_t>(state.range(0)), true) + "a").c_str());
   const OxString b((Sentence(static_cast<std::size_t>(state.range(0)), true) + "A").c_str());

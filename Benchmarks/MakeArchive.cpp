@@ -1,5 +1,5 @@
-// make_archive FILE RECORDS [BYTES]: an archive of RECORDS records of BYTES bytes each, named as a widget's
-// files would be, in folders of a hundred.
+// make_archive FILE RECORDS [BYTES]: writes an archive of RECORDS records of BYTES bytes each. Their names are like
+// those of a widget's files, a hundred in each folder.
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,6 +1,6 @@
-// measure COMMAND...: runs the command, its standard output discarded, and prints its milliseconds and its peak
-// memory in kilobytes on standard error. A process starts with the peak of the one that made it, so a small
-// program has to do this.
+// measure COMMAND...: runs the command, discards its standard output, and prints its milliseconds and its peak memory
+// in kilobytes on standard error. The system counts the memory of the process that starts the command as part of that
+// peak, so a small program has to start it.
 
 #include <chrono>
 #include <cstdio>

@@ -1,6 +1,6 @@
 // parse_compare FILE ROUNDS [PARSER]: parses FILE with each parser in turn, ROUNDS times, and prints a line
-// "PARSER MEDIAN_MS" each. With PARSER (ox, libxml2, expat, pugixml) only that one runs, once a round, so that
-// a caller can measure its memory; "none" loads the text and parses nothing.
+// "PARSER MEDIAN_MS" for each. With PARSER (ox, libxml2, expat, pugixml) only that one runs, so that a caller can
+// measure its memory; "none" loads the text and does not parse it.
 
 #include <algorithm>
 #include <chrono>
@@ -27,7 +27,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Each returns whether the text parsed, with the result freed inside.
+// Each parses, frees the result and returns whether the text was parsed.
 using Parser = std::function<bool(const std::string& bytes, const OxString& text)>;
 
 bool ParseWithOx(const std::string&, const OxString& text) {
@@ -74,7 +74,7 @@ int main(int argc, char** argv) {
     std::fputs("usage: parse_compare FILE ROUNDS [PARSER]\n", stderr);
     return 2;
   }
-  // In one piece: what a growing buffer leaves behind would hide what a parser takes.
+  // In one piece: memory that a growing buffer has freed would hide what a parser takes.
   std::string bytes(std::filesystem::file_size(argv[1]), 0);
   std::ifstream(argv[1], std::ios::binary)
       .read(bytes.data(), static_cast<std::streamsize>(bytes.size()));

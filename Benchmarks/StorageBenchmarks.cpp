@@ -15,7 +15,7 @@ constexpr unsigned long kWidget = 0x77646774;
 constexpr short kRead = 1;
 constexpr short kReadWriteCreate = 11;
 
-// An archive in the temporary folder that is gone with this object.
+// An archive in the temporary folder, deleted with this object.
 class TemporaryArchive {
  public:
   TemporaryArchive()

@@ -36,7 +36,7 @@ void BM_DecodeLatin1(benchmark::State& state) {
 }
 BENCHMARK(BM_DecodeLatin1);
 
-// Nothing declared: the search has to look at every line, and each looks promising.
+// No encoding is declared, but every line begins like a declaration, so the search has to read all of them.
 void BM_SearchForDeclaration(benchmark::State& state) {
   std::string text;
   while (text.size() < static_cast<std::size_t>(state.range(0))) text += "<?<meta ";

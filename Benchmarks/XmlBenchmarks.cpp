@@ -20,7 +20,7 @@ OxString Description(std::int64_t elements) {
   return OxString(text.data(), text.size());
 }
 
-// Names and what stands between them, as a parser's tokens fall.
+// Names and the characters between them, like the tokens of a parser.
 void BM_Scan(benchmark::State& state) {
   const OxString text = Description(state.range(0));
   for (auto _ : state) {
@@ -60,7 +60,7 @@ void BM_WriteOut(benchmark::State& state) {
 }
 BENCHMARK(BM_WriteOut)->RangeMultiplier(10)->Range(100, 100000)->Complexity(benchmark::oN);
 
-// What a program does with a tree, against the number of nodes: each line must grow as they do.
+// Operations on a tree. The time of each must grow in proportion to the number of nodes.
 
 using Operation = void (*)(OxXMLDoc& doc, OxXMLElementNode& root, std::int64_t nodes);
 
@@ -103,7 +103,7 @@ void CloneIndexAndSearch(OxXMLDoc& doc, OxXMLElementNode& root, std::int64_t nod
   copy->GetElementsByTagName("a", list);
 }
 
-// Character by character, looking at each, in text whose characters are not all as long.
+// Reads text character by character; the characters have different lengths in bytes.
 void SplitText(OxXMLDoc& doc, OxXMLElementNode& root, std::int64_t nodes) {
   std::string text;
   for (std::int64_t i = 0; i < nodes; ++i) text += i % 2 == 0 ? "\xC3\xA9" : "e";

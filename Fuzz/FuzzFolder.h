@@ -11,7 +11,7 @@
 
 #include "FuzzInput.h"
 
-/// A folder of this process's own in memory, emptied for every input.
+/// A folder in a memory file system that only this process uses, emptied for every input.
 class FuzzFolder {
  public:
   FuzzFolder() : path_("/dev/shm/converter-fuzz-" + std::to_string(getpid())) {
@@ -38,7 +38,7 @@ class FuzzFolder {
     return bytes;
   }
 
-  /// The names that stand directly in the folder.
+  /// The names directly in the folder.
   std::size_t Count() const {
     return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(path_), {}));
   }

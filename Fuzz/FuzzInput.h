@@ -7,16 +7,16 @@
 #include <string>
 #include <string_view>
 
-// What the fuzz targets share: taking an input apart, and the one way to say that a promise was broken.
+// What the fuzz targets share: taking an input apart, and reporting that a promise was broken.
 
-/// Ends the program, so that the fuzzer keeps the input, when `promise` does not hold.
+/// Aborts the program if `promise` is false, so that the fuzzer keeps the input.
 inline void Require(bool promise, const char* what) {
   if (promise) return;
   std::fprintf(stderr, "broken promise: %s\n", what);
   std::abort();
 }
 
-/// Takes numbers and texts off the front of an input; zeros and empty texts when it is used up.
+/// Takes numbers and texts from the front of an input. Returns zeros and empty texts when it is used up.
 class FuzzInput {
  public:
   FuzzInput(const std::uint8_t* data, std::size_t size)
@@ -34,7 +34,7 @@ class FuzzInput {
   /// 0 to bound - 1.
   unsigned Below(unsigned bound) { return (Byte() * 256U + Byte()) % bound; }
 
-  /// Up to 255 bytes, as many as the first one says.
+  /// Up to 255 bytes; the byte before them is their number.
   std::string_view Text() { return Take(Byte()); }
   std::string_view Rest() { return Take(rest_.size()); }
 

@@ -245,7 +245,7 @@ void LiteralArchive::WriteData(const OxString& name, const std::string& data, Ty
   if (!inPlace) {
     header = RecordHeader();
     if (FindFreeBlock(needed, block, header)) {
-      target = block + kRecordHeaderSize;  // Deliberate: behind the header that was just written back.
+      target = block + kRecordHeaderSize;  // Deliberate: after the header that was just written.
     } else {
       block = target = file_.size();
       header = RecordHeader();

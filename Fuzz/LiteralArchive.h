@@ -8,17 +8,17 @@
 #include "Foundation/OxString.h"
 #include "Storage/FlatFileFormat.h"
 
-/// The archive engine's procedures step by step on a file in memory: no caches, no put-off writes, no
-/// look-up table. Slow, plain, and the judge of the real one.
+/// The archive engine's procedures, step by step on a file in memory: no caches, no deferred writes, no lookup table.
+/// It is slow and plain, and the real engine is compared with it.
 class LiteralArchive {
  public:
   explicit LiteralArchive(std::uint32_t typeCode, bool isProtected = false);
 
-  /// Writes index and name table back, as closing does.
+  /// Writes index and name table, as closing does.
   void Close();
-  /// Reads a closed archive's bytes, which may be damaged. False when they are no archive of this type.
+  /// Reads a closed archive's bytes, which may be damaged. False if they are not an archive of this type.
   bool Open(std::string file);
-  /// Name and payload, as it is stored, of every record in the order of the list.
+  /// Name and stored payload of every record, in the order of the used list.
   std::vector<std::pair<OxString, std::string>> Records() const;
   void AddRecord(const OxString& name, const std::string& data);
   bool DeleteRecord(const OxString& name);

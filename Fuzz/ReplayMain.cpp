@@ -1,5 +1,5 @@
-// Takes libFuzzer's place where there is none: runs the target once for every file that is named, or that
-// stands in a folder that is named.
+// Replaces libFuzzer where the compiler has none: runs the target once for each file in the arguments and in the
+// folders among them.
 
 #include <cstdint>
 #include <cstdio>

@@ -10,7 +10,7 @@
 #include "Signing/CryptoHandles.h"
 #include "Signing/OxCertificate.h"
 
-/// A certificate that signs itself, with its private key, made on the spot.
+/// A new self-signed certificate with its private key.
 inline Hux::SmartPtr<OxCertificate> MakeFuzzCertificate() {
   InitialiseCryptoLibrary();
   const CryptoPtr<evp_pkey_st> key(EVP_RSA_gen(1024));

@@ -17,7 +17,7 @@ struct Seen {
   std::size_t bytes = 0;
 };
 
-// An index that points past the end of a mapping is told by an exception.
+// An index that points past the end of a mapping is reported by an exception.
 void FindAgain(OxDataFile& file, const OxString& name) {
   OxBuffer data;
   try {

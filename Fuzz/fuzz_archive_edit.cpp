@@ -1,5 +1,5 @@
-// A random series of additions, rewrites, deletions, damages and reopenings beside the same series done
-// literally: every answer agrees, and so does every byte of the closed file. What was only edited is not called
+// A random series of additions, rewrites, deletions, damages and reopenings, done by the engine and by LiteralArchive:
+// every answer agrees, and so does every byte of the closed file. An archive that was only edited is not reported as
 // damaged, unless the engine's reuse of a free block overwrote a record or lost a name.
 
 #include <algorithm>
@@ -20,7 +20,7 @@ constexpr std::uint32_t kWidget = 0x77646774;
 constexpr short kReadWriteCreate = 11;
 constexpr short kReadWrite = 3;
 
-// Several of them are one name, since letter case does not count.
+// Several of them are the same name, since letter case is ignored.
 OxString Name(FuzzInput& input) {
   constexpr std::array kNames = {"name0",    "name1",    "name2",
                                  "NAME0",    "NAME1",    "NAME2",
@@ -40,7 +40,7 @@ class Editing {
     Require(file_.Open(kReadWriteCreate | protection), "the archive can be made");
   }
 
-  /// False when damage has made the file one that does not open.
+  /// False if the file does not open any more because of damage.
   bool Step(FuzzInput& input) {
     const unsigned action = input.Byte() % 8;
     const OxString name = Name(input);
@@ -71,7 +71,7 @@ class Editing {
  private:
   using Records = std::vector<std::pair<OxString, std::string>>;
 
-  // The records that have a name, which is not `but`.
+  // The records that have a name other than `but`.
   Records Readable(const OxString& but = OxString()) const {
     Records records = judge_.Records();
     std::erase_if(records, [&](const auto& record) {
@@ -80,7 +80,7 @@ class Editing {
     return records;
   }
 
-  // `records` is what there was before the archive was closed.
+  // `records` are those before the archive was closed.
   void CheckSoundness(const Records& records) {
     LiteralArchive closed(kWidget);
     closed.Open(judge_.file());
@@ -93,13 +93,13 @@ class Editing {
     DamageWatch watch(file);
     for (OxDataFile::Iterator it = file.Begin(); !(it == file.End()); ++it) {
       if (it->GetName().empty() && it->GetDataLength() > 0)
-        return;  // Counts as damage, however it was made.
+        return;  // Counts as damage, whatever caused it.
       watch.See(*it);
     }
     Require(!watch.FoundDamage(), "a sound archive is not called damaged");
   }
 
-  // The archive with one byte changed.
+  // Changes one byte of the archive.
   std::string Damaged(FuzzInput& input) const {
     std::string bytes = judge_.file();
     bytes[input.Below(static_cast<unsigned>(bytes.size()))] ^= input.Byte();
@@ -139,7 +139,7 @@ class Editing {
     });
   }
 
-  // As it is stored, or the other way round.
+  // From plain to stored, or from stored to plain.
   std::string Scrambled(const std::string& data) const {
     return file_.IsProtected() ? std::string(WobScrambleData(data.data(), data.size(), true).view())
                                : data;

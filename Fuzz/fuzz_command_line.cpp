@@ -40,14 +40,14 @@ void MakeInputs(const FuzzFolder& folder) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const FuzzFolder folder;
-  static const std::filesystem::path home = std::filesystem::current_path();  // Of the corpus's paths.
+  static const std::filesystem::path home = std::filesystem::current_path();  // For corpus paths.
   static const bool ready = (SilenceBothStreams(), true);
   (void)ready;
   std::filesystem::current_path(folder.File("."));
   MakeInputs(folder);
   FuzzInput input(data, size);
   std::vector<std::string> texts{"Converter"};
-  // An argument that leads out of the folder could reach anybody's files: only harmless texts are kept.
+  // An argument that leads out of the folder could change other files, so only harmless texts are used.
   for (int i = 0; i < 12 && !input.empty(); ++i) {
     std::string text = Argument(input, folder);
     text.resize(std::min(text.size(), text.find('\0')));

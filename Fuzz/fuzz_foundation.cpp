@@ -1,4 +1,4 @@
-// OxString beside a plain sequence of code points, and every codec there and back.
+// OxString behaves as a plain sequence of code points, and what every codec encodes it decodes again.
 
 #include <algorithm>
 
@@ -16,7 +16,7 @@ OxString FromModel(const Model& model) {
   return text;
 }
 
-// One of few characters, so that searches find something; never zero, which ends walks.
+// One of a few characters, so that searches find something; never zero, which ends walks.
 char32_t Character(FuzzInput& input) {
   constexpr char32_t kAlphabet[] = {U'a', U'b', U' ', U'A', 0xE9, 0xC9, 0x20AC, 0x1F600};
   return kAlphabet[input.Byte() % 8];

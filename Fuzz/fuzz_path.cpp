@@ -1,4 +1,4 @@
-// OxPath's rules beside each other, and OxPathMatcher beside a judge that tries everything.
+// OxPath's functions agree with each other, and OxPathMatcher with a matcher that tries everything.
 
 #include "Foundation/OxPath.h"
 #include "Foundation/OxString.h"
@@ -7,8 +7,8 @@
 
 namespace {
 
-// Whether `c` is a member of the class that begins behind `pattern`'s "["; moves `pattern` behind its "]",
-// or sets it to null when the class does not end.
+// Whether `c` is in the class after whose "[" `pattern` points. Moves `pattern` past its "]", or sets it to
+// null if the class does not end.
 bool InClass(const char*& pattern, char c) {
   const bool negated = *pattern == '^';
   if (negated) ++pattern;
@@ -79,7 +79,7 @@ void CheckPath(const OxString& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzInput input(data, size);
-  // The judge needs time that grows with the stars to the power of the name, so both stay short.
+  // The time of a matcher that tries everything grows with the name to the power of the stars, so both stay short.
   const std::string pattern = ZeroFree(input.Text(), 8);
   const std::string name = ZeroFree(input.Text(), 12);
   Require(OxPathMatcher(name.c_str(), pattern.c_str()) == Judge(name.c_str(), pattern.c_str()),

@@ -1,4 +1,4 @@
-// Any bytes, in any encoding: decoding ends, gives well-formed text and leaves nothing undecided.
+// Any bytes, in any encoding: decoding ends, returns well-formed text and chooses an encoding.
 
 #include <cstdio>
 
@@ -8,7 +8,7 @@
 #include "Utilities/TextDecoding.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  // The progress lines of the decoder are not what is looked at here.
+  // The decoder's messages are not tested here.
   static const bool silent = std::freopen("/dev/null", "w", stdout) != nullptr;
   Require(silent, "standard output can be silenced");
 

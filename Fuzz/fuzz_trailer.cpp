@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kNumberBytes = 4;
 
-// Folder, keys and path of all inputs.
+// Folder, keys and path, the same for all inputs.
 struct Bench {
   FuzzFolder folder;
   Hux::SmartPtr<OxCertificate> certificate = MakeFuzzCertificate();
@@ -37,7 +37,7 @@ std::int32_t Verify(const OxString& path) {
   return code;
 }
 
-// The end of a file decides, so most inputs become a trailer behind some content.
+// Only the end of a file matters, so most inputs become a trailer after some content.
 std::string WithMagic(FuzzInput& input) {
   std::string bytes(input.Rest());
   if (bytes.size() >= 4) bytes.replace(bytes.size() - 4, 4, "ngis");
@@ -69,7 +69,7 @@ std::string Decoded(const std::string& base64) {
   return std::string(bytes.view());
 }
 
-// A signed file in pieces whose lengths the edits need not keep right.
+// A signed file in pieces. Edits need not keep the lengths in it right.
 struct SignedFile {
   enum Field { kContent, kSignature, kCertificate, kGap, kFieldCount };
 
@@ -90,8 +90,8 @@ std::string SignedFile::Build() const {
   return fields[kContent] + block + Number(block.size() + 2 * kNumberBytes) + "ngis";
 }
 
-// The content ends a line, as PEM wants it in front of a certificate, and its signature does not begin as base64
-// does: what lenient readers need to be led astray.
+// The content ends with a line end, which PEM needs before a certificate, and the decoded signature begins with a byte
+// that is not ASCII, so no base64: lenient readers could be misled only then.
 SignedFile MakeSignedFile() {
   const auto& [folder, certificate, path] = TheBench();
   const std::size_t pem = certificate->GetAsPEM().length();
@@ -113,7 +113,7 @@ void EditText(FuzzInput& input, std::string& text) {
   text.replace(at, erased, input.Text());
 }
 
-// Moves bytes over the border between two fields.
+// Moves bytes across the border between two fields.
 void MoveBorder(std::string& left, std::string& right, std::size_t border) {
   const std::string both = left + right;
   left = both.substr(0, border);

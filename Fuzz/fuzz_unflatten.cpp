@@ -1,5 +1,5 @@
-// Any bytes, extracted beside a canary: nothing outside the target bundle changes, and the folders in it are not
-// many times what the names spell out.
+// Any bytes, extracted beside a canary: nothing outside the target bundle changes, and the number of folders in it is
+// bounded by the length of the names.
 
 #include <algorithm>
 #include <cstddef>
@@ -21,7 +21,7 @@ constexpr std::string_view kCanary = "The canary sings.";
 void Silence() {
   const int null = open("/dev/null", O_WRONLY);
   Require(dup2(null, STDOUT_FILENO) >= 0, "standard output can be silenced");
-  // The sanitizers report to standard error, so it stays; the tool's lines are few.
+  // Standard error stays open, since the sanitizers report there; the tool prints few lines.
   close(null);
 }
 

@@ -18,7 +18,7 @@ bool Parse(const OxString& text, bool strict, const Hux::SmartPtr<OxXMLDoc>& doc
   return error.GetError() == OxXMLError::kNoError;
 }
 
-// Elements and attributes in document order. Text is left out: writing adds line ends, parsing trims.
+// Elements and attributes in document order. Text is left out, since writing adds line ends and parsing trims.
 std::string Outline(const Hux::SmartPtr<OxXMLDoc>& document) {
   OxXMLNodeList elements;
   document->GetElementsByTagName("*", elements);
@@ -36,8 +36,8 @@ std::string Outline(const Hux::SmartPtr<OxXMLDoc>& document) {
   return outline;
 }
 
-// Declarations are read on behind the "]" that ends the subset, so a literal, a comment or an entity in it may
-// take in what follows, which is written in another way.
+// Declarations are read beyond the "]" that ends the subset, so a literal, a comment or an entity in it may include
+// what follows, which is written differently.
 bool MayRunOn(std::string_view docType) {
   char quote = 0;
   for (const char c : docType) {
@@ -51,12 +51,12 @@ bool MayRunOn(std::string_view docType) {
   return quote != 0 || holds("<--") || holds("<!--") || holds("%");
 }
 
-// Whether something was parsed that is not meant to survive being written.
+// Whether something was parsed that writing and parsing again may change.
 bool IsExcused(const OxString& text, const OxXMLDoc& document, const OxString& written) {
-  // A reference to the character zero puts it into the text, and a zero ends what is parsed.
+  // A reference to the character zero puts a zero into the text, and parsing ends at a zero.
   if (written.view().find('\0') != std::string_view::npos) return true;
-  // An instruction's data ends at the first "?>", even inside one of its quoted values. And a comment that the
-  // end of the text ends may have a hyphen there, which is written before "-->".
+  // An instruction's data ends at the first "?>", even inside one of its quoted values. A comment without an end may
+  // end in a hyphen, which is then written before "-->".
   if (text.contains("<?") || text.view().ends_with('-')) return true;
   for (auto node = document.GetFirstChild(); node; node = node->GetNextSibling()) {
     if (node->GetNodeType() == OxXMLNode::kDocTypeNode && MayRunOn(node->GetAsString(-1).view())) {

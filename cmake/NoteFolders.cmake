@@ -1,5 +1,5 @@
-# Runs when installing begins: notes in OX_NOTES the topmost folder above each of OX_FOLDERS that is missing yet, and in
-# OX_MISSING all that are.
+# Runs when installing begins. Sets OX_MISSING to the folders on the way to each of OX_FOLDERS that do not exist yet,
+# and appends the topmost of each way to the file OX_NOTES.
 set(OX_MISSING "")
 foreach(folder IN LISTS OX_FOLDERS)
   cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}")

@@ -1,4 +1,5 @@
-# Runs between installing into cpack's folder and packing that: the umask has decided the modes of some folders.
+# Runs after cpack has installed into its own folder, and before it packs that. Installing takes the modes of some
+# folders from the umask; here all get the usual ones.
 file(GLOB_RECURSE entries LIST_DIRECTORIES ON "${CPACK_TEMPORARY_DIRECTORY}/*")
 foreach(entry IN LISTS entries)
   if(IS_DIRECTORY "${entry}")

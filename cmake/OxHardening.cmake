@@ -1,12 +1,12 @@
-# Hardening of optimised builds, where compiler and target have it. The builder's own flags win: what they
-# settle, one way or the other, is left out here.
+# Hardening of optimised builds, where compiler and target support it. The builder's own flags take precedence: what
+# they turn on or off is left out here.
 
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 include(CheckLinkerFlag)
 include(CheckPIESupported)
 
-# Level 3 needs help from both compiler and C library; where one lacks it, <features.h> falls back to less.
+# Sets `level` to 3 if both compiler and C library support it, otherwise to 2: then <features.h> would lower 3 itself.
 function(ox_find_fortify_level level)
   set(CMAKE_REQUIRED_FLAGS "-O2 -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -Werror")
   check_cxx_source_compiles("
@@ -40,7 +40,7 @@ function(ox_harden target config kind given pattern flag)
   endif()
 endfunction()
 
-# Is the last -O among `flags` one that optimises?
+# Sets `result` to whether the last -O among `flags` optimises.
 function(ox_is_optimised result flags)
   string(REGEX MATCHALL "(^| )-O[^ ]*" levels " ${flags}")
   list(POP_BACK levels last)
@@ -51,7 +51,7 @@ function(ox_is_optimised result flags)
   endif()
 endfunction()
 
-# Hardens what compiles with `compile` and what links with `link`, in each configuration whose flags optimise.
+# Adds the flags to the interface targets `compile` and `link`, in each configuration whose flags optimise.
 function(ox_harden_optimised compile link)
   ox_find_fortify_level(level)
   set(configs ${CMAKE_CONFIGURATION_TYPES})
@@ -78,7 +78,7 @@ function(ox_harden_optimised compile link)
   endforeach()
 endfunction()
 
-# Position-independent executables in every build; the libraries' objects then fit into shared ones, too.
+# Position-independent executables in every build; so the libraries' objects can also be linked into shared libraries.
 string(TOLOWER "${CMAKE_CXX_FLAGS} ${CMAKE_EXE_LINKER_FLAGS}" given)
 if(NOT DEFINED CMAKE_POSITION_INDEPENDENT_CODE AND NOT given MATCHES "no-pi[ce]")
   set(CMAKE_POSITION_INDEPENDENT_CODE ON)

@@ -2,7 +2,8 @@
 
 include(CMakePackageConfigHelpers)
 
-# The installing user's umask changes no mode. Of folders that come with their files CMake heeds it all the same.
+# Modes do not depend on the installing user's umask. CMake applies it all the same to folders that it makes for a
+# file; the last install(CODE) below corrects these.
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
@@ -14,7 +15,7 @@ set(OX_PACKAGE_FOLDER "${CMAKE_INSTALL_LIBDIR}/cmake/Converter")
 set(OX_PKGCONFIG_FOLDER "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 set(OX_COMPLETIONS_FOLDER "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
 
-# Uninstalling removes the folders that installing made, so they are noted before it begins.
+# Uninstalling removes the folders that installing made, so those that are missing are noted before it begins.
 set(OX_FOLDERS "${CMAKE_INSTALL_BINDIR}" "${CMAKE_INSTALL_MANDIR}/man1" "${OX_COMPLETIONS_FOLDER}"
   "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions"
   "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" "${CMAKE_INSTALL_DATADIR}/mime/packages"
@@ -30,11 +31,11 @@ if(PROJECT_IS_TOP_LEVEL)
 endif()
 
 install(TARGETS Converter RUNTIME COMPONENT tool)
-# Packages have the manual compressed.
+# Packages have a compressed manual instead, see OxPackage.cmake.
 install(FILES Packaging/Converter.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT site)
 install(FILES Packaging/completions/Converter.bash RENAME Converter
   DESTINATION "${OX_COMPLETIONS_FOLDER}" COMPONENT tool)
-# zsh looks into one folder below /usr/local, and on Debian into another one for what packages bring.
+# Below /usr/local zsh reads site-functions, and on Debian it reads vendor-completions for packages.
 install(FILES Packaging/completions/_Converter
   DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" COMPONENT site)
 install(FILES Packaging/completions/_Converter
@@ -44,14 +45,14 @@ install(FILES Packaging/completions/Converter.fish
 install(FILES Packaging/converter.xml DESTINATION "${CMAKE_INSTALL_DATADIR}/mime/packages" COMPONENT tool)
 install(FILES Packaging/converter.magic RENAME magic
   DESTINATION "${CMAKE_INSTALL_DATADIR}/converter" COMPONENT tool)
-# All that the documents link.
+# The documents, and all that they link to.
 install(FILES README.md CONTRIBUTING.md CHANGES.md TYPE DOC COMPONENT tool)
 install(DIRECTORY Docs Trust TYPE DOC COMPONENT tool FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
 install(FILES Examples/read-archive/main.cpp Examples/read-archive/CMakeLists.txt
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/Examples/read-archive" COMPONENT tool)
 install(PROGRAMS Examples/release-widget DESTINATION "${CMAKE_INSTALL_DOCDIR}/Examples" COMPONENT tool)
 
-# What installing and packaging need; the tests and benchmarks may stay unbuilt.
+# Builds what installing and packaging need; the tests and benchmarks may stay unbuilt.
 add_custom_target(ox_installed DEPENDS Converter ox_builtin_trust ${OX_LIBRARIES})
 set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 
@@ -63,8 +64,8 @@ list(JOIN OX_LIBRARIES " " OX_COMPONENTS)
 configure_package_config_file(cmake/ConverterConfig.cmake.in "${PROJECT_BINARY_DIR}/ConverterConfig.cmake"
   INSTALL_DESTINATION "${OX_PACKAGE_FOLDER}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/ConverterConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
-# The tree may be moved: `cmake --install` and packages choose other prefixes than configuring did. Folders that are
-# given as absolute paths stay.
+# `cmake --install` and packages may choose another prefix than configuring did, so converter.pc finds it from its own
+# place. Folders that are absolute paths do not move.
 if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
   set(OX_PC_PREFIX "${CMAKE_INSTALL_PREFIX}")
 else()

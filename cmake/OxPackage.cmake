@@ -1,7 +1,7 @@
 # The Debian packages that cpack makes: the tool's and the library's.
 
 # ox_install_compressed(source folder name component)
-# Only packages have it: what is installed by hand needs neither.
+# Installs the compressed file `source` as `folder`/`name`.gz, in packages only.
 function(ox_install_compressed source folder name component)
   find_program(OX_GZIP gzip)
   if(OX_GZIP)
@@ -43,7 +43,8 @@ Converter flattens a widget bundle, a folder with a description, images and
 scripts, into one archive file, lists such an archive and turns it back into
 a bundle. It signs files with an RSA key and an X.509 certificate, and
 verifies them with the certificate authorities that are built into it.")
-# The program loads these itself, so its file does not name them; their numbers are those that it was compiled for.
+# The program loads these libraries itself, so the packager's tools cannot find them in its file. It needs the versions
+# that it was compiled for.
 string(REGEX MATCH "^[0-9]+" OX_ICU_MAJOR "${ICU_VERSION}")
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libssl3 | libssl3t64, libicu${OX_ICU_MAJOR}")
 

@@ -1,8 +1,9 @@
-# The compiler's settings for every target, and the ways in which targets are made here.
+# The compiler's settings for every target, and functions that make targets.
 
 include(OxHardening)
 
-# How each source is compiled, and, for programs, linked as well. Neither reaches the targets of a user's project.
+# ox_compile_settings is how each source is compiled; ox_settings, for programs, is also how they are linked. Neither
+# affects the targets of a user's project.
 add_library(ox_compile_settings INTERFACE)
 add_library(ox_settings INTERFACE)
 target_link_libraries(ox_settings INTERFACE ox_compile_settings)
@@ -10,11 +11,12 @@ set(OX_INCLUDE_FOLDERS "${PROJECT_SOURCE_DIR}/Core/Source" "${PROJECT_SOURCE_DIR
 target_include_directories(ox_compile_settings INTERFACE ${OX_INCLUDE_FOLDERS})
 target_compile_options(ox_compile_settings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat-security $<$<BOOL:${OX_STRICT}>:-Werror>
-  # g++ 12 finds overlaps in std::string's own operator+ that are not there.
+  # g++ 12 warns about overlaps in std::string's own operator+ that do not exist.
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-  # Files of 2 GiB and more, and times after 2038. No interface here or of the libraries below passes such a type.
+  # Files of 2 GiB and more, and times after 2038. No interface of this project or of OpenSSL and ICU has a type that
+  # this changes.
   target_compile_definitions(ox_compile_settings INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 endif()
 
@@ -27,8 +29,8 @@ if(OX_SANITIZE)
     list(APPEND sanitizers -fsanitize=fuzzer-no-link)
   endif()
   target_compile_options(ox_compile_settings INTERFACE ${sanitizers})
-  # Functions that are found at their first call leave the registers of that moment on the stack, and with them parts
-  # of secrets; as in optimised builds there are none.
+  # With lazy binding the dynamic linker saves registers on the stack, and with them parts of secrets. So functions are
+  # bound at the start, as in optimised builds.
   target_link_options(ox_settings INTERFACE ${sanitizers} -Wl,-z,now)
 else()
   ox_harden_optimised(ox_compile_settings ox_settings)
@@ -38,7 +40,8 @@ if(NOT CMAKE_CXX_FLAGS MATCHES "_GLIBCXX_ASSERTIONS|-fhardened")
 endif()
 
 # ox_find_package(target find_package's arguments...)
-# Imported targets are local to a folder. A project around this one links the libraries that need them.
+# Imported targets are local to a folder, but a project that includes this one links libraries that need them. So this
+# makes them global.
 macro(ox_find_package target)
   if(NOT TARGET ${target})
     find_package(${ARGN})
@@ -47,7 +50,7 @@ macro(ox_find_package target)
 endmacro()
 
 # ox_add_library(name SOURCES file... [PUBLIC_LINKS target...] [PRIVATE_LINKS target...])
-# A static library of one folder. Its link lines are the law of includes.
+# A static library of one folder. What it links is what its sources may include.
 function(ox_add_library name)
   cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC_LINKS;PRIVATE_LINKS" ${ARGN})
   add_library(${name} STATIC ${arg_SOURCES})
@@ -58,7 +61,7 @@ function(ox_add_library name)
   target_compile_features(${name} INTERFACE cxx_std_20)
 endfunction()
 
-# More where an emulator runs the tests.
+# scripts/cross sets more, since an emulator runs the tests.
 set(OX_TEST_TIMEOUT 300 CACHE STRING "Seconds that a test may take")
 
 # ox_add_tests(name LABEL unit|cli SOURCES file... LINKS target...)

@@ -1,9 +1,10 @@
-# Trust is data: a folder of certificates becomes the built-in tables of a program that links them. Nothing that is
-# built here has to run for that, and the compiler compares the fingerprints.
+# Makes C++ tables of a folder of certificates; a program that links them trusts these certificates. CMake alone writes
+# them, so this works when compiling for another machine, too, and the compiler compares the fingerprints.
 
 set(OX_TRUST_FOLDER "${PROJECT_SOURCE_DIR}/Trust" CACHE PATH "Folder of the certificates that Converter trusts")
 
-# The lines of the one PEM certificate in `folder`/`name` as string literals, without the last line end.
+# Sets `result` to the lines of the one PEM certificate in `folder`/`name`, as string literals without the last line
+# end.
 function(ox_read_certificate result folder name)
   set(text "")
   if(EXISTS "${folder}/${name}")
@@ -18,7 +19,7 @@ function(ox_read_certificate result folder name)
   set(${result} "    \"${certificates}\"" PARENT_SCOPE)
 endfunction()
 
-# The lists of names and fingerprints that `folder`/fingerprints.txt has.
+# Sets `names` and `fingerprints` to the lists that `folder`/fingerprints.txt holds.
 function(ox_read_roots names fingerprints folder)
   file(STRINGS "${folder}/fingerprints.txt" lines REGEX "^[ \t]*[^# \t]")
   set(found_names "")
@@ -34,7 +35,7 @@ function(ox_read_roots names fingerprints folder)
   set(${fingerprints} "${found_fingerprints}" PARENT_SCOPE)
 endfunction()
 
-# Writes the source of the tables of `folder` to `output`.
+# Writes a C++ source with the tables of `folder` to `output`.
 function(ox_write_trust_tables folder output)
   ox_read_roots(roots fingerprints "${folder}")
   file(GLOB files RELATIVE "${folder}" "${folder}/*.pem")
@@ -68,15 +69,16 @@ function(ox_write_trust_tables folder output)
 endfunction()
 
 # ox_add_trust(name folder)
-# The tables of `folder` as a target for programs to link, one for each program. Configuring or compiling stops when
-# the folder is not as it has to be; Trust/README.md says how that is.
+# Adds a target with the tables of `folder`; a program links exactly one such target. Configuring or compiling stops if
+# the folder does not have the form that Trust/README.md describes.
 function(ox_add_trust name folder)
   set(tables "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp")
   ox_write_trust_tables("${folder}" "${tables}")
   file(GLOB inputs "${folder}/*.pem")
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
     "${folder}" "${folder}/fingerprints.txt" ${inputs})
-  # Objects, not an archive: the library that needs the tables does not name this target.
+  # Objects, not a static library: ox_signing needs the tables but does not link this target, so the linker might drop
+  # them.
   add_library(${name} OBJECT "${tables}")
   target_link_libraries(${name} PRIVATE ox_compile_settings)
 endfunction()

@@ -1,5 +1,5 @@
 # cmake -DBUILD=FOLDER -P Uninstall.cmake: removes what `cmake --install FOLDER` installed last, and the folders that
-# it made for that, unless something else is in them by now.
+# it made for that if nothing else is in them.
 cmake_minimum_required(VERSION 3.22)
 
 file(GLOB manifests "${BUILD}/install_manifest*.txt")

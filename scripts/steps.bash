@@ -1,4 +1,4 @@
-# Sourced by the other scripts: runs through named steps, and says at the end which one failed.
+# Sourced by the other scripts: prints the name of each step, and reports at the end which one failed.
 
 current_step="start"
 cleanups=()

@@ -8,8 +8,8 @@
 
 namespace Support {
 
-/// Gives `judge` every beginning of `good`, and it with each byte changed by every one of `changes`; how many
-/// that were.
+/// Calls `judge` with every shorter beginning of `good`, and with `good` after each of its bytes was changed by each
+/// of `changes`. Returns the number of calls.
 inline int ForEachDamage(const std::string& good, std::string_view changes,
                          const std::function<void(const std::string&)>& judge) {
   int damages = 0;

@@ -10,7 +10,7 @@ std::string BytesOf(std::istringstream& fields) {
   std::string bytes;
   for (std::string field; fields >> field && field != "|";) {
     if (field.front() == '"') {
-      // A text may hold blanks.
+      // The text may hold blanks, at which reading stopped.
       for (std::string more; field.size() == 1 || field.back() != '"'; field += ' ' + more) {
         if (!(fields >> more)) throw std::runtime_error("a quote is not closed: " + field);
       }

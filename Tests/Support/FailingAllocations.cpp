@@ -6,7 +6,7 @@
 
 namespace {
 
-thread_local int callsUntilFailure = 0;  // 0 when none is to fail
+thread_local int callsUntilFailure = 0;  // 0 if none is to fail
 thread_local bool hasFired = false;
 
 bool MustFail() {
@@ -19,7 +19,7 @@ void* Allocate(std::size_t size) {
   return MustFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
 
-// aligned_alloc() wants a multiple of the alignment.
+// aligned_alloc() requires a multiple of the alignment.
 void* Allocate(std::size_t size, std::align_val_t alignment) {
   const auto unit = static_cast<std::size_t>(alignment);
   if (MustFail() || size > static_cast<std::size_t>(-1) - unit) return nullptr;
@@ -42,7 +42,7 @@ Support::FailingAllocations::~FailingAllocations() {
   callsUntilFailure = 0;
 }
 
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): the question is about one object.
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): Fired() is about one object.
 bool Support::FailingAllocations::Fired() const {
   return hasFired;
 }

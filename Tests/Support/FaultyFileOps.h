@@ -48,26 +48,26 @@ struct FaultPlan {
   int error = EIO;                 ///< The errno value it fails with.
   FileCall only = FileCall::kAny;  ///< Which calls are counted.
   bool keepFailing = false;        ///< Every counted call from that one on fails.
-  std::size_t mostBytes = 0;       ///< What one transfer moves at most; 0 for no bound.
-  std::uint64_t extraLength = 0;   ///< How many bytes every open file seems to be longer than it is.
-  /// Rearranges what ListFolder() found.
+  std::size_t mostBytes = 0;       ///< The most that one transfer moves; 0 for no limit.
+  std::uint64_t extraLength = 0;   ///< Added to the length that each open file reports.
+  /// Called with what ListFolder() found, to rearrange it.
   std::function<void(std::vector<Posix::FolderEntry>&)> order = nullptr;
 };
 
-/// Brings the entries of a folder into byte order, whatever order the disk has them in.
+/// Sorts the entries of a folder by the bytes of their names.
 inline void SortByName(std::vector<Posix::FolderEntry>& entries) {
   std::ranges::sort(entries, {}, &Posix::FolderEntry::name);
 }
 
-/// The system's file operations, failing where the plan says. In place from its making to its end.
-/// A failing Close() or Unmap() has still closed or unmapped; any other failing call did nothing.
+/// The system's file operations, some of which fail as the plan says. They replace Posix::Files() while the object
+/// lives. A failing Close() or Unmap() has still closed or unmapped; any other failing call did nothing.
 class FaultyFileOps final : public Posix::FileOps {
  public:
   explicit FaultyFileOps(FaultPlan plan) : plan_(std::move(plan)), installed_(this) {}
 
   bool Fired() const { return failedCall_ != FileCall::kAny; }
   int Calls() const { return calls_; }  ///< How many calls were counted.
-  /// The last call that failed, kAny for none, and its path as the call had it; empty where it takes none.
+  /// The last call that failed, kAny for none, and the path that it was given; empty if it takes none.
   FileCall FailedCall() const { return failedCall_; }
   const std::string& FailedPath() const { return failedPath_; }
 

@@ -10,8 +10,8 @@
 
 namespace Support {
 
-/// The system's file operations, and somebody else who does something right before the n-th of those that name
-/// an object, or write. In place from its making to its end.
+/// The system's file operations, with an action of another process right before the n-th operation that names an
+/// object or writes. They replace Posix::Files() while the object lives.
 class Meddler final : public Posix::FileOps {
  public:
   Meddler(int call, std::function<void()> action) : callsLeft_(call), action_(std::move(action)) {}
@@ -50,8 +50,8 @@ class Meddler final : public Posix::FileOps {
   Posix::ScopedFileOps installed_{this};
 };
 
-/// Puts a link to `target`, or a further name for it if that is a file, in an object's place; what was there
-/// goes to PATH.moved.
+/// Replaces an object by a link to `target`, or by another hard link to it if that is a file. The object is moved to
+/// PATH.moved.
 void SwapForALink(const std::string& path, const std::string& target);
 
 }  // namespace Support

@@ -5,9 +5,9 @@
 
 namespace Support {
 
-/// A fresh folder below the system's temporary folder, removed with all its contents at the end. It
-/// goes round Posix::FileOps, so that faults planned for the code under test do not reach it; what
-/// it cannot do throws, which fails the test.
+/// A new folder in the system's temporary folder, deleted with its contents by the destructor. It does not use
+/// Posix::FileOps, so faults that are planned for the code under test do not affect it. Failures throw, which fails
+/// the test.
 class TemporaryFolder {
  public:
   TemporaryFolder();
@@ -17,16 +17,16 @@ class TemporaryFolder {
 
   /// The resolved path, without a "/" at its end.
   const std::string& path() const { return path_; }
-  /// The path of an object inside.
+  /// The path of an object in the folder.
   std::string Path(std::string_view name) const;
 
-  /// Each makes the folders above what it makes; Write() replaces a file. Returns the path.
+  /// Each also makes the folders above; Write() replaces a file. Returns the path.
   std::string Write(std::string_view name, std::string_view content) const;
   std::string MakeFolder(std::string_view name) const;
   std::string MakeLink(std::string_view name, const std::string& target) const;
 
   std::string Read(std::string_view name) const;
-  /// Whether there is an object, be it a dangling link.
+  /// Whether there is an object; a dangling link is one.
   bool Exists(std::string_view name) const;
 
  private:
