@@ -1,6 +1,7 @@
 #include <atomic>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -62,6 +63,52 @@ bool Decodes() {
   const std::string bytes = "caf\x8E";
   return WobHandleCharacterEncodings(OxBuffer(bytes.data(), bytes.size()), encoding) ==
          OxString("caf\xC3\xA9");
+}
+
+// A document of its own, with what was imported and cloned from the others'.
+bool ReadsItsCopies(OxXMLDoc& doc) {
+  doc.Index();
+  OxXMLNodeList all;
+  doc.GetElementsByTagName("*", all);
+  for (std::size_t i = 0; i < all.Length(); ++i) {
+    const auto node = all.Item(i)->Clone(true);
+    if (node->GetName().u_str()[0] == 0 || node->GetAttributes().Item(0)->GetName().u_str()[0] == 0)
+      return false;
+    for (auto child = node->GetFirstChild(); child; child = child->GetNextSibling()) {
+      if (child->GetName().u_str()[0] == 0 || child->GetValue().u_str() == nullptr) return false;
+    }
+  }
+  return all.Length() == 2;
+}
+
+TEST(Threads, DocumentsThatTookNodesFromOneAnother) {
+  constexpr int kThreads = 4;
+  const OxString text("<r a='1' b='2'><a b='3'>text<!--c--><?p q?></a></r>");
+  const auto source = OxXMLDoc::Make();
+  ASSERT_EQ(OxXMLParser().Parse(text, source).GetError(), OxXMLError::kNoError);
+  const auto from = source->GetRoot()->GetAttributeNode("b");
+  const Hux::SmartPtr<OxXMLTextNode> half = from->GetFirstChild();
+  half->AppendData("more");
+  half->SplitText(2);
+  std::vector<Hux::SmartPtr<OxXMLDoc>> docs{source, source->Clone(true)};
+  while (docs.size() < kThreads) {
+    docs.push_back(OxXMLDoc::Make());
+    Hux::SmartPtr<OxXMLNode> imported;
+    ASSERT_EQ(docs.back()->ImportNode(docs[docs.size() - 2]->GetRoot(), true, imported), 0);
+    docs.back()->AppendChild(imported);
+  }
+  from->RemoveChild(half);  // Shares its text with the attribute that leaves.
+  docs.back()->GetRoot()->SetAttributeNode(from);
+  std::atomic<int> failures = 0;
+  std::vector<std::thread> threads;
+  for (auto& doc : docs) {
+    threads.emplace_back([&failures, own = std::move(doc)]() mutable {
+      if (!ReadsItsCopies(*own)) ++failures;
+      own = nullptr;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(failures, 0);
 }
 
 TEST(Threads, EachWithObjectsOfItsOwn) {

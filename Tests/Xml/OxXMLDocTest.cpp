@@ -1,8 +1,13 @@
+#include <climits>
+#include <functional>
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "Support/FailingAllocations.h"
 #include "Xml/XmlSupport.h"
 
 namespace {
@@ -223,6 +228,197 @@ TEST(OxXMLNode, Hooks) {
   EXPECT_EQ(element->log, "+one ~one +one ~one +two ~two ");
 }
 
+// An element whose next hook does something; its copy does the same.
+class Meddling : public OxXMLElementNode {
+ public:
+  using Action = std::function<void(OxXMLElementNode&)>;
+
+  Meddling() : OxXMLElementNode("m") {}
+  void ChildAdded(const NodePtr&) override { Run(); }
+  void ChildRemoved(const NodePtr&) override { Run(); }
+  void AttributeChanged(const OxString&, const OxString&) override { Run(); }
+  NodePtr CloneSelf() const override {
+    const auto copy = Hux::SmartPtr<Meddling>::Adopt(new Meddling());
+    copy->action = action;
+    return copy;
+  }
+
+  Action action;
+
+ private:
+  void Run() {
+    if (const Action once = std::exchange(action, nullptr)) once(*this);
+  }
+};
+
+// When its text is removed for the first time, it gets another one.
+class MeddlingAttribute : public OxXMLAttrNode {
+ public:
+  MeddlingAttribute() : OxXMLAttrNode("n", "v") {}
+  void ChildRemoved(const NodePtr&) override {
+    if (const NodePtr next = std::exchange(more, nullptr)) AppendChild(next);
+  }
+
+  NodePtr more = OxXMLTextNode::Make("more");
+};
+
+TEST(OxXMLNode, HooksMayChangeTheTree) {
+  const auto make = [](Meddling::Action action, const std::string& texts = "") {
+    auto element = Hux::SmartPtr<Meddling>::Adopt(new Meddling());
+    for (const char c : texts) element->AppendChild(OxXMLTextNode::Make(OxString(&c, 1)));
+    element->action = std::move(action);
+    return element;
+  };
+  const auto clear = [](OxXMLElementNode& element) { element.RemoveAllChildren(); };
+  const auto a = OxXMLElementNode::Make("a");
+  const auto b = OxXMLElementNode::Make("b");
+
+  // Merging: the neighbours of what was merged go, or what it was merged into goes elsewhere.
+  auto old = make(clear, "xyz");
+  old->Normalize();
+  EXPECT_EQ(Dump(*old), "m");
+  old = make([&](OxXMLElementNode& element) { a->AppendChild(element.GetFirstChild()); }, "xyz");
+  const auto outer = OxXMLElementNode::Make("o");
+  outer->AppendChild(old);
+  outer->Normalize();
+  EXPECT_EQ(Dump(*outer) + Dump(*a), "o(m('z'))a('xy')");
+  a->RemoveAllChildren();
+
+  // Moving: the place, the node itself or its new parent is elsewhere when the old parent's hook returns.
+  const auto parent = OxXMLElementNode::Make("p");
+  const auto into = [&](const NodePtr& child) {
+    old = make(nullptr);
+    old->AppendChild(child);
+    parent->AppendChild(b);
+  };
+  into(a);
+  old->action = [&](OxXMLElementNode&) { parent->RemoveChild(b); };
+  EXPECT_EQ(parent->InsertChildBefore(a, b), 8);
+  into(a);
+  old->action = [&](OxXMLElementNode&) { parent->RemoveChild(b); };
+  EXPECT_EQ(parent->ReplaceChild(a, b), 8);
+  into(a);
+  old->action = [&](OxXMLElementNode& element) { element.AppendChild(a); };
+  EXPECT_EQ(parent->AppendChild(a), 3);
+  EXPECT_EQ(Dump(*old) + Dump(*parent), "m(a)p(b)");
+  into(a);
+  old->action = [&](OxXMLElementNode&) { a->AppendChild(parent); };
+  EXPECT_EQ(parent->AppendChild(a), 3);
+  EXPECT_EQ(Dump(*a), "a(p(b))");
+  a->RemoveAllChildren();
+
+  // The replaced one's hook removes the new one; the last reference to the parent goes.
+  old = make([](OxXMLElementNode& element) { element.RemoveChild(element.GetFirstChild()); }, "x");
+  EXPECT_EQ(old->ReplaceChild(a, old->GetFirstChild()), 0);
+  EXPECT_EQ(Dump(*old), "m");
+  auto* raw = old.get();
+  raw->AppendChild(a);
+  raw->action = [&](OxXMLElementNode&) { old = nullptr; };
+  raw->RemoveAllChildren();
+  EXPECT_FALSE(a->GetParent());
+  old = make([&](OxXMLElementNode&) { old = nullptr; });
+  old.get()->SetAttribute("n", "v");
+  EXPECT_FALSE(old);
+  old = make(nullptr);
+  old->SetAttribute("n", "v");
+  old->action = [](OxXMLElementNode& element) { element.RemoveAttributeQuiet("n"); };
+  old->SetAttribute(old->GetAttributes().Item(0)->GetName(), "w");
+  EXPECT_EQ(Dump(*old), "m");
+
+  // The copy's hook takes the copy of the child out, whose own children follow.
+  old = make(nullptr);
+  old->AppendChild(OxXMLElementNode::Make("c"));
+  old->GetFirstChild()->AppendChild(OxXMLElementNode::Make("d"));
+  old->AppendChild(OxXMLElementNode::Make("e"));
+  old->action = clear;
+  EXPECT_EQ(Dump(*old->Clone(true)), "m(e)");
+
+  const auto attribute = Hux::SmartPtr<MeddlingAttribute>::Adopt(new MeddlingAttribute());
+  const NodePtr more = attribute->more;
+  EXPECT_TRUE(attribute->HasChildNodes());
+  attribute->SetValue("w");
+  EXPECT_EQ(Text(attribute->GetValue()), "w");
+  EXPECT_FALSE(more->GetParent());
+}
+
+// Otherwise they would nest without end, or in a circle.
+TEST(OxXMLAttrNode, HasNoAttributes) {
+  const auto doc = OxXMLDoc::Make();
+  const auto attribute = doc->CreateAttrNode("a", "v");
+  const auto other = doc->CreateAttrNode("b", "w");
+  const NodePtr text = attribute->GetFirstChild();
+  for (const NodePtr& node : {NodePtr(attribute), text}) {
+    node->SetAttributeNode(other);
+    node->SetAttribute("c", "x");
+    node->SetAttributeQuiet("c", "x");
+    EXPECT_FALSE(node->GetAttributes().SetNamedItem(other));
+    EXPECT_FALSE(node->GetAttributes().SetNamedItem(attribute));
+    node->GetAttributes() = doc->CreateElementNode("e")->GetAttributes();
+    EXPECT_EQ(node->GetAttributes().Length(), 0U);
+  }
+  EXPECT_FALSE(other->GetOwner());
+  const auto free = doc->CreateTextNode("t");
+  free->SetAttributeNode(other);
+  EXPECT_EQ(attribute->AppendChild(free), 3);
+  free->RemoveAttributeNode(other);
+  EXPECT_EQ(attribute->AppendChild(free), 0);
+}
+
+// Fails every allocation of `operation` in turn; what `state` returns must be what it was, until one succeeds.
+void CheckFailures(const std::function<void()>& operation, const std::function<std::string()>& state) {
+  const std::string before = state();
+  for (int failAt = 1;; ++failAt) {
+    bool failed = false;
+    {
+      const Support::FailingAllocations failing(failAt);
+      try {
+        operation();
+      } catch (const std::bad_alloc&) {
+        failed = true;
+      }
+    }
+    if (!failed) return;
+    EXPECT_EQ(state(), before) << "allocation " << failAt;
+  }
+}
+
+TEST(OxXMLNode, NothingIsLostWhenMemoryIsShort) {
+  const std::string value(100, 'v');
+  const std::string longName(100, 'n');
+  const auto doc = ParseDoc("<r><a n='" + value + "'/><b/>" + value + "<i/></r>");
+  const auto other = ParseDoc("<r/>");
+  const auto root = doc->GetRoot();
+  const NodePtr a = Child(*root, 0);
+  const NodePtr b = Child(*root, 1);
+  const auto state = [&] { return Dump(*doc) + Dump(*other); };
+  const auto attribute = a->GetAttributeNode("n");
+
+  CheckFailures([&] { attribute->GetFirstChild(); }, state);
+  CheckFailures([&] { attribute->SetValue(OxString(value + "w")); }, state);
+  CheckFailures([&] { b->SetAttributeNode(attribute); }, state);
+  CheckFailures([&] { other->GetRoot()->SetAttributeNode(attribute); }, state);
+  EXPECT_EQ(Dump(*other), "r{n=" + value + "w}");
+  for (int i = 0; i < 32; ++i) b->SetAttribute(OxString().format("n%d", i), "v");
+  CheckFailures([&] { b->SetAttributeNode(attribute); }, state);  // The map changes its form.
+  CheckFailures([&] { a->GetAttributes() = b->GetAttributes(); }, state);
+  EXPECT_EQ(a->GetAttributes().Length(), 33U);
+
+  const Hux::SmartPtr<OxXMLTextNode> text = Child(*root, 2);
+  Hux::SmartPtr<OxXMLTextNode> tail;
+  CheckFailures([&] { tail = text->SplitText(1); }, state);
+  EXPECT_TRUE(text->GetNextSibling() == NodePtr(tail));
+  const auto attrText = attribute->GetFirstChild().dynamic_cast_to<OxXMLTextNode>();
+  CheckFailures([&] { attrText->SplitText(1); }, [&] { return Text(attribute->GetValue()); });
+  CheckFailures([&] { root->Normalize(); }, [&] { return Text(root->GetAsString(-1)); });
+  EXPECT_EQ(text->GetLength(), value.size());
+
+  const auto type = doc->CreateDocTypeNode("r");
+  type->SetLocalPath(OxString(value));
+  const auto written = [&] { return Text(type->GetAsString(0)); };
+  CheckFailures([&] { type->SetPublicPath(OxString(longName), OxString(longName)); }, written);
+  CheckFailures([&] { type->SetLocalPath(OxString(longName)); }, written);
+}
+
 TEST(OxXMLAttrNode, ValueAndChildren) {
   const auto doc = ParseDoc("<!DOCTYPE r [<!ENTITY e 'E&amp;'>]><r a='x'/>");
   const auto attribute = doc->GetRoot()->GetAttributeNode("a");
@@ -419,6 +615,27 @@ TEST(OxXMLNode, NoLinkOutlivesWhatItPointsTo) {
     doc->RemoveChild(detachedRoot);
   }
   EXPECT_FALSE(detachedRoot->GetFirstChild()->GetOwnerDocument());
+}
+
+// Names and texts are counted without locks, so documents must not share them.
+TEST(OxXMLNode, DocumentsShareNothing) {
+  const auto doc = ParseDoc("<r a='v'><b c='w'/><?p q?></r>");
+  const auto root = doc->GetRoot();
+  const auto other = OxXMLDoc::Make();
+  NodePtr imported;
+  ASSERT_EQ(other->ImportNode(root, true, imported), 0);
+  const NodePtr copy = doc->Clone(true)->GetFirstChild();
+  for (const NodePtr& from : {imported, copy}) {
+    EXPECT_NE(&from->GetName(), &root->GetName());
+    EXPECT_NE(&Child(*from, 0)->GetName(), &Child(*root, 0)->GetName());
+    EXPECT_NE(&Child(*from, 1)->GetName(), &Child(*root, 1)->GetName());
+    EXPECT_NE(&from->GetAttributes().Item(0)->GetName(), &root->GetAttributes().Item(0)->GetName());
+  }
+  const auto attribute = root->GetAttributeNode("a");
+  const OxString& name = attribute->GetName();
+  const auto sharing = attribute->Clone(false);
+  imported->SetAttributeNode(attribute);
+  EXPECT_NE(&attribute->GetName(), &name);
 }
 
 }  // namespace

@@ -172,6 +172,9 @@ TEST(OxXMLDocType, EntitiesInUse) {
       {"<!ENTITY e '<i a=\"1\">x</i>'>", "<r>&e;&e;</r>", "D'r' r(i{a=1}('x') i{a=1}('x'))"},
       {"<!ENTITY e \"'&#34;&#38;lt;\">", "<r a='&e;'>&e;</r>", "D'r' r{a='\"<}(''\"<')"},
       {"<!ENTITY e 'a\r\nb\tc'>", "<r a='&e;'>&e;</r>", "D'r' r{a=a b c}('a b c')"},
+      {"<!ENTITY e '&#13;'>", "<r a='x&e;\ny'/>", "D'r' r{a=x  y}"},
+      {"<!ENTITY e '&#13;&#10;'>", "<r a='&e;\r\n'/>", "D'r' r{a=   }"},
+      {"<!ENTITY % p \"<!ENTITY e '&#13;&#10;'>\">%p;", "<r a='&e;'/>", "D'r' r{a=  }"},
       {"<!ENTITY e '  y'>", "<r>x &e;&e; &#32;</r>", "D'r' r('x y y  ')"},
       {"<!ENTITY e '&#60;b/>'>", "<r>&e;</r>", "D'r' r(b)"},
       {"<!ENTITY e ''>", "<r a='&e;'>&e;</r>", "D'r' r{a=}"},
@@ -182,6 +185,7 @@ TEST(OxXMLDocType, EntitiesInUse) {
       {"<!ENTITY e '&#10;&#10;'>", "<r>&e;&nobody;</r>", "Unknown entity 'nobody' at line 1"},
       // An entity inside itself stays as it is written.
       {"<!ENTITY e 'x&e;'>", "<r a='&e;'>&e;</r>", "D'r' r{a=x&e;}('x&e;')"},
+      {"<!ATTLIST r a CDATA '<&nobody;&'>", "<r/>", "D'r' r"},
       {"<!ENTITY e '&f;'><!ENTITY f 'y&e;'>", "<r>&e;&f;</r>", "D'r' r('y&e;y&f;')"},
       // Parameter entities bring declarations.
       {"<!ENTITY % p \"<!ENTITY e 'x'>\">%p;", "<r>&e;</r>", "D'r' r('x')"},

@@ -160,6 +160,8 @@ TEST(OxXMLParser, CDATAAndComments) {
       {"<a><!--x", kEOF, "="},
       {"<--x-->", kIllegalElement, "!x!"},
       {"<a><--x--></a>", kTagName, "a(!x!)"},
+      {"<!DOCTYPE a [<--'--><!ENTITY e 'x'>]><a>&e;</a>", "Unterminated string on line 1",
+       "D'a' a('x')"},
       {"<-x-->", kIllegalElement, "="},
   };
   Check(cases);
@@ -173,6 +175,7 @@ TEST(OxXMLParser, ProcessingInstructions) {
        "?p ? ?p ? ?p x y ? ?p ?? ?p x??", "="},
       {"<a>x<?p <&>?></a>", "a('x' ?p <&>?)", "="},
       {"<? p?>", "Syntax Error (Malformed Processing Instruction) on line 1.", "="},
+      {"<?2p?>", "Syntax Error (Malformed Processing Instruction) on line 1.", "="},
       {"<?", "Syntax Error (Malformed Processing Instruction) on line 1.", "="},
       {"<?p x>\n", "Unexpected EOF at line 2", "="},
       {"<?p x?", kEOF, "="},

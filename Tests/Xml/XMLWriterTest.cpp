@@ -1,3 +1,5 @@
+#include <climits>
+#include <new>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -53,6 +55,7 @@ TEST(XMLWriter, DocumentsAndDepths) {
   for (const char* empty : {"<!DOCTYPE a SYSTEM \"\">", "<!DOCTYPE a PUBLIC \"\" \"\">"}) {
     EXPECT_EQ(Text(ParseDoc(empty)->GetDocType()->Clone(true)->GetAsString(0)), empty);
   }
+  EXPECT_THROW(doc->GetRoot()->GetAsString(INT_MAX), std::bad_alloc);
   EXPECT_EQ(Text(OxXMLNode::IndentString(2, "x")), "    x");
   EXPECT_EQ(Text(OxXMLNode::IndentString(-1, "x")), "x");
   EXPECT_EQ(Text(OxXMLNode::Escape("\n<", false)), "\n&lt;");

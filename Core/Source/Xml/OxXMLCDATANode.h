@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Xml/OxXMLCharDataNode.h"
+#include "Xml/OxXMLNode.h"
 
 /// A CDATA section. Deliberate: a line feed behind its opener and the indentation before its end are written,
 /// and become data when the text is parsed again; the end is written unescaped where it stands in the data.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Xml/OxXMLCharDataNode.h"
+#include "Xml/OxXMLNode.h"
 
 /// A comment; the value is what stands between the delimiters. Deliberate: its text is written unescaped, and
 /// it goes on in the current line, so that its indentation becomes text when it is parsed again behind text.

@@ -78,11 +78,6 @@ Hux::SmartPtr<OxXMLElementNode> OxXMLDoc::GetRoot() const {
   return NodePtr(Hux::make_ref(const_cast<OxXMLNode*>(child)));
 }
 
-// Here, since the base class knows none of those derived from it.
-Hux::SmartPtr<OxXMLDoc> OxXMLNode::GetOwnerDocument() const {
-  return Hux::make_ref(static_cast<OxXMLDoc*>(document_));
-}
-
 // ---- Making nodes
 
 Hux::SmartPtr<OxXMLElementNode> OxXMLDoc::CreateElementNode(const OxXMLName& name) {
@@ -135,9 +130,7 @@ bool OxXMLDoc::GetEntityReplacementText(const OxString& name, OxString& out) con
 std::int32_t OxXMLDoc::ImportNode(const NodePtr& node, bool deep, NodePtr& out) {
   const bool isImportable =
       node && node->GetNodeType() != kDocumentNode && node->GetNodeType() != kDocTypeNode;
-  NodePtr copy = isImportable ? node->Clone(deep) : nullptr;
-  if (copy) XMLTree::MoveTo(*copy, this);
-  out = std::move(copy);
+  out = isImportable ? XMLTree::CloneFor(*this, *node, deep) : nullptr;
   return isImportable ? kOxXMLSuccess : kOxXMLNotSupported;
 }
 

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "Xml/OxXMLAttrNode.h"
 #include "Xml/OxXMLCDATANode.h"
 #include "Xml/OxXMLCommentNode.h"
 #include "Xml/OxXMLDocTypeNode.h"
 #include "Xml/OxXMLElementNode.h"
+#include "Xml/OxXMLNode.h"
 #include "Xml/OxXMLPINode.h"
-#include "Xml/OxXMLTextNode.h"
 
 /// A document: the root of a tree, the maker of its nodes and the owner of the XML declaration's
 /// pseudo-attributes. When it dies, nodes of its tree that others hold belong to no document.

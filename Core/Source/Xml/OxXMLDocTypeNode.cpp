@@ -1,5 +1,7 @@
 #include "Xml/OxXMLDocTypeNode.h"
 
+#include <utility>
+
 #include "Xml/XMLText.h"
 
 namespace {
@@ -52,17 +54,18 @@ Hux::SmartPtr<OxXMLNode> OxXMLDocTypeNode::CloneSelf() const {
 // ---- External identifier
 
 void OxXMLDocTypeNode::SetLocalPath(const OxString& path) {
-  identifier_ = kSystem;
   localPath_ = path;
+  identifier_ = kSystem;
   publicID_.clear();
   publicPath_.clear();
 }
 
 void OxXMLDocTypeNode::SetPublicPath(const OxString& publicID, const OxString& path) {
+  OxString freshID(publicID);
+  publicPath_ = path;
+  publicID_ = std::move(freshID);
   identifier_ = kPublic;
   localPath_.clear();
-  publicID_ = publicID;
-  publicPath_ = path;
 }
 
 // ---- Entities

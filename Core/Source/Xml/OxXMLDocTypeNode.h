@@ -55,6 +55,8 @@ class OxXMLDocTypeNode : public OxXMLNode {
   explicit OxXMLDocTypeNode(const OxXMLName& name) : name_(name) {}
 
  private:
+  OxXMLName* SharedName() override { return &name_; }
+
   using EntityTable = std::map<std::string, OxString, std::less<>>;
 
   OxXMLName name_;

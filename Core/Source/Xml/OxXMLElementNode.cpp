@@ -1,12 +1,11 @@
 #include "Xml/OxXMLElementNode.h"
 
 #include <utility>
+#include <vector>
 
-#include "Xml/OxXMLAttrNode.h"
 #include "Xml/OxXMLCDATANode.h"
 #include "Xml/OxXMLCommentNode.h"
 #include "Xml/OxXMLPINode.h"
-#include "Xml/OxXMLTextNode.h"
 #include "Xml/XMLWriter.h"
 
 using NodePtr = Hux::SmartPtr<OxXMLNode>;
@@ -18,7 +17,7 @@ NodePtr MakeNode(XMLPack& pack, const XMLPack::Record& record) {
   OxString text = OxString::from_valid(pack.Text(record));
   switch (record.kind) {
     case OxXMLNode::kAttributeNode:
-      return OxXMLAttrNode::Make(pack.Name(record.name), std::move(text));
+      return OxXMLAttrNode::Make(pack.Names().Name(record.name), std::move(text));
     case OxXMLNode::kTextNode:
       return OxXMLTextNode::Make(std::move(text));
     case OxXMLNode::kCDATANode:
@@ -26,7 +25,7 @@ NodePtr MakeNode(XMLPack& pack, const XMLPack::Record& record) {
     case OxXMLNode::kCommentNode:
       return OxXMLCommentNode::Make(std::move(text));
     default:
-      return OxXMLPINode::Make(pack.Name(record.name), std::move(text));
+      return OxXMLPINode::Make(pack.Names().Name(record.name), std::move(text));
   }
 }
 
@@ -46,7 +45,7 @@ NodePtr OxXMLElementNode::Unpack(const Hux::SmartPtr<XMLPack>& pack, const XMLPa
                                  OxXMLNode* document) {
   NodePtr node;
   if (record.kind == kElementNode) {
-    const Hux::SmartPtr<OxXMLElementNode> element = Make(pack->Name(record.name));
+    const Hux::SmartPtr<OxXMLElementNode> element = Make(pack->Names().Name(record.name));
     element->SetInside(pack, record);
     node = element;
   } else {
@@ -129,17 +128,20 @@ NodePtr OxXMLElementNode::CloneSelf() const {
   return Copied(Make(name_));
 }
 
+// All of them are found before the first hook is called, which may change the tree.
 void OxXMLElementNode::Normalize() {
+  std::vector<NodePtr> texts;
+  const auto isText = [](const OxXMLNode* node) {
+    return node != nullptr && node->GetNodeType() == kTextNode;
+  };
   OxXMLNode* node = XMLTree::FirstChild(*this);
-  while (node != nullptr) {
-    OxXMLNode* following = XMLTree::NextBelow(*node, *this);
-    OxXMLNode* before = XMLTree::Previous(*node);
-    const bool merge =
-        before != nullptr && before->GetNodeType() == kTextNode && node->GetNodeType() == kTextNode;
-    if (merge) {
-      static_cast<OxXMLTextNode*>(before)->AppendData(XMLTree::Value(*node));
-      XMLTree::Parent(*node)->RemoveChild(Hux::make_ref(node));
-    }
-    node = following;
+  for (; node != nullptr; node = XMLTree::NextBelow(*node, *this)) {
+    if (isText(node) && isText(XMLTree::Previous(*node))) texts.push_back(Hux::make_ref(node));
+  }
+  for (const NodePtr& text : texts) {
+    OxXMLNode* before = XMLTree::Previous(*text);
+    if (!isText(before)) continue;
+    XMLTree::EditValue(*before) += XMLTree::Value(*text);
+    text->GetParent()->RemoveChild(text);
   }
 }

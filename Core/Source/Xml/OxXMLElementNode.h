@@ -34,6 +34,7 @@ class OxXMLElementNode : public OxXMLNode {
  private:
   void SetInside(const Hux::SmartPtr<XMLPack>& pack, const XMLPack::Record& record);
   ChildLinks* Children() override { return &children_; }
+  OxXMLName* SharedName() override { return &name_; }
   void MakeChildren() override;
   void MakeAttributes() override;
   XMLPacked PackedChildren() const override;

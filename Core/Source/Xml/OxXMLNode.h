@@ -1,16 +1,20 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Foundation/OxString.h"
 #include "Foundation/Retainable.h"
 #include "Foundation/SmartPtr.h"
 #include "Xml/OxXMLDOMException.h"
+#include "Xml/OxXMLName.h"
+#include "Xml/XMLNodeMemory.h"
 
 class OxXMLAttrNode;
 class OxXMLDoc;
@@ -26,15 +30,22 @@ struct XMLPacked {
   std::uint32_t end = 0;          ///< The place after the last record.
 };
 
-/// A node of a document: base of all kinds of nodes.
+/// A node of a document: base of all kinds of nodes. A node has attributes, an attribute is a node, and its value is
+/// text nodes: the classes that cannot do without each other share this header.
 ///   Owns:    its children and its attributes. Parent and document are plain back links. A node without
 ///            a parent must not outlive its document; one in a tree may, and then belongs to none.
 ///   Results: operations on the tree return an OxXMLResult and leave the tree unchanged unless it is
 ///            kOxXMLSuccess. A null child gives kOxXMLHierarchyNotAllowed.
+///   Errors:  an operation that throws std::bad_alloc leaves values, attributes and links as they were.
+///   Hooks:   ChildAdded(), ChildRemoved(), AttributeChanged() and AttributeRemoved() may change the tree. An
+///            operation that calls one goes on with what is there afterwards; where the hook of an old parent has
+///            left no place for the child that moves, the result says so, as it does without a hook, and the child
+///            stays where the hook left it.
 ///   Depth:   no operation recurses; trees may be as deep as memory allows.
-///   Threads: one for each document and what belongs to it; documents know nothing of each other. Nodes
-///            without a document belong to the thread that uses them.
-///   Memory:  nodes that a parser read are made when somebody asks for them, so that asking, too, may throw
+///   Threads: one for each document, its nodes and what outlives it of them; documents share nothing, whatever was
+///            imported, cloned or moved between them. Nodes made without a document, with their clones, belong
+///            to one thread until a document takes them.
+///   Memory:  nodes that a parser read are made when they are first accessed, so that reading, too, may throw
 ///            std::bad_alloc; what was made stays.
 class OxXMLNode : public Hux::Retainable {
  public:
@@ -51,9 +62,9 @@ class OxXMLNode : public Hux::Retainable {
   };
 
   ~OxXMLNode() override;
-  /// A thread keeps the memory of some nodes for those that it makes next.
-  static void* operator new(std::size_t size);
-  static void operator delete(void* memory, std::size_t size);
+  /// From XMLNodeMemory, as every node of whatever class.
+  static void* operator new(std::size_t size) { return XMLNodeMemory::Take(size); }
+  static void operator delete(void* memory, std::size_t size) { XMLNodeMemory::Keep(memory, size); }
 
   virtual NodeType GetNodeType() const = 0;  ///< Never changes.
   /// The tag, the attribute's name, the target, the root element's name, or "#text" and the like.
@@ -61,16 +72,18 @@ class OxXMLNode : public Hux::Retainable {
 
   /// Gives an existing attribute the value, else makes one, and then calls AttributeChanged().
   /// Deliberate: an attribute that exists also announces its change itself, so the hook is called twice.
+  /// Nothing where OxXMLNamedNodeMap::SetNamedItem() refuses.
   virtual void SetAttribute(const OxString& name, const OxString& value);
   /// Inserts the attribute or replaces the one of its name. An attribute of another node leaves it, and
-  /// it belongs to this node's document from now on. Nothing for null.
+  /// it belongs to this node's document from now on. Nothing for null, and where SetNamedItem() refuses.
   virtual void SetAttributeNode(const Hux::SmartPtr<OxXMLAttrNode>& attribute);
   /// The text, data or value; what it means is each class's own.
   virtual void SetValue(const OxString& value);
   virtual OxString GetValue() const;  ///< The text that SetValue() set.
   /// Adds a child at the end, out of its old parent if it has one: 4, 3 or 0.
   virtual std::int32_t AppendChild(const Hux::SmartPtr<OxXMLNode>& child);
-  /// Whether both nodes belong to the same document, or both to none.
+  /// Whether both nodes belong to the same document, or both to none. An override of this and of AllowChild() may
+  /// refuse more, but must not accept what this one refuses.
   virtual bool IsDocumentCorrect(const Hux::SmartPtr<OxXMLNode>& node) const;
   /// The node as XML text. `indent` is the nesting depth, two spaces each, or negative for none at all
   /// depths. Throws std::bad_alloc for a text of 4 GiB or more. Deliberate: a tree is written by one loop,
@@ -113,8 +126,12 @@ class OxXMLNode : public Hux::Retainable {
   Hux::SmartPtr<OxXMLNode> GetPreviousSibling() const { return Hux::make_ref(previous_); }
   /// Null for an attribute: the node that has it is its GetOwner().
   Hux::SmartPtr<OxXMLNode> GetParent() const;
-  /// Null for a node made without a document; a document is its own.
-  Hux::SmartPtr<OxXMLDoc> GetOwnerDocument() const;
+  /// Null for a node made without a document; a document is its own. A template only to be compiled where
+  /// the class is known.
+  template <std::same_as<OxXMLDoc> Document = OxXMLDoc>
+  Hux::SmartPtr<Document> GetOwnerDocument() const {
+    return Hux::make_ref(static_cast<Document*>(document_));
+  }
 
   /// As SetAttribute(), but no hook is called.
   void SetAttributeQuiet(const OxString& name, const OxString& value);
@@ -196,6 +213,8 @@ class OxXMLNode : public Hux::Retainable {
   virtual void MakeAttributes() {}
   virtual XMLPacked PackedChildren() const { return {}; }
   virtual XMLPacked PackedAttributes() const { return {}; }
+  // Where a class keeps the name that it may share with nodes of its document; null for the others.
+  virtual OxXMLName* SharedName() { return nullptr; }
   // The stored text of an entity that a document declares, or null.
   virtual const OxString* DeclaredEntity(std::string_view /*name*/) const { return nullptr; }
   // Where a class keeps the value of SetValue(); here for those that hardly ever have one.
@@ -205,16 +224,23 @@ class OxXMLNode : public Hux::Retainable {
   XMLPacked UntouchedAttributes() const {
     return attributes_ == nullptr ? PackedAttributes() : XMLPacked();
   }
+  bool IsAttribute() const { return GetNodeType() == kAttributeNode; }
+  // Attributes have none of their own, nor has the text in them: so they never nest.
+  bool TakesAttributes() const {
+    return !IsAttribute() && (parent_ == nullptr || !parent_->IsAttribute());
+  }
   ChildLinks* AllChildren() const;
   std::int32_t CheckNewChild(const Hux::SmartPtr<OxXMLNode>& child) const;
   bool DocumentDies() const { return document_ != nullptr && document_->dies_; }
   bool ReadAttribute(const OxString& name, XMLExpansionBudget& budget, OxString& out) const;
   bool IsParentOf(const OxXMLNode* node) const;
   OxXMLNamedNodeMap* Attributes() const;
-  void Move(const Hux::SmartPtr<OxXMLNode>& child, OxXMLNode* before);
+  std::int32_t Move(const Hux::SmartPtr<OxXMLNode>& child, const Hux::SmartPtr<OxXMLNode>& before);
   void Unlink(OxXMLNode& child);
   void ChangeAttribute(const OxString& name, const OxString& value, bool quiet);
-  void MoveTo(OxXMLNode* document);
+  void MoveTo(OxXMLNode* document, XMLNames* names = nullptr);
+  // Clone(), for a document, or for the one that CloneSelf() chooses where that is null.
+  Hux::SmartPtr<OxXMLNode> CloneFor(OxXMLNode* document, bool deep) const;
 
   // A reference is held by each parent's first child and by each next sibling, so every child is held
   // once and links never form a cycle.
@@ -254,6 +280,7 @@ class OxXMLNodeList {
 ///          belongs to one node at a time and leaves another when it is set here.
 ///   Copy:  a copy, like a map made by itself, belongs to no node and shares the attributes. Assigning to a
 ///          node's own map replaces its content by clones.
+///   Nests: not at all: an attribute has no attributes, nor has text inside one.
 ///   Cost:  logarithmic in the number of attributes. Item() steps from where it was last, or from either end, which
 ///          changes do not move: going through in order, changing on the way, is linear, and above 32 attributes a
 ///          place far from all three costs as many steps as it is away.
@@ -262,9 +289,10 @@ class OxXMLNamedNodeMap {
   OxXMLNamedNodeMap() = default;  ///< Empty, of no node.
   OxXMLNamedNodeMap(const OxXMLNamedNodeMap& other);
   OxXMLNamedNodeMap& operator=(const OxXMLNamedNodeMap& other);
-  ~OxXMLNamedNodeMap();                         ///< Attributes that live on have no owner.
-  static void* operator new(std::size_t size);  ///< As that of OxXMLNode.
-  static void operator delete(void* memory);
+  ~OxXMLNamedNodeMap();  ///< Attributes that live on have no owner.
+  /// As that of OxXMLNode.
+  static void* operator new(std::size_t size) { return XMLNodeMemory::Take(size); }
+  static void operator delete(void* memory, std::size_t size) { XMLNodeMemory::Keep(memory, size); }
 
   /// How many attributes.
   std::size_t Length() const { return large_ ? large_->tree.size() : small_.size(); }
@@ -273,7 +301,8 @@ class OxXMLNamedNodeMap {
   /// Null when there is none.
   Hux::SmartPtr<OxXMLNode> GetNamedItem(const OxString& name) const;
   /// Inserts an attribute or replaces the one of the same name, which has no owner then. No hook is called.
-  /// Deliberate: false, and nothing changed, for null and for a node that is no attribute.
+  /// Deliberate: false, and nothing changed, for null, for a node that is not an attribute, and in the map of an
+  /// attribute or of text inside one.
   bool SetNamedItem(const Hux::SmartPtr<OxXMLNode>& node);
   /// The attribute that was removed, or null. No hook is called.
   Hux::SmartPtr<OxXMLNode> RemoveNamedItem(const OxString& name);
@@ -321,17 +350,140 @@ class OxXMLNamedNodeMap {
   explicit OxXMLNamedNodeMap(OxXMLNode* owner) : owner_(owner) {}
   Small::iterator LowerBound(std::string_view name);
   OxXMLNode* Find(std::string_view name) const;
-  void InsertSmall(const Hux::SmartPtr<OxXMLNode>& node);
-  void InsertLarge(const Hux::SmartPtr<OxXMLNode>& node);
+  // Each returns the attribute that was replaced, or null. `name` is the node's.
+  Hux::SmartPtr<OxXMLNode> Insert(const Hux::SmartPtr<OxXMLNode>& node, std::string_view name);
+  Hux::SmartPtr<OxXMLNode> InsertSmall(const Hux::SmartPtr<OxXMLNode>& node, std::string_view name);
+  Hux::SmartPtr<OxXMLNode> InsertLarge(const Hux::SmartPtr<OxXMLNode>& node, std::string_view name);
   void BecomeLarge();
-  void TakeOver(OxXMLNode& node);
+  void Adopt(const Hux::SmartPtr<OxXMLNode>& node);
   void LetGo(OxXMLNode& node) const;
-  void Changed() const;
-  void Clear();
 
   Small small_;  // Sorted by name; empty once there are many.
   std::unique_ptr<Large> large_;
   OxXMLNode* owner_ = nullptr;
+};
+
+/// An attribute. Its value is the joined text of its children, which are text nodes, with references to
+/// entities of the document replaced.
+class OxXMLAttrNode : public OxXMLNode {
+ public:
+  /// An attribute without a document.
+  static Hux::SmartPtr<OxXMLAttrNode> Make(const OxXMLName& name, OxString value = OxString());
+  ~OxXMLAttrNode() override;
+
+  NodeType GetNodeType() const override { return kAttributeNode; }
+  const OxString& GetName() const override { return name_.text(); }
+  /// Replaces all children by one text node and calls the owner's AttributeChanged(). References are
+  /// replaced by GetValue(), which need not give `value` then: "&amp;lt;" keeps "&lt;".
+  void SetValue(const OxString& value) override;
+  /// The text of the children with every reference "&name;" replaced in one pass: replacement text is
+  /// not looked at again, and what does not resolve, or would exceed XMLExpansionBudget, stays as it is.
+  /// Every call has a budget of its own. The five predefined names resolve without a document.
+  OxString GetValue() const override;
+  OxString GetAsString(int indent) const override;
+  /// Deliberate: the copy has the whole text in one child, however many the original has, and a name of its own.
+  Hux::SmartPtr<OxXMLNode> CloneSelf() const override;
+  /// Text nodes without attributes only.
+  bool AllowChild(const Hux::SmartPtr<OxXMLNode>& node) const override;
+
+  /// SetValue() without the call of AttributeChanged().
+  virtual void SetValueQuiet(const OxString& value);
+  /// As SetValueQuiet().
+  void SetUnparsedValue(const OxString& value);
+
+  /// The value of an attribute for an operation that reads many of them and has one budget for all. An
+  /// attribute of a derived class is asked by GetValue(), and has its own.
+  static OxString ValueOf(const OxXMLNode& attribute, XMLExpansionBudget& budget);
+  /// `text` with its references replaced, as GetValue() does it; `document` may be null.
+  static OxString Resolve(std::string_view text, const OxXMLNode* document, XMLExpansionBudget& budget);
+
+  /// The node that has this attribute, or null.
+  Hux::SmartPtr<OxXMLNode> GetOwner() const;
+
+ protected:
+  /// An attribute without a document.
+  OxXMLAttrNode(const OxXMLName& name, OxString value);
+
+ private:
+  ChildLinks* Children() override { return children_.get(); }
+  void MakeChildren() override;
+  OxXMLName* SharedName() override { return &name_; }
+  const OxString& ValueText() const override { return text_; }
+  OxString& EditValueText() override { return text_; }
+  OxString JoinedText() const;
+  OxString OwnValue(XMLExpansionBudget& budget) const;
+  void ReplaceText(const OxString& value);
+
+  OxXMLName name_;
+  // The one text that an attribute almost always has becomes a node only when someone asks for children;
+  // from then on they hold the text.
+  OxString text_;
+  std::unique_ptr<ChildLinks> children_;
+};
+
+/// Character data: base of text, CDATA sections and comments.
+///   Units:  offsets and counts are characters, zeros included; a count past the end is cut to the end.
+///   Errors: OxXMLDOMException(1) for a negative offset or count and for an offset that is not below the
+///           length. Deliberate: so nothing can be inserted at the very end; that is AppendData()'s job.
+class OxXMLCharDataNode : public OxXMLNode {
+ public:
+  std::uint32_t GetLength() const { return part_ ? part_->length : data_.length(); }  ///< Characters.
+  /// Up to `count` characters from `offset`.
+  OxString GetSubstring(OxString::Index offset, OxString::Index count) const;
+  void AppendData(const OxString& text) { EditValueText() += text; }  ///< At the end.
+  /// Puts `text` in front of the character at `offset`.
+  void InsertData(OxString::Index offset, const OxString& text);
+  /// Removes up to `count` characters.
+  void DeleteData(OxString::Index offset, OxString::Index count);
+  /// Puts `text` in the place of up to `count` characters.
+  void ReplaceData(OxString::Index offset, OxString::Index count, const OxString& text);
+
+ protected:
+  /// A node without a document.
+  explicit OxXMLCharDataNode(OxString data) : data_(std::move(data)) {}
+  const OxString& data() const { return ValueText(); }  ///< The whole text.
+  /// Moves what is behind so many characters into `tail`, which is empty. Both have the old text in common then,
+  /// without a copy, until one is read or changed.
+  void SplitOff(OxString::Index offset, OxXMLCharDataNode& tail);
+  /// `count` characters from `offset`, which are there.
+  OxString Part(OxString::Index offset, OxString::Index count) const;
+
+ private:
+  // A text of which several nodes have a part.
+  struct Whole : Hux::Retainable {
+    OxString text;
+  };
+  struct OfWhole {
+    Hux::SmartPtr<Whole> whole;
+    std::string_view bytes;
+    std::uint32_t length;
+  };
+
+  const OxString& ValueText() const override;
+  OxString& EditValueText() override;
+  OxString::Index CheckRange(OxString::Index offset, OxString::Index count) const;
+
+  mutable OxString data_;  // Empty while there is a part.
+  mutable std::unique_ptr<OfWhole> part_;
+};
+
+/// Text between the tags of an element, or the value of an attribute.
+class OxXMLTextNode : public OxXMLCharDataNode {
+ public:
+  /// A node without a document.
+  static Hux::SmartPtr<OxXMLTextNode> Make(OxString text);
+
+  NodeType GetNodeType() const override { return kTextNode; }
+  const OxString& GetName() const override;
+  OxString GetAsString(int indent) const override;
+  Hux::SmartPtr<OxXMLNode> CloneSelf() const override;
+
+  /// Keeps the first `offset` characters (0 up to the length, else OxXMLDOMException(1)) and moves the
+  /// rest into a new text node right after this one, which is returned. Without a parent it stands alone.
+  Hux::SmartPtr<OxXMLTextNode> SplitText(OxString::Index offset);
+
+ protected:
+  using OxXMLCharDataNode::OxXMLCharDataNode;
 };
 
 /// Plain links of a tree for the loops that walk it: no references are counted, and a pointer is good as
@@ -348,6 +500,8 @@ struct XMLTree {
   static OxXMLNode* Parent(const OxXMLNode& node) { return node.parent_; }
   /// Null when there never was one.
   static const OxXMLNamedNodeMap* Attributes(const OxXMLNode& node) { return node.Attributes(); }
+  /// The same as far as they are made.
+  static OxXMLNamedNodeMap* MadeAttributes(const OxXMLNode& node) { return node.attributes_.get(); }
   /// The attributes while none of them was asked for.
   static XMLPacked PackedAttributes(const OxXMLNode& node) { return node.UntouchedAttributes(); }
   /// The children while none of them was asked for.
@@ -362,8 +516,16 @@ struct XMLTree {
   }
   /// Of the node and all that is below it and its attributes.
   static void MoveTo(OxXMLNode& node, OxXMLNode* document) { node.MoveTo(document); }
+  /// A clone with names of its own.
+  static Hux::SmartPtr<OxXMLNode> CloneFor(OxXMLNode& document, const OxXMLNode& node, bool deep) {
+    return node.CloneFor(&document, deep);
+  }
   /// Where the node is an attribute.
   static void SetParent(OxXMLNode& node, OxXMLNode* parent) { node.parent_ = parent; }
+  /// Whether it may have attributes.
+  static bool TakesAttributes(const OxXMLNode& node) { return node.TakesAttributes(); }
+  /// The name that it may share with other nodes, or null.
+  static OxXMLName* SharedName(OxXMLNode& node) { return node.SharedName(); }
   /// Whether the node's document is being destroyed.
   static bool DocumentDies(const OxXMLNode& node) { return node.DocumentDies(); }
   /// Makes the next OxXMLDoc::Index() number the document anew.
@@ -372,6 +534,8 @@ struct XMLTree {
   static void SetIndex(OxXMLNode& node, std::uint32_t index) { node.index_ = index; }
   /// What SetValue() set, unresolved.
   static const OxString& Value(const OxXMLNode& node) { return node.ValueText(); }
+  /// The same, to be changed.
+  static OxString& EditValue(OxXMLNode& node) { return node.EditValueText(); }
 
   /// The node that follows `node` in document order within the tree below `top`, or null.
   static OxXMLNode* NextBelow(const OxXMLNode& node, const OxXMLNode& top);

@@ -21,6 +21,7 @@ class OxXMLPINode : public OxXMLNode {
   OxXMLPINode(const OxXMLName& target, OxString data) : target_(target), data_(std::move(data)) {}
 
  private:
+  OxXMLName* SharedName() override { return &target_; }
   const OxString& ValueText() const override { return data_; }
   OxString& EditValueText() override { return data_; }
 

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "Foundation/UnicodeConversion.h"
-#include "Xml/XMLEntityValue.h"
 #include "Xml/XMLText.h"
 
 using XMLCharacters::IsByte;
@@ -104,8 +103,8 @@ void OxXMLParser::ParseDOCTYPE(std::uint32_t line) {
 
 OxString OxXMLParser::NormalizeEntityValue(const OxString& value, int line, bool internalSubset) {
   const Hux::SmartPtr<OxXMLDocTypeNode> docType = doc_ ? doc_->GetDocType() : nullptr;
-  XMLEntityValue reader(docType.get(), budget_, internalSubset);
-  return reader.Normalize(value, static_cast<std::uint32_t>(line));
+  return XMLDeclarations::NormalizeEntityValue(
+      docType.get(), budget_, {value, static_cast<std::uint32_t>(line), true}, internalSubset);
 }
 
 // ---- Elements
@@ -233,8 +232,9 @@ std::string_view OxXMLParser::GetQuotedValue(char quote) {
   return kept_;
 }
 
-// References are replaced and each white space becomes a space. A quote that came out of an entity, so
-// that the scanner is deeper in pushed text than the literal began, does not end it.
+// References are replaced and each white space becomes a space, and so does a line end of two characters that is
+// written in the document: in an entity's text both are there only by references. A quote that came out of an entity,
+// so that the scanner is deeper in pushed text than the literal began, does not end it.
 void OxXMLParser::CollectQuotedValue(char quote, unsigned quoteClass, std::uint32_t depth) {
   for (spacePending_ = false;;) {
     const char next = scanner_.PeekByte();
@@ -242,8 +242,7 @@ void OxXMLParser::CollectQuotedValue(char quote, unsigned quoteClass, std::uint3
     if (next == '&') {
       CollectReference();
     } else if (IsByte(next, XMLCharacters::kSpaceByte)) {
-      scanner_.TakeByte();
-      if (next == '\r' && scanner_.PeekByte() == '\n') scanner_.TakeByte();
+      if (scanner_.Depth() > 0 || !scanner_.MatchASCII("\r\n")) scanner_.TakeByte();
       text_ += ' ';
     } else if (next == quote) {
       scanner_.TakeByte();

@@ -24,9 +24,11 @@
 ///   Entities: references in text and attribute values are replaced by what the internal subset declares.
 ///            One that refers to itself, or that would exceed XMLExpansionBudget, stays as "&name;".
 ///            Deliberate: a subset ends at its first "]", but a literal, a comment or an instruction in it
-///            is read to its own end, so that text behind the declaration can declare entities, too. Once
+///            is read to its own end, so that text after the declaration can declare entities, too. Once
 ///            1 MiB, or the length of the text if that is more, was read so, further subsets are only
-///            kept, and not read for declarations.
+///            kept: their declarations are neither checked nor known. Lenient takes "<--" in a subset, too.
+///   Breaks:   a carriage return with its line feed is one space in a quoted value and in an entity's literal
+///            where both are written, and two where they come out of references. Elsewhere they stay.
 ///   Lines:   each node knows the line on which it begins; an error has the line of the position.
 ///   Depth:   documents may nest as deep as memory allows; nothing recurses.
 ///   Copying: not possible; a parser serves one document after the other.

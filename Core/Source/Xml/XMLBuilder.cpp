@@ -16,29 +16,29 @@ XMLBuilder::~XMLBuilder() {
 }
 
 std::string_view XMLBuilder::OpenName() const {
-  return packs_ ? pack_->NameText(open_.back().name) : nodes_.back()->GetName().view();
+  return packs_ ? pack_->Names().Text(open_.back().name) : nodes_.back()->GetName().view();
 }
 
 void XMLBuilder::StartElement(std::string_view name, std::uint32_t line) {
-  const std::uint32_t number = pack_->NumberOf(name);
+  const std::uint32_t number = pack_->Names().NumberOf(name);
   if (packs_) {
     const std::uint32_t above = open_.empty() ? 0 : open_.back().line;
     open_.push_back({pack_->Begin(line - above, number), line, number});
   } else {
-    nodes_.push_back(document_.CreateElementNode(pack_->Name(number)));
+    nodes_.push_back(document_.CreateElementNode(pack_->Names().Name(number)));
     nodes_.back()->SetLine(line);
   }
 }
 
 void XMLBuilder::StartAttribute(std::string_view name, std::uint32_t line) {
-  attributeName_ = pack_->NumberOf(name);
+  attributeName_ = pack_->Names().NumberOf(name);
   attributeLine_ = line;
 }
 
 void XMLBuilder::EndAttribute(std::string_view value) {
   if (packs_) return Pack(OxXMLNode::kAttributeNode, attributeLine_, attributeName_, value);
   const auto attribute =
-      document_.CreateAttrNode(pack_->Name(attributeName_), OxString::from_valid(value));
+      document_.CreateAttrNode(pack_->Names().Name(attributeName_), OxString::from_valid(value));
   attribute->SetLine(attributeLine_);
   nodes_.back()->SetAttributeNode(attribute);
 }
@@ -69,7 +69,7 @@ void XMLBuilder::Pack(OxXMLNode::NodeType kind, std::uint32_t line, std::uint32_
 
 void XMLBuilder::Add(OxXMLNode::NodeType kind, std::string_view name, std::string_view text,
                      std::uint32_t line) {
-  const std::uint32_t number = kind == OxXMLNode::kPINode ? pack_->NumberOf(name) : 0;
+  const std::uint32_t number = kind == OxXMLNode::kPINode ? pack_->Names().NumberOf(name) : 0;
   if (!open_.empty()) return Pack(kind, line, number, text);
   OxString value = OxString::from_valid(text);
   switch (kind) {
@@ -80,7 +80,7 @@ void XMLBuilder::Add(OxXMLNode::NodeType kind, std::string_view name, std::strin
     case OxXMLNode::kCommentNode:
       return Append(document_.CreateCommentNode(std::move(value)), line);
     default:
-      return Append(document_.CreatePINode(pack_->Name(number), std::move(value)), line);
+      return Append(document_.CreatePINode(pack_->Names().Name(number), std::move(value)), line);
   }
 }
 

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
+#include <unordered_set>
+#include <vector>
 
-#include "Xml/XMLEntityValue.h"
+using XMLCharacters::IsByte;
 
 namespace {
 
@@ -13,7 +16,106 @@ constexpr std::uint64_t kReadBehind = std::uint64_t{1} << 20;
 constexpr std::array<std::string_view, 8> kSimpleTypes = {"CDATA",  "ID",       "IDREF",   "IDREFS",
                                                           "ENTITY", "ENTITIES", "NMTOKEN", "NMTOKENS"};
 
+// Makes the replacement text of one literal.
+class EntityValue {
+ public:
+  EntityValue(const OxXMLDocTypeNode* docType, XMLExpansionBudget& budget, bool internalSubset,
+              bool written)
+      : docType_(docType), budget_(budget), internalSubset_(internalSubset), written_(written) {}
+
+  OxString Normalize(const OxString& value, std::uint32_t line);
+
+ private:
+  // A text that is being read: the value, or that of a parameter entity.
+  struct Open {
+    const OxString* text = nullptr;
+    OxXMLScanner scanner;
+  };
+
+  void Enter(const OxString& text);
+  void CollectWhitespace(OxXMLScanner& scanner);
+  void CollectCharRef(OxXMLScanner& scanner);
+  void CollectParameterEntity(OxXMLScanner& scanner, std::uint32_t line);
+
+  const OxXMLDocTypeNode* docType_;
+  XMLExpansionBudget& budget_;
+  bool internalSubset_;
+  bool written_;
+  std::vector<std::unique_ptr<Open>> open_;  // The innermost last.
+  std::unordered_set<const OxString*> openTexts_;
+  OxString text_;
+  std::string spill_;
+};
+
+// Every text is read by itself, so that what one ends with never joins what follows it.
+OxString EntityValue::Normalize(const OxString& value, std::uint32_t line) {
+  constexpr unsigned kStops =
+      XMLCharacters::kSpaceByte | XMLCharacters::kAmpersandByte | XMLCharacters::kPercentByte;
+  for (Enter(value); !open_.empty();) {
+    OxXMLScanner& scanner = open_.back()->scanner;
+    const char next = scanner.PeekByte();
+    if (next == 0) {
+      openTexts_.erase(open_.back()->text);
+      open_.pop_back();
+    } else if (next == '&') {
+      CollectCharRef(scanner);
+    } else if (next == '%') {
+      CollectParameterEntity(scanner, line);
+    } else if (IsByte(next, XMLCharacters::kSpaceByte)) {
+      CollectWhitespace(scanner);
+    } else {
+      text_.append_valid(scanner.TakeRun(kStops));
+    }
+  }
+  return text_;
+}
+
+void EntityValue::Enter(const OxString& text) {
+  open_.push_back(std::make_unique<Open>());
+  open_.back()->text = &text;
+  openTexts_.insert(&text);
+  open_.back()->scanner.SetData(text, 1);
+}
+
+// One space for each, and for a line end of two characters that was written so, and did not come out of references.
+void EntityValue::CollectWhitespace(OxXMLScanner& scanner) {
+  const bool written = written_ && open_.size() == 1;
+  if (!written || !scanner.MatchASCII("\r\n")) scanner.TakeByte();
+  text_.append_valid(" ");
+}
+
+// A reference to a general entity waits until this one is used.
+void EntityValue::CollectCharRef(OxXMLScanner& scanner) {
+  if (scanner.MatchCharRef(text_)) return;
+  scanner.TakeByte();
+  text_.append_valid("&");
+}
+
+// One that is being read already, or is past the budget, is passed over.
+void EntityValue::CollectParameterEntity(OxXMLScanner& scanner, std::uint32_t line) {
+  const OxString name(scanner.TakePERef(spill_));
+  if (name.empty()) {
+    scanner.TakeByte();
+    text_.append_valid("%");
+    return;
+  }
+  if (internalSubset_) throw OxXMLError(OxXMLError::kParameterEntityInMarkup, name, line);
+  const OxString* replacement =
+      docType_ == nullptr ? nullptr : docType_->FindParameterEntity(name.view());
+  if (replacement == nullptr) {
+    throw OxXMLError(OxXMLError::kUnknownEntity, OxString("%") + name + ";", line);
+  }
+  if (!openTexts_.contains(replacement) && budget_.Take(replacement->size())) Enter(*replacement);
+}
+
 }  // namespace
+
+OxString XMLDeclarations::NormalizeEntityValue(const OxXMLDocTypeNode* docType,
+                                               XMLExpansionBudget& budget, const Literal& literal,
+                                               bool internalSubset) {
+  EntityValue value(docType, budget, internalSubset, literal.isWritten);
+  return value.Normalize(literal.text, literal.line);
+}
 
 void XMLDeclarations::Parse(OxXMLDocTypeNode& docType, bool strict) {
   strict_ = strict;
@@ -131,10 +233,12 @@ void XMLDeclarations::ParseEntityDecl(OxXMLDocTypeNode& docType) {
   if (parameter) scanner_.ExpectWhitespace("'%'");
   const OxString name = scanner_.ExpectName("entity name");
   scanner_.ExpectWhitespace("entity name");
+  scanner_.SkipWhitespace();
+  const bool written = scanner_.Depth() == 0;
   GetToken();
   if (token_.kind == Token::kString) {
-    XMLEntityValue reader(&docType, budget_, true);
-    const OxString text = reader.Normalize(token_.text, scanner_.GetLine());
+    const Literal literal{token_.text, scanner_.GetLine(), written};
+    const OxString text = NormalizeEntityValue(&docType, budget_, literal, true);
     parameter ? docType.SetParameterEntity(name, text) : docType.SetEntity(name, text);
   } else {
     ParseExternalEntity();

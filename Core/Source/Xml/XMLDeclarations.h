@@ -23,6 +23,16 @@ class XMLDeclarations {
     textBytes_ = textBytes;
     readBehind_ = 0;
   }
+  /// The value in the declaration of an entity.
+  struct Literal {
+    const OxString& text;
+    std::uint32_t line;
+    bool
+        isWritten;  ///< In the document itself and not in the text of an entity, which has had its line ends made.
+  };
+  /// OxXMLParser::NormalizeEntityValue(); `docType` may be null.
+  static OxString NormalizeEntityValue(const OxXMLDocTypeNode* docType, XMLExpansionBudget& budget,
+                                       const Literal& literal, bool internalSubset);
   /// Reads what follows the name of `docType`, up to the end of its declaration. Throws OxXMLError.
   void Parse(OxXMLDocTypeNode& docType, bool strict);
 

@@ -20,18 +20,3 @@ XMLPack::Place XMLPack::EndOfAttributes(const Record& element) const {
   }
   return place;
 }
-
-std::uint32_t XMLPack::AddName(std::string_view name) {
-  const NameRange range{NarrowLength(nameBytes_.size()), NarrowLength(name.size())};
-  const std::uint32_t number = NarrowLength(names_.size());
-  nameBytes_.append(name);
-  names_.push_back(range);
-  return numbers_[PlaceOf(name)] = number;
-}
-
-const OxXMLName& XMLPack::Name(std::uint32_t number) {
-  if (made_.size() <= number) made_.resize(names_.size());
-  std::optional<OxXMLName>& name = made_[number];
-  if (!name) name.emplace(OxString::from_valid(NameText(number)));
-  return *name;
-}

@@ -1,14 +1,9 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <new>
-#include <optional>
-#include <string>
 #include <string_view>
-#include <vector>
 
 #include "Foundation/Retainable.h"
 #include "Posix/GrowingMemory.h"
@@ -28,7 +23,7 @@ class XMLPack : public Hux::Retainable {
   struct Record {
     std::uint32_t kind;  ///< An OxXMLNode::NodeType.
     std::uint32_t line;  ///< Of the document.
-    std::uint32_t name;  ///< By NumberOf(); 0 for what has no name of its own.
+    std::uint32_t name;  ///< By number; 0 for what has no name of its own.
     Place begin;         ///< Of the text, or of what is inside an element.
     Place end;           ///< The next record beside this one is here.
   };
@@ -36,18 +31,8 @@ class XMLPack : public Hux::Retainable {
   /// For a text of so many bytes, which is no limit.
   explicit XMLPack(std::size_t textBytes) : expected_(textBytes) {}
 
-  /// The number of a name; equal names mostly have the same. A place that two names want goes to the later one,
-  /// so names cost the same however many a document has.
-  std::uint32_t NumberOf(std::string_view name) {
-    const std::uint32_t number = numbers_[PlaceOf(name)];
-    return number < names_.size() && NameText(number) == name ? number : AddName(name);
-  }
-  /// The name with that number; valid until the next NumberOf().
-  std::string_view NameText(std::uint32_t number) const {
-    return {nameBytes_.data() + names_[number].begin, names_[number].size};
-  }
-  /// The name as nodes share it.
-  const OxXMLName& Name(std::uint32_t number);
+  XMLNames& Names() { return names_; }              ///< Those of the records.
+  const XMLNames& Names() const { return names_; }  ///< The same.
 
   /// Begins an element, whose inside is what is added up to End(), which wants the result.
   Place Begin(std::uint32_t lines, std::uint32_t name) {
@@ -105,29 +90,14 @@ class XMLPack : public Hux::Retainable {
   static constexpr std::uint32_t kComment = kKindMask + 1;  // 0 there.
   static constexpr std::size_t kSizeBytes = sizeof(Place);
   static constexpr std::size_t kLongestHead = 32;
-  static constexpr std::size_t kNumbers = 512;
   static constexpr unsigned kNumberBits = 7;  // Of each byte; the last one says whether more follow.
   static constexpr unsigned kMore = 1U << kNumberBits;
-
-  struct NameRange {
-    std::uint32_t begin;
-    std::uint32_t size;
-  };
 
   static std::uint32_t KindOf(std::uint64_t head) {
     const auto kind = static_cast<std::uint32_t>(head & kKindMask);
     return kind == 0 ? kComment : kind;
   }
   static bool HasName(std::uint32_t kind) { return kind < 3 || kind == kInstruction; }
-  static std::size_t PlaceOf(std::string_view name) {
-    constexpr std::size_t kFactor = 31;
-    if (name.empty()) return 0;
-    std::size_t place = name.size();
-    for (const char c : {name.front(), name[name.size() / 2], name.back()}) {
-      place = place * kFactor + static_cast<unsigned char>(c);
-    }
-    return place % kNumbers;
-  }
   void Reserve(std::size_t textBytes) {
     if (textBytes + kLongestHead > memory_.capacity() - used_) Grow(textBytes + kLongestHead);
   }
@@ -148,13 +118,9 @@ class XMLPack : public Hux::Retainable {
     }
   }
   void Grow(std::size_t bytes);
-  std::uint32_t AddName(std::string_view name);
 
   Posix::GrowingMemory memory_;
   Place used_ = 0;
   std::size_t expected_;
-  std::string nameBytes_;
-  std::vector<NameRange> names_;
-  std::vector<std::optional<OxXMLName>> made_;  // By number, as far as they were asked for.
-  std::array<std::uint32_t, kNumbers> numbers_{};
+  XMLNames names_;
 };

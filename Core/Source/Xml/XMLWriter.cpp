@@ -10,8 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include "Xml/OxXMLAttrNode.h"
-#include "Xml/OxXMLTextNode.h"
 #include "Xml/XMLExpansion.h"
 #include "Xml/XMLPack.h"
 #include "Xml/XMLText.h"
@@ -52,8 +50,11 @@ bool IsElement(const Item& item) {
   return item.kind == OxXMLNode::kElementNode;
 }
 
+// A nesting depth, which may pass the largest int that a caller begins with.
+using Depth = std::int64_t;
+
 // By how much the children of a node are indented more than the node.
-int ChildStep(const Item& item, int indent) {
+int ChildStep(const Item& item, Depth indent) {
   return IsElement(item) && indent >= 0 ? 1 : 0;
 }
 
@@ -66,7 +67,7 @@ bool HoldsMoreThanText(const OxXMLNode& node) {
 // Goes through records in document order: `enter(item, indent)` for each, and `leave(item, indent)` after the last
 // child of an element that has any. Gives whether there is more than text outside of elements.
 template <typename Enter, typename Leave>
-bool WalkRecords(const XMLPacked& records, int indent, Enter& enter, Leave& leave) {
+bool WalkRecords(const XMLPacked& records, Depth indent, Enter& enter, Leave& leave) {
   std::vector<Item> open(1);
   open.front().record.end = records.end;
   for (XMLPack::Place place = records.begin;;) {
@@ -89,7 +90,7 @@ bool WalkRecords(const XMLPacked& records, int indent, Enter& enter, Leave& leav
 
 // The same for a tree of nodes, with the records in it.
 template <typename Enter, typename Leave>
-void Walk(const OxXMLNode& top, int indent, Enter enter, Leave leave) {
+void Walk(const OxXMLNode& top, Depth indent, Enter enter, Leave leave) {
   const OxXMLNode* node = &top;
   for (;;) {
     Item item = ItemOf(*node);
@@ -121,14 +122,14 @@ void Walk(const OxXMLNode& top, int indent, Enter enter, Leave leave) {
 std::uint64_t IndentBytes(const OxXMLNode& top, int indent) {
   if (indent < 0) return 0;
   std::uint64_t units = 0;
-  const auto enter = [&units](const Item& item, int depth) {
+  const auto enter = [&units](const Item& item, Depth depth) {
     const unsigned lines = item.kind == OxXMLNode::kCDATANode  ? 2
                            : item.kind == OxXMLNode::kTextNode ? 0
                                                                : 1;
-    units += std::uint64_t{lines} * static_cast<unsigned>(depth);
+    units += lines * static_cast<std::uint64_t>(depth);
   };
-  const auto leave = [&units](const Item& item, int depth) {
-    if (item.holdsMore && IsElement(item)) units += static_cast<unsigned>(depth);
+  const auto leave = [&units](const Item& item, Depth depth) {
+    if (item.holdsMore && IsElement(item)) units += static_cast<std::uint64_t>(depth);
   };
   Walk(top, indent, enter, leave);
   return units * kIndentBytes;
@@ -164,7 +165,7 @@ OxString& Writer::Flush() {
 
 std::string_view NameOf(const Item& element) {
   return element.node != nullptr ? element.node->GetName().view()
-                                 : element.attributes.pack->NameText(element.record.name);
+                                 : element.attributes.pack->Names().Text(element.record.name);
 }
 
 void Writer::Enter(const Item& item, int indent) {
@@ -202,7 +203,7 @@ void Writer::AppendRecord(const Item& item, int indent) {
     case OxXMLNode::kCommentNode:
       return XMLText::AppendComment(text, indent, text_);
     default:
-      return XMLText::AppendInstruction(pack.NameText(item.record.name), text, indent, text_);
+      return XMLText::AppendInstruction(pack.Names().Text(item.record.name), text, indent, text_);
   }
 }
 
@@ -240,13 +241,14 @@ void Writer::AppendPacked(const XMLPacked& attributes) {
     sorted_.push_back(pack.Read(place, 0));
   }
   const auto less = [&pack](const XMLPack::Record& a, const XMLPack::Record& b) {
-    const int order = OxXMLNamedNodeMap::CompareNames(pack.NameText(a.name), pack.NameText(b.name));
+    const int order =
+        OxXMLNamedNodeMap::CompareNames(pack.Names().Text(a.name), pack.Names().Text(b.name));
     return order != 0 ? order < 0 : a.begin < b.begin;
   };
   std::sort(sorted_.begin(), sorted_.end(), less);
   for (std::size_t i = 0; i < sorted_.size(); ++i) {
-    const std::string_view name = pack.NameText(sorted_[i].name);
-    if (i + 1 < sorted_.size() && pack.NameText(sorted_[i + 1].name) == name) continue;
+    const std::string_view name = pack.Names().Text(sorted_[i].name);
+    if (i + 1 < sorted_.size() && pack.Names().Text(sorted_[i + 1].name) == name) continue;
     text_.append(" ").append(name);
     const std::string_view value = pack.Text(sorted_[i]);
     if (value.find('&') == std::string_view::npos) {
@@ -270,10 +272,13 @@ void Writer::Leave(const Item& item, int indent) {
 }  // namespace
 
 OxString XMLWriter::Write(const OxXMLNode& top, int indent) {
-  if (IndentBytes(top, indent) > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+  constexpr std::uint64_t kShortest = sizeof("\n</>") - 1;  // An element without a name.
+  if (IndentBytes(top, indent) + kShortest > std::numeric_limits<std::uint32_t>::max())
+    throw std::bad_alloc();
   Writer writer;
   Walk(
-      top, indent, [&writer](const Item& item, int depth) { writer.Enter(item, depth); },
-      [&writer](const Item& item, int depth) { writer.Leave(item, depth); });
+      top, indent,
+      [&writer](const Item& item, Depth depth) { writer.Enter(item, static_cast<int>(depth)); },
+      [&writer](const Item& item, Depth depth) { writer.Leave(item, static_cast<int>(depth)); });
   return std::move(writer.Finish());
 }
