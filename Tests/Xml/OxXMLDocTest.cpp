@@ -633,6 +633,12 @@ TEST(OxXMLNode, DocumentsShareNothing) {
   }
   const auto attribute = root->GetAttributeNode("a");
   const OxString& name = attribute->GetName();
+  auto many = OxXMLDoc::Make();
+  many->AppendChild(many->CreateElementNode("m"));
+  for (int i = 0; i < 50; ++i) many->GetRoot()->SetAttribute(OxString().format("n%d", i), "v");
+  many = many->Clone(true);
+  for (int i = 0; i < 50; ++i)
+    EXPECT_TRUE(many->GetRoot()->GetAttributeNode(OxString().format("n%d", i)));
   const auto sharing = attribute->Clone(false);
   imported->SetAttributeNode(attribute);
   EXPECT_NE(&attribute->GetName(), &name);

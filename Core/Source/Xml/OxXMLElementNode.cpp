@@ -78,8 +78,7 @@ void OxXMLElementNode::MakeUpTo(XMLPack::Place& place, XMLPack::Place end, Set s
 }
 
 void OxXMLElementNode::MakeAttributes() {
-  MakeUpTo(attributesAt_, attributesEnd_,
-           [this](const NodePtr& node) { OwnAttributes().SetNamedItem(node); });
+  MakeUpTo(attributesAt_, attributesEnd_, [this](const NodePtr& node) { AddMade(node); });
 }
 
 void OxXMLElementNode::MakeChildren() {
@@ -138,10 +137,11 @@ void OxXMLElementNode::Normalize() {
   for (; node != nullptr; node = XMLTree::NextBelow(*node, *this)) {
     if (isText(node) && isText(XMLTree::Previous(*node))) texts.push_back(Hux::make_ref(node));
   }
-  for (const NodePtr& text : texts) {
+  for (NodePtr& text : texts) {
     OxXMLNode* before = XMLTree::Previous(*text);
     if (!isText(before)) continue;
     XMLTree::EditValue(*before) += XMLTree::Value(*text);
-    text->GetParent()->RemoveChild(text);
+    OxXMLNode* parent = XMLTree::Parent(*text);
+    parent->RemoveChild(std::move(text));
   }
 }

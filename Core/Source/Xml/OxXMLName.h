@@ -47,6 +47,10 @@ class XMLNames {
   }
   /// The same as nodes share it.
   const OxXMLName& Name(std::uint32_t number);
+  /// Puts the name as it is shared here in the place of an equal one; nothing for null.
+  void Give(OxXMLName* name) {
+    if (name != nullptr) *name = Name(NumberOf(name->text().view()));
+  }
 
  private:
   struct Range {

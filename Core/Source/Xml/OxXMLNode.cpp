@@ -56,13 +56,13 @@ void OxXMLNode::ReleaseChildren(ChildLinks& children) {
 }
 
 // Makes this node, all below it and their attributes nodes of `document`. What is made later asks its parent. With
-// `names`, elements and the like have theirs from there and no longer in common with nodes of the old document.
+// `names`, all have theirs from there and no longer in common with nodes of the old document.
 void OxXMLNode::MoveTo(OxXMLNode* document, XMLNames* names) {
   for (OxXMLNode* node = this; node != nullptr; node = XMLTree::NextMade(*node, *this)) {
     node->document_ = document;
-    OxXMLName* shared = names == nullptr || node->IsAttribute() ? nullptr : node->SharedName();
-    if (shared != nullptr) *shared = names->Name(names->NumberOf(shared->text().view()));
+    if (names != nullptr) names->Give(node->SharedName());
     if (node->attributes_ == nullptr) continue;
+    if (names != nullptr) node->attributes_->Rename(*names);
     node->attributes_->ForEach([=](const NodePtr& attribute) {
       for (OxXMLNode* part = attribute.get(); part != nullptr;
            part = XMLTree::NextMade(*part, *attribute)) {
@@ -126,17 +126,18 @@ void OxXMLNode::Link(NodePtr child, OxXMLNode* before) {
 }
 
 // Checks, and links a node that may have a parent. What the old parent's hook has changed is checked again.
-inline std::int32_t OxXMLNode::Move(const NodePtr& child, const NodePtr& before) {
+inline std::int32_t OxXMLNode::Move(const NodePtr& child, OxXMLNode* before) {
   std::int32_t result = CheckNewChild(child);
   if (result != kOxXMLSuccess) return result;
   if (child->parent_ != nullptr) {
+    const NodePtr place = Hux::make_ref(before);
     child->parent_->RemoveChild(child);
     if (child->parent_ != nullptr) return kOxXMLHierarchyNotAllowed;
-    if (before && !IsParentOf(before.get())) return kOxXMLNotFound;
+    if (place && !IsParentOf(before)) return kOxXMLNotFound;
     result = CheckNewChild(child);
     if (result != kOxXMLSuccess) return result;
   }
-  Link(child, before.get());
+  Link(child, before);
   return kOxXMLSuccess;
 }
 
@@ -177,7 +178,7 @@ std::int32_t OxXMLNode::CheckNewChild(const NodePtr& child) const {
 // References of their own, since a hook may let go of all others.
 
 std::int32_t OxXMLNode::AppendChild(const NodePtr& child) {
-  const NodePtr held = child;
+  const NodePtr held = Hux::make_ref(child.get());
   const NodePtr self = Hux::make_ref(this);
   const std::int32_t result = Move(held, nullptr);
   if (result == kOxXMLSuccess) ChildAdded(held);
@@ -187,9 +188,9 @@ std::int32_t OxXMLNode::AppendChild(const NodePtr& child) {
 std::int32_t OxXMLNode::InsertChildBefore(const NodePtr& child, const NodePtr& reference) {
   if (!IsParentOf(reference.get())) return kOxXMLNotFound;
   if (child == reference) return kOxXMLSuccess;
-  const NodePtr held = child;
+  const NodePtr held = Hux::make_ref(child.get());
   const NodePtr self = Hux::make_ref(this);
-  const std::int32_t result = Move(held, NodePtr(reference));
+  const std::int32_t result = Move(held, reference.get());
   if (result == kOxXMLSuccess) ChildAdded(held);
   return result;
 }
@@ -201,10 +202,10 @@ std::int32_t OxXMLNode::ReplaceChild(const NodePtr& newChild, const NodePtr& old
     const std::int32_t result = CheckNewChild(newChild);
     return result == kOxXMLSuccess ? kOxXMLNotFound : result;
   }
-  const NodePtr held = newChild;
-  const NodePtr replaced = oldChild;
+  const NodePtr held = Hux::make_ref(newChild.get());
+  const NodePtr replaced = Hux::make_ref(oldChild.get());
   const NodePtr self = Hux::make_ref(this);
-  const std::int32_t result = Move(held, replaced);
+  const std::int32_t result = Move(held, replaced.get());
   if (result != kOxXMLSuccess) return result;
   RemoveChild(replaced);
   if (IsParentOf(held.get())) ChildAdded(held);
@@ -268,6 +269,10 @@ void OxXMLNode::AttributeRemoved(const OxString&) {}
 OxXMLNamedNodeMap& OxXMLNode::OwnAttributes() {
   if (attributes_ == nullptr) attributes_.reset(new OxXMLNamedNodeMap(this));
   return *attributes_;
+}
+
+void OxXMLNode::AddMade(const NodePtr& attribute) {
+  OwnAttributes().Adopt(attribute);
 }
 
 OxXMLNamedNodeMap& OxXMLNode::GetAttributes() {
@@ -504,7 +509,7 @@ int OxXMLNamedNodeMap::CompareNames(std::string_view a, std::string_view b) {
 }
 
 OxXMLNamedNodeMap::OxXMLNamedNodeMap(const OxXMLNamedNodeMap& other) {
-  *this = other;
+  other.ForEach([this](const NodePtr& node) { Insert(node, node->GetName().view()); });
 }
 
 // What can fail comes first.
@@ -514,8 +519,9 @@ OxXMLNamedNodeMap& OxXMLNamedNodeMap::operator=(const OxXMLNamedNodeMap& other) 
   if (owner_ == nullptr) {
     other.ForEach([&fresh](const NodePtr& node) { fresh.Insert(node, node->GetName().view()); });
   } else {
-    const OxXMLNamedNodeMap source(other);  // Cloning may change it.
-    source.ForEach([&fresh](const NodePtr& node) { fresh.SetNamedItem(node->CloneSelf()); });
+    std::vector<NodePtr> source;  // Cloning may change the other one.
+    other.ForEach([&source](const NodePtr& node) { source.push_back(node); });
+    for (const NodePtr& node : source) fresh.SetNamedItem(node->CloneSelf());
     XMLTree::MarkIndexDirty(*owner_);
   }
   std::swap(small_, fresh.small_);
@@ -587,13 +593,14 @@ bool OxXMLNamedNodeMap::SetNamedItem(const NodePtr& node) {
   } else if (!XMLTree::TakesAttributes(*owner_)) {
     return false;
   } else if (XMLTree::Parent(*node) != owner_) {
-    Adopt(NodePtr(node));
+    Adopt(node);
   }
   return true;
 }
 
 // An attribute that comes from another document gets a name and texts of its own. All that can fail comes first.
 void OxXMLNamedNodeMap::Adopt(const NodePtr& node) {
+  OxXMLNode& attribute = *node;  // `node` may be in the map that the attribute leaves.
   OxXMLNode* document = XMLTree::Document(*owner_);
   OxXMLName* shared = XMLTree::Document(*node) != document ? XMLTree::SharedName(*node) : nullptr;
   std::optional<OxXMLName> own;
@@ -607,9 +614,19 @@ void OxXMLNamedNodeMap::Adopt(const NodePtr& node) {
   if (const OxXMLNode* before = XMLTree::Parent(*node))
     XMLTree::MadeAttributes(*before)->RemoveItem(node);
   if (own) *shared = *own;
-  XMLTree::SetParent(*node, owner_);
-  if (XMLTree::Document(*node) != document) XMLTree::MoveTo(*node, document);
+  XMLTree::SetParent(attribute, owner_);
+  if (XMLTree::Document(attribute) != document) XMLTree::MoveTo(attribute, document);
   XMLTree::MarkIndexDirty(*owner_);
+}
+
+// The keys of the tree are in the names.
+void OxXMLNamedNodeMap::Rename(XMLNames& names) {
+  ForEach([&names](const NodePtr& node) { names.Give(XMLTree::SharedName(*node)); });
+  if (large_ == nullptr) return;
+  auto large = std::make_unique<Large>();
+  for (const auto& entry : large_->tree)
+    large->tree.emplace_hint(large->tree.end(), entry.second->GetName().view(), entry.second);
+  large_ = std::move(large);
 }
 
 NodePtr OxXMLNamedNodeMap::Insert(const NodePtr& node, std::string_view name) {
@@ -817,7 +834,7 @@ OxString OxXMLAttrNode::GetAsString(int) const {
 }
 
 NodePtr OxXMLAttrNode::CloneSelf() const {
-  return Copied(Make(name_.text(), JoinedText()));
+  return Copied(Make(name_, JoinedText()));
 }
 
 // ======== Character data

@@ -197,8 +197,8 @@ class OxXMLNode : public Hux::Retainable {
   void MarkIndexDirty() const {
     if (document_ != nullptr) document_->isIndexDirty_ = true;
   }
-  /// The attributes that are made already.
-  OxXMLNamedNodeMap& OwnAttributes();
+  /// Adds an attribute that was just made for this node.
+  void AddMade(const Hux::SmartPtr<OxXMLNode>& attribute);
   void ReleaseAttributes();  ///< Those that are held elsewhere have no owner then.
   /// Puts a node that has no parent before the child `before`, or at the end for null; no hook is called.
   void Link(Hux::SmartPtr<OxXMLNode> child, OxXMLNode* before);
@@ -227,7 +227,9 @@ class OxXMLNode : public Hux::Retainable {
   bool IsAttribute() const { return GetNodeType() == kAttributeNode; }
   // Attributes have none of their own, nor has the text in them: so they never nest.
   bool TakesAttributes() const {
-    return !IsAttribute() && (parent_ == nullptr || !parent_->IsAttribute());
+    const NodeType type = GetNodeType();
+    if (type == kTextNode) return parent_ == nullptr || !parent_->IsAttribute();
+    return type != kAttributeNode;
   }
   ChildLinks* AllChildren() const;
   std::int32_t CheckNewChild(const Hux::SmartPtr<OxXMLNode>& child) const;
@@ -235,7 +237,8 @@ class OxXMLNode : public Hux::Retainable {
   bool ReadAttribute(const OxString& name, XMLExpansionBudget& budget, OxString& out) const;
   bool IsParentOf(const OxXMLNode* node) const;
   OxXMLNamedNodeMap* Attributes() const;
-  std::int32_t Move(const Hux::SmartPtr<OxXMLNode>& child, const Hux::SmartPtr<OxXMLNode>& before);
+  OxXMLNamedNodeMap& OwnAttributes();  // Those that are made already.
+  std::int32_t Move(const Hux::SmartPtr<OxXMLNode>& child, OxXMLNode* before);
   void Unlink(OxXMLNode& child);
   void ChangeAttribute(const OxString& name, const OxString& value, bool quiet);
   void MoveTo(OxXMLNode* document, XMLNames* names = nullptr);
@@ -356,6 +359,7 @@ class OxXMLNamedNodeMap {
   Hux::SmartPtr<OxXMLNode> InsertLarge(const Hux::SmartPtr<OxXMLNode>& node, std::string_view name);
   void BecomeLarge();
   void Adopt(const Hux::SmartPtr<OxXMLNode>& node);
+  void Rename(XMLNames& names);
   void LetGo(OxXMLNode& node) const;
 
   Small small_;  // Sorted by name; empty once there are many.
@@ -381,7 +385,7 @@ class OxXMLAttrNode : public OxXMLNode {
   /// Every call has a budget of its own. The five predefined names resolve without a document.
   OxString GetValue() const override;
   OxString GetAsString(int indent) const override;
-  /// Deliberate: the copy has the whole text in one child, however many the original has, and a name of its own.
+  /// Deliberate: the copy has the whole text in one child, however many the original has.
   Hux::SmartPtr<OxXMLNode> CloneSelf() const override;
   /// Text nodes without attributes only.
   bool AllowChild(const Hux::SmartPtr<OxXMLNode>& node) const override;

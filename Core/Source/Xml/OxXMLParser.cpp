@@ -242,7 +242,9 @@ void OxXMLParser::CollectQuotedValue(char quote, unsigned quoteClass, std::uint3
     if (next == '&') {
       CollectReference();
     } else if (IsByte(next, XMLCharacters::kSpaceByte)) {
-      if (scanner_.Depth() > 0 || !scanner_.MatchASCII("\r\n")) scanner_.TakeByte();
+      const bool isBreak = next == '\r' && scanner_.Depth() == 0;
+      scanner_.TakeByte();
+      if (isBreak && scanner_.PeekByte() == '\n') scanner_.TakeByte();
       text_ += ' ';
     } else if (next == quote) {
       scanner_.TakeByte();

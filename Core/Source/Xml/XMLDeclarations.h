@@ -25,10 +25,10 @@ class XMLDeclarations {
   }
   /// The value in the declaration of an entity.
   struct Literal {
-    const OxString& text;
-    std::uint32_t line;
+    const OxString& text;  ///< Without its quotes.
+    std::uint32_t line;    ///< For errors.
     bool
-        isWritten;  ///< In the document itself and not in the text of an entity, which has had its line ends made.
+        isWritten;  ///< In the document itself and not in the text of an entity, whose line ends are spaces.
   };
   /// OxXMLParser::NormalizeEntityValue(); `docType` may be null.
   static OxString NormalizeEntityValue(const OxXMLDocTypeNode* docType, XMLExpansionBudget& budget,
