@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "Storage/OxDataFile.h"
+#include "Archive/OxDataFile.h"
 
 int main(int argc, char** argv) {
   if (argc < 3) {

@@ -4,10 +4,10 @@
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
+#include "Archive/OxDataFile.h"
+#include "Archive/Scramble.h"
 #include "Foundation/OxBuffer.h"
 #include "Foundation/OxString.h"
-#include "Storage/OxDataFile.h"
-#include "Storage/Scramble.h"
 
 namespace {
 

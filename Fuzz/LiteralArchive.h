@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "Archive/FlatFileFormat.h"
 #include "Foundation/OxString.h"
-#include "Storage/FlatFileFormat.h"
 
 /// The archive engine's procedures, step by step on a file in memory: no caches, no deferred writes, no lookup table.
 /// It is slow and plain, and the real engine is compared with it.

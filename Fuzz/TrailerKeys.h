@@ -6,6 +6,7 @@
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
 
+#include "Files/CryptoLibrary.h"
 #include "FuzzInput.h"
 #include "Signing/CryptoHandles.h"
 #include "Signing/OxCertificate.h"

@@ -2,10 +2,10 @@
 
 #include <set>
 
+#include "Archive/OxDataFile.h"
 #include "Foundation/OxBuffer.h"
 #include "Foundation/OxString.h"
 #include "FuzzFolder.h"
-#include "Storage/OxDataFile.h"
 
 namespace {
 

@@ -7,12 +7,12 @@
 #include <utility>
 #include <vector>
 
+#include "Archive/DamageWatch.h"
+#include "Archive/OxDataFile.h"
+#include "Archive/Scramble.h"
 #include "Foundation/OxBuffer.h"
 #include "FuzzFolder.h"
 #include "LiteralArchive.h"
-#include "Storage/DamageWatch.h"
-#include "Storage/OxDataFile.h"
-#include "Storage/Scramble.h"
 
 namespace {
 

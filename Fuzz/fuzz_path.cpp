@@ -1,9 +1,9 @@
 // OxPath's functions agree with each other, and OxPathMatcher with a matcher that tries everything.
 
+#include "Files/OxPathMatcher.h"
 #include "Foundation/OxPath.h"
 #include "Foundation/OxString.h"
 #include "FuzzInput.h"
-#include "Storage/OxPathMatcher.h"
 
 namespace {
 

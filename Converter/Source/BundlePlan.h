@@ -9,10 +9,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Archive/FlatFileFormat.h"
 #include "Foundation/OxString.h"
 #include "Posix/FileOps.h"
 #include "Posix/GrowingMemory.h"
-#include "Storage/FlatFileFormat.h"
 
 /// The largest file that a record can hold; a larger one cannot be read.
 constexpr std::uint64_t kLargestStoredFile =

@@ -9,12 +9,12 @@
 #include <utility>
 #include <vector>
 
+#include "Files/FileIdentity.h"
+#include "Files/OxFileUtils.h"
 #include "Foundation/StringWalk.h"
 #include "NameClashes.h"
-#include "ObjectIdentity.h"
 #include "PlannedFolders.h"
 #include "Posix/FileOps.h"
-#include "Storage/OxFileUtils.h"
 
 namespace {
 
@@ -48,7 +48,8 @@ bool IsListed(int result) {
 
 class Walk {
  public:
-  explicit Walk(const OxPath& archive) : archivePath_(archive), archive_(::Identify(archive)) {
+  explicit Walk(const OxPath& archive)
+      : archivePath_(archive), archive_(::Identify(archive.native_string())) {
     plan_.archive = archive_;
     if (archive_ && archive_->kind == FileKind::kFolder) archive_.reset();
   }

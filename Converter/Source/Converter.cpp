@@ -12,11 +12,13 @@
 #include "BundlePlan.h"
 #include "CommandLine.h"
 #include "Console.h"
+#include "Files/CryptoLibrary.h"
+#include "Files/FileIdentity.h"
+#include "Files/OxFileUtils.h"
 #include "Flattening.h"
 #include "Foundation/VisibleText.h"
 #include "KeyLoading.h"
 #include "Listing.h"
-#include "ObjectIdentity.h"
 #include "OutputPath.h"
 #include "PathExpansion.h"
 #include "Posix/LazyLibrary.h"
@@ -24,7 +26,6 @@
 #include "Progress.h"
 #include "Signing/CryptoHandles.h"
 #include "Signing/OxFileSigner.h"
-#include "Storage/OxFileUtils.h"
 #include "Unflattening.h"
 #include "Utilities/TextDecoding.h"
 
@@ -86,7 +87,7 @@ bool PreparePaths(RunOptions& options, std::optional<BundlePlan>& plan) {
   const std::optional<OxPath> output = ResolveOutputPath(options.input, options.output);
   if (!output) return false;
   options.output = *output;
-  if (!options.flatten || !Identify(options.output)) return true;
+  if (!options.flatten || !Identify(options.output.native_string())) return true;
   plan = PlanContents(options.input, options.output);
   if (plan->reachesArchive) ReportOutputIsInput();
   return !plan->reachesArchive;

@@ -8,15 +8,15 @@
 
 #include "BundleWalk.h"
 #include "Console.h"
+#include "Files/FileIdentity.h"
+#include "Files/OxBinaryData.h"
+#include "Files/OxFile.h"
+#include "Files/OxFileUtils.h"
 #include "NameClashes.h"
-#include "ObjectIdentity.h"
 #include "OutputPath.h"
 #include "PlannedFolders.h"
 #include "Posix/Interruption.h"
 #include "Progress.h"
-#include "Storage/OxBinaryData.h"
-#include "Storage/OxFile.h"
-#include "Storage/OxFileUtils.h"
 #include "Utilities/TextDecoding.h"
 #include "WidgetArchive.h"
 #include "Xml/OxXMLParser.h"
@@ -177,7 +177,7 @@ Outcome PlannedWriter::AddFile(const BundlePlan::Step& step, const BundlePlan::S
 // it fails.
 void SettleDanglingLinks(BundlePlan& plan, const OxPath& archive) {
   if (plan.danglingLinks.empty()) return;
-  const auto written = Identify(archive);
+  const auto written = Identify(archive.native_string());
   PlannedFolders folders(plan);
   for (const BundlePlan::Position at : plan.danglingLinks) {
     const BundlePlan::Step step = plan.At(at);
@@ -281,10 +281,10 @@ bool RemoveFile(const OxString& path) {
 // the `expected` one.
 OxString PrepareTarget(const OxPath& archive, const std::optional<Posix::FileInfo>& expected) {
   OxString target = archive.native_string();
-  auto info = IdentifyLink(archive);
+  auto info = IdentifyLink(archive.native_string());
   if (info && info->kind == Posix::FileKind::kLink) {
     target = WobResolvePath(target);
-    info = IdentifyLinkVerbatim(target);
+    info = IdentifyLink(target);
   }
   // A dangling link and a folder are what opening refuses.
   const auto isKind = [&](Posix::FileKind kind) { return info->kind == kind; };
@@ -351,7 +351,7 @@ bool LocateWobFileInBundle(const OxPath& bundle, OxPath& descriptionFile) {
 
 Hux::SmartPtr<OxXMLDoc> ReadWobFile(const OxString& path, OxString& text) {
   unsigned int encoding = kWobEncodingUnknown;
-  const auto info = Identify(OxPath(path));
+  const auto info = Identify(OxPath(path).native_string());
   if (!info || info->kind != Posix::FileKind::kRegular) return nullptr;
   if (!WobReadTextFile(path, encoding, text)) return nullptr;
   Hux::SmartPtr<OxXMLDoc> document = OxXMLDoc::Make();

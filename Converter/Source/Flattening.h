@@ -2,11 +2,11 @@
 
 #include <optional>
 
+#include "Archive/OxDataFile.h"
 #include "BundlePlan.h"
 #include "Foundation/OxPath.h"
 #include "Foundation/OxString.h"
 #include "Foundation/SmartPtr.h"
-#include "Storage/OxDataFile.h"
 #include "Xml/OxXMLDoc.h"
 
 // Turns a widget bundle into one flat archive: a record for the description file, holding its decoded

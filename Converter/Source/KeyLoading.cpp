@@ -7,8 +7,8 @@
 #include <openssl/pem.h>
 
 #include "Console.h"
+#include "Files/OxFileUtils.h"
 #include "Foundation/OxBuffer.h"
-#include "Storage/OxFileUtils.h"
 
 namespace {
 

@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <string>
 
+#include "Archive/DamageWatch.h"
+#include "Archive/OxDataFile.h"
 #include "Console.h"
 #include "OverlapLimit.h"
-#include "Storage/DamageWatch.h"
-#include "Storage/OxDataFile.h"
 #include "WidgetArchive.h"
 
 namespace {

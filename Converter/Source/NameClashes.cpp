@@ -8,9 +8,9 @@
 #include <utility>
 
 #include "Console.h"
+#include "Files/OxFile.h"
 #include "Foundation/StringWalk.h"
 #include "PlannedFolders.h"
-#include "Storage/OxFile.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "OutputPath.h"
 
 #include "Console.h"
-#include "ObjectIdentity.h"
+#include "Files/FileIdentity.h"
 #include "PathExpansion.h"
 
 namespace {
@@ -24,8 +24,8 @@ std::optional<OxPath> ResolveOutputPath(const OxPath& input, const OxPath& outpu
   // With "/" after it the name of a file would not be found, although deleting would find it.
   OxPath result = WithoutTrailingSlashes(ExpandPath(output));
   const OxPath parent = result.branch_path();
-  const auto existing = Identify(result);
-  if (!existing && !Identify(parent)) {
+  const auto existing = Identify(result.native_string());
+  if (!existing && !Identify(parent.native_string())) {
     Console::Error("Error: Output directory '%s' does not exist\n", parent.native_string().c_str());
     return std::nullopt;
   }

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "Archive/DamageWatch.h"
 #include "Foundation/Narrow.h"
-#include "Storage/DamageWatch.h"
 
 namespace {
 

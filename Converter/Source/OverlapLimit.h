@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "Storage/OxDataFile.h"
+#include "Archive/OxDataFile.h"
 
 /// Stops a walk over the records of an archive that was made to fill a disk or a terminal. In a sound
 /// archive no two records share bytes, so all of them together are no longer than it; here a few

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "ObjectIdentity.h"
+#include "Files/FileIdentity.h"
 
 FileStatus PlannedFolders::OpenFile(const BundlePlan::Step& step, std::optional<OxFile>& file) {
   const bool isLink = step.kind == BundlePlan::StepKind::kLinkedFile;

@@ -5,9 +5,9 @@
 #include <optional>
 
 #include "BundlePlan.h"
+#include "Files/OpenFolders.h"
+#include "Files/OxFile.h"
 #include "Posix/FileOps.h"
-#include "Storage/OpenFolders.h"
-#include "Storage/OxFile.h"
 
 /// The folders of a plan on the disk, each opened in the one above it, so that a deep one costs no more than any
 /// other. A link that took the place of a folder since it was listed is not followed.

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "Console.h"
-#include "Storage/FileTree.h"
-#include "Storage/OxFile.h"
-#include "Storage/OxFileUtils.h"
+#include "Posix/Paths.h"
+#include "Files/OxFile.h"
+#include "Files/OxFileUtils.h"
 #include "WidgetArchive.h"
 
 namespace {
@@ -167,7 +167,7 @@ RecordExtraction::Way RecordExtraction::GoAbove(OpenFolders& above, const std::s
 }
 
 RecordExtraction::Way RecordExtraction::MakeBundle() {
-  const FileTree::Name bundle = FileTree::Split(std::string(target_.path.native_string().view()));
+  const Posix::ObjectName bundle = Posix::SplitPath(std::string(target_.path.native_string().view()));
   OpenFolders above(OpenFolders::Links::kRefuse);
   const Way way = GoAbove(above, bundle.folder);
   if (way != Way::kThere) return way;

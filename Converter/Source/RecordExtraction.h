@@ -6,11 +6,11 @@
 #include <string>
 #include <string_view>
 
+#include "Archive/OxDataFile.h"
+#include "Files/OpenFolders.h"
 #include "Foundation/OxPath.h"
 #include "OverlapLimit.h"
 #include "Posix/FileOps.h"
-#include "Storage/OpenFolders.h"
-#include "Storage/OxDataFile.h"
 
 /// Whether extraction makes a file of a record: it has a name, which is not that of the metadata and has no
 /// ".." component.

@@ -5,17 +5,17 @@
 #include <utility>
 #include <vector>
 
+#include "Archive/DamageWatch.h"
+#include "Archive/OxDataFile.h"
 #include "Console.h"
-#include "ObjectIdentity.h"
+#include "Files/FileIdentity.h"
+#include "Files/FileTree.h"
+#include "Files/OxFileUtils.h"
 #include "OverlapLimit.h"
 #include "Posix/FileOps.h"
 #include "Posix/Interruption.h"
 #include "Progress.h"
 #include "RecordExtraction.h"
-#include "Storage/DamageWatch.h"
-#include "Storage/FileTree.h"
-#include "Storage/OxDataFile.h"
-#include "Storage/OxFileUtils.h"
 #include "WidgetArchive.h"
 
 namespace {
@@ -96,7 +96,7 @@ Survey Examine(OxDataFile& file) {
 
 bool IsEmptyFolder(const OxPath& path) {
   std::vector<OxFolderEntry> entries;
-  const auto info = IdentifyLink(path);
+  const auto info = IdentifyLink(path.native_string());
   return info && info->kind == Posix::FileKind::kFolder &&
          OxFileUtils::ListFolder(path, "*", entries) == 0;
 }
@@ -109,7 +109,7 @@ bool ClearTarget(const OxPath& archive, const OxPath& bundle, std::optional<Posi
     Console::Error("Error: '%s' lies inside '%s'\n", archive.native_string().c_str(), target);
     return false;
   }
-  const auto old = IdentifyLink(bundle);
+  const auto old = IdentifyLink(bundle.native_string());
   const bool isSpecial = old && old->kind == Posix::FileKind::kOther;
   if (!isSpecial) WobDeleteDirectory(bundle.native_string());
   if (!IsThere(bundle)) return true;

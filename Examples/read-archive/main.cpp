@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "Storage/OxDataFile.h"
+#include "Archive/OxDataFile.h"
 
 namespace {
 

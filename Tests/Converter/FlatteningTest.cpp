@@ -17,10 +17,10 @@
 
 #include "BundleTest.h"
 #include "BundleWalk.h"
+#include "Files/OpenFolders.h"
+#include "Files/OxFileUtils.h"
 #include "Listing.h"
 #include "NameClashes.h"
-#include "Storage/OpenFolders.h"
-#include "Storage/OxFileUtils.h"
 #include "Streams.h"
 #include "Support/DocumentDump.h"
 #include "Support/FaultyFileOps.h"

@@ -7,9 +7,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "Files/OxFile.h"
 #include "Signing/OxFileSigner.h"
 #include "Signing/SigningFixtures.h"
-#include "Storage/OxFile.h"
 #include "Support/DocumentDump.h"
 #include "Support/FaultyFileOps.h"
 #include "Support/TemporaryFolder.h"

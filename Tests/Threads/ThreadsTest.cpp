@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include "Archive/OxDataFile.h"
 #include "Signing/OxFileSigner.h"
 #include "Signing/SigningFixtures.h"
-#include "Storage/OxDataFile.h"
 #include "Support/TemporaryFolder.h"
 #include "Utilities/TextDecoding.h"
 #include "Xml/OxXMLParser.h"

@@ -100,6 +100,18 @@ std::string ResolvePath(const std::string& path) {
                                    : Follow(resolved, std::string_view(absolute).substr(length));
 }
 
+std::string ParentOf(const std::string& path) {
+  const std::size_t separator = path.find_last_of('/');
+  if (separator == std::string::npos) return {};
+  return path.substr(0, separator == 0 ? 1 : separator);
+}
+
+ObjectName SplitPath(const std::string& path) {
+  const std::string object = path.substr(0, path.find_last_not_of('/') + 1);
+  const std::string parent = ParentOf(object);
+  return {parent.empty() ? "." : parent + "/.", object.substr(object.find_last_of('/') + 1)};
+}
+
 std::string TemporaryFolder() {
   const std::string folder = NamedTemporaryFolder();
   FileInfo info;

@@ -9,6 +9,17 @@ namespace Posix {
 /// absolute.
 std::string ResolvePath(const std::string& path);
 
+/// The folder that a path's last component lies in; empty when there is no "/".
+std::string ParentOf(const std::string& path);
+
+/// Where an object is named.
+struct ObjectName {
+  std::string folder;  ///< A path that leads to the folder, also where that is a link.
+  std::string name;    ///< The last component.
+};
+/// Both parts of a path. "/" behind it count for nothing, so that a link is meant and not what it leads to.
+ObjectName SplitPath(const std::string& path);
+
 /// The folder for temporary files: the one that the environment names (TMPDIR, TMP, TEMP or TEMPDIR, the
 /// first that is set and not empty), else "/tmp". Empty when that is not a folder to which this process may
 /// add files.

@@ -3,7 +3,6 @@
 #include <climits>
 
 #include <openssl/bio.h>
-#include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
@@ -29,13 +28,6 @@ void CryptoDeleter::operator()(x509_store_ctx_st* verification) const noexcept {
 }
 void CryptoDeleter::operator()(x509_store_st* store) const noexcept {
   X509_STORE_free(store);
-}
-
-void InitialiseCryptoLibrary() {
-  // The older functions read the system's configuration file, which may load other modules.
-  OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_ADD_ALL_CIPHERS |
-                          OPENSSL_INIT_ADD_ALL_DIGESTS | OPENSSL_INIT_LOAD_CRYPTO_STRINGS,
-                      nullptr);
 }
 
 CryptoPtr<bio_st> OpenMemoryStream(const char* bytes, std::size_t count) {

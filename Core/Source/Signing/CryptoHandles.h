@@ -28,10 +28,6 @@ struct CryptoDeleter {
 template <typename T>
 using CryptoPtr = std::unique_ptr<T, CryptoDeleter>;
 
-/// Initialises the library, once in a process: all ciphers, digests and error texts, and no configuration file, now
-/// or later. Must be called before any other use of the library.
-void InitialiseCryptoLibrary();
-
 /// A BIO that reads `count` bytes in place; `bytes` must outlive it. Null when `bytes` is null, when `count` is 0 or
 /// above 2^31 - 1, or when memory runs out.
 CryptoPtr<bio_st> OpenMemoryStream(const char* bytes, std::size_t count);

@@ -10,12 +10,13 @@
 #include <string_view>
 #include <utility>
 
+#include "Files/CryptoLibrary.h"
+#include "Files/OxFile.h"
 #include "Foundation/VisibleText.h"
 #include "Posix/StandardStreams.h"
 #include "Posix/StatusLine.h"
 #include "Signing/OxSignature.h"
 #include "Signing/SignatureTrailer.h"
-#include "Storage/OxFile.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <span>
 
-#include "Storage/OxBinaryData.h"
+#include "Files/OxBinaryData.h"
 
 namespace {
 

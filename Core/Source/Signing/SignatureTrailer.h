@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "Files/OxFile.h"
 #include "Foundation/OxBuffer.h"
-#include "Storage/OxFile.h"
 
 /// The block at the end of a signed file. Numbers are unsigned, 32 bits, least significant byte first:
 ///

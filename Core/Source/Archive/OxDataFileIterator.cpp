@@ -1,0 +1,39 @@
+#include "Archive/OxDataFile.h"
+
+using FlatFile::kNoPosition;
+
+OxDataFile::Iterator::Iterator(OxDataFile* file) : Iterator(file, file->header_.usedList.head) {}
+
+OxDataFile::Iterator::Iterator(OxDataFile* file, std::uint64_t position)
+    : file_(file), position_(position), trail_(position, file->change_) {
+  LoadRecord();
+}
+
+const OxDataFile::Record& OxDataFile::Iterator::operator*() const {
+  if (position_ == kNoPosition) throw InvalidState();
+  return record_;
+}
+
+OxDataFile::Iterator& OxDataFile::Iterator::operator++() {
+  if (position_ == kNoPosition) throw InvalidState();
+  const std::uint64_t next = record_.header_.next;
+  const bool ends = next == kNoPosition || !trail_.StepTo(next, file_->LinkReader(), file_->change_);
+  position_ = ends ? kNoPosition : next;
+  LoadRecord();
+  return *this;
+}
+
+OxDataFile::Iterator OxDataFile::Iterator::operator++(int) {
+  Iterator before = *this;
+  ++*this;
+  return before;
+}
+
+void OxDataFile::Iterator::LoadRecord() {
+  if (position_ == kNoPosition) return;
+  try {
+    record_.Load(file_, position_);
+  } catch (...) {
+    position_ = kNoPosition;
+  }
+}

@@ -1,0 +1,74 @@
+#include <algorithm>
+
+#include "Archive/OxDataFile.h"
+#include "Archive/Scramble.h"
+
+using FlatFile::kRecordHeaderSize;
+using FlatFile::RecordHeader;
+
+OxDataFile::Record::Record(OxDataFile* file, std::uint64_t position) {
+  Load(file, position);
+}
+
+// The name's storage serves record after record.
+void OxDataFile::Record::Load(OxDataFile* file, std::uint64_t position) {
+  if (file == nullptr || file->ReadHeaderAt(position, header_) != kStatusOk) throw EndOfFile();
+  const auto name = file->names_.At(header_.nameOffset);
+  name_.set(name ? name->data() : nullptr, name ? name->size() : 0);
+  file_ = file;
+  position_ = position;
+}
+
+FileStatus OxDataFile::Record::GetData(OxBuffer& out) const {
+  if (file_ == nullptr) return kStatusNotOpen;
+  const FileStatus status = file_->ReadPayloadOf(position_, out);
+  if (file_->IsProtected()) scramble(kScrambleSeed, out.data(), out.data(), out.length());
+  return status;
+}
+
+CopyResult OxDataFile::Record::CopyDataTo(OxFile& target) const {
+  if (file_ == nullptr) return {.readStatus = kStatusNotOpen};
+  if (!target.IsOpen()) return {.writeStatus = kStatusNotOpen};
+  RecordHeader header;
+  const FileStatus status = file_->ReadHeaderAt(position_, header);
+  if (status != kStatusOk) return {.readStatus = status};
+  const FileCopier::Change scramble = file_->IsProtected() ? MakeScrambler() : nullptr;
+  ArchiveFile& archive = file_->file_;
+  if (archive.IsMapped() || header.dataLength <= ReadWindow::kLargest) {
+    return CopyByViews(header.dataLength, target, scramble);
+  }
+  const std::uint64_t start = target.GetPosition();
+  const CopyResult result = archive.CopyTo({target, start}, header.dataLength,
+                                           position_ + kRecordHeaderSize, file_->copier_, scramble);
+  target.SetPosition(start + result.copied);
+  return result;
+}
+
+// Writes the payload straight from where it lies in memory, piece by piece.
+CopyResult OxDataFile::Record::CopyByViews(std::uint32_t length, OxFile& target,
+                                           const FileCopier::Change& scramble) const {
+  static_assert(ReadWindow::kLargest <= FileCopier::kBufferSize);
+  CopyResult result;
+  while (result.copied < length && result.readStatus == kStatusOk) {
+    const std::uint64_t from = position_ + kRecordHeaderSize + result.copied;
+    const auto wanted =
+        static_cast<std::size_t>(std::min<std::uint64_t>(length - result.copied, ReadWindow::kLargest));
+    std::span<const std::byte> bytes;
+    result.readStatus = file_->file_.ViewAt(from, wanted, bytes);
+    if (scramble) {
+      const std::span<std::byte> buffer = file_->copier_.Buffer().first(bytes.size());
+      std::ranges::copy(bytes, buffer.begin());
+      scramble(buffer);
+      bytes = buffer;
+    }
+    result.writeStatus = target.Write(bytes.data(), bytes.size());
+    if (result.writeStatus != kStatusOk) return result;
+    result.copied += bytes.size();
+  }
+  return result;
+}
+
+const char* OxDataFile::Record::GetMappedRecordPtr(unsigned long& length) const {
+  if (file_ == nullptr) throw AccessDenied();
+  return file_->MappedPayload(position_, length);
+}
