@@ -11,6 +11,7 @@
 
 #include "Files/FileIdentity.h"
 #include "Files/OxFileUtils.h"
+#include "Foundation/StringComparison.h"
 #include "Foundation/StringWalk.h"
 #include "NameClashes.h"
 #include "PlannedFolders.h"

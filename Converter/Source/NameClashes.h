@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "BundlePlan.h"
+#include "Foundation/StringComparison.h"
 #include "Posix/FileOps.h"
 
 /// A name in an order in which names that differ only in letter case are equal: by hash, then by

@@ -15,7 +15,7 @@ def block(name):
 
 
 # Helpers that use a type of the class whose work they share, and that class.
-CIRCLES = {"Encodings", "LegacyEncodings", "OxString", "StringWalk", "NameTable", "RecordIndex", "OxDataFile"}
+CIRCLES = {"Encodings", "LegacyEncodings", "NameTable", "RecordIndex", "OxDataFile"}
 LAW, OUTSIDE = block("law"), block("outside")
 
 

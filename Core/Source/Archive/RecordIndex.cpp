@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "Foundation/StringComparison.h"
 #include "Foundation/Narrow.h"
 #include "Foundation/OxString.h"
 #include "Foundation/StringWalk.h"

@@ -35,7 +35,7 @@ class OxString {
   enum ECaseSense { kCaseSensitive = 0, kCaseInsensitive = 1 };
 
   /// Bytes that are not acceptable UTF-8.
-  class InvalidEncoding {};
+  using InvalidEncoding = InvalidUtf8;
   /// An index past the end in operator[].
   class OutOfRange {};
 
@@ -351,11 +351,3 @@ inline OxString::const_iterator& OxString::const_iterator::operator++() {
   if (position_ != nullptr) position_ = NextCharPos(position_);
   return *this;
 }
-
-/// A hash that is equal for any two strings with the same characters, without regard to letter case. The key
-/// is drawn anew in each process, so that nobody can choose texts that collide: do not store the hash.
-std::size_t HashNoCase(const OxString& text);
-/// The same for bytes that would be acceptable to OxString.
-std::size_t HashNoCase(std::string_view utf8);
-/// OxString::compare() ignoring case, for bytes that would be acceptable to OxString.
-int CompareNoCase(std::string_view a, std::string_view b);

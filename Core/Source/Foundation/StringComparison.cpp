@@ -1,12 +1,12 @@
+#include "Foundation/StringComparison.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
-#include <optional>
 #include <utility>
 
-#include "Foundation/OxString.h"
 #include "Foundation/StringWalk.h"
 #include "Posix/CaseFolding.h"
 #include "Posix/Randomness.h"
@@ -87,15 +87,6 @@ bool HoldsBeyondUtf16(std::string_view text) {
   return found != 0;
 }
 
-// The part of a text that is converted to UTF-16: none when the text is shorter than its length says.
-std::optional<std::string_view> Characters(std::string_view text, std::size_t count) {
-  if (count == StringWalk::CountCharacters(text)) return text;
-  std::size_t bytes = 0;
-  for (; count > 0 && bytes < text.size(); --count) bytes += StringWalk::SequenceLength(&text[bytes]);
-  if (count > 0) return std::nullopt;
-  return text.substr(0, bytes);
-}
-
 int Sign(int difference) {
   return (difference > 0) - (difference < 0);
 }
@@ -115,30 +106,8 @@ std::size_t CommonBytes(std::string_view a, std::string_view b) {
   return CharacterBefore(a, CharacterBefore(a, static_cast<std::size_t>(differs - a.begin())));
 }
 
-int CompareUtf16(std::string_view a, std::string_view b, bool fold) {
-  if (HoldsBeyondUtf16(a) || HoldsBeyondUtf16(b)) return 1;
-  const std::size_t common = CommonBytes(a, b);
-  UnitReader unitsA(a.substr(common), fold);
-  UnitReader unitsB(b.substr(common), fold);
-  for (;;) {
-    const int unitA = unitsA.Next();
-    const int unitB = unitsB.Next();
-    if (unitA != unitB || unitA == UnitReader::kEnd) return Sign(unitA - unitB);
-  }
-}
-
 int CompareSizes(std::size_t a, std::size_t b) {
   return (a > b) - (a < b);
-}
-
-int CompareAscii(std::string_view a, std::string_view b, bool fold) {
-  if (!fold) return Sign(a.compare(b));
-  const std::size_t common = std::min(a.size(), b.size());
-  for (std::size_t i = 0; i < common; ++i) {
-    const int difference = FoldAscii(a[i]) - FoldAscii(b[i]);
-    if (difference != 0) return Sign(difference);
-  }
-  return CompareSizes(a.size(), b.size());
 }
 
 constexpr std::size_t kWordBytes = sizeof(std::uint64_t);
@@ -219,26 +188,31 @@ std::uint64_t FoldAsciiWord(const char* characters) {
 
 }  // namespace
 
-int OxString::compare(const OxString& other, ECaseSense caseSense) const {
-  if (this == &other || (empty() && other.empty())) return 0;
-  const bool fold = caseSense == kCaseInsensitive;
-  if (is_ascii() && other.is_ascii()) return CompareAscii(view(), other.view(), fold);
-  const auto mine = Characters(view(), length_);
-  const auto others = Characters(other.view(), other.length_);
-  return mine && others ? CompareUtf16(*mine, *others, fold) : 1;
+int StringComparison::Utf16(std::string_view a, std::string_view b, bool fold) {
+  if (HoldsBeyondUtf16(a) || HoldsBeyondUtf16(b)) return 1;
+  const std::size_t common = CommonBytes(a, b);
+  UnitReader unitsA(a.substr(common), fold);
+  UnitReader unitsB(b.substr(common), fold);
+  for (;;) {
+    const int unitA = unitsA.Next();
+    const int unitB = unitsB.Next();
+    if (unitA != unitB || unitA == UnitReader::kEnd) return Sign(unitA - unitB);
+  }
 }
 
-int OxString::compare(const char* utf8, ECaseSense caseSense) const {
-  const std::string_view text(utf8 == nullptr ? "" : utf8);
-  if (is_ascii() && StringWalk::IsAscii(text)) {
-    return CompareAscii(view(), text, caseSense == kCaseInsensitive);
+int StringComparison::Ascii(std::string_view a, std::string_view b, bool fold) {
+  if (!fold) return Sign(a.compare(b));
+  const std::size_t common = std::min(a.size(), b.size());
+  for (std::size_t i = 0; i < common; ++i) {
+    const int difference = FoldAscii(a[i]) - FoldAscii(b[i]);
+    if (difference != 0) return Sign(difference);
   }
-  return compare(OxString(text), caseSense);
+  return CompareSizes(a.size(), b.size());
 }
 
 int CompareNoCase(std::string_view a, std::string_view b) {
-  if (StringWalk::IsAscii(a) && StringWalk::IsAscii(b)) return CompareAscii(a, b, true);
-  return CompareUtf16(a, b, true);
+  if (StringWalk::IsAscii(a) && StringWalk::IsAscii(b)) return StringComparison::Ascii(a, b, true);
+  return StringComparison::Utf16(a, b, true);
 }
 
 std::size_t HashNoCase(std::string_view utf8) {
@@ -264,8 +238,4 @@ std::size_t HashNoCase(std::string_view utf8) {
     }
   }
   return static_cast<std::size_t>(hash.Finish());
-}
-
-std::size_t HashNoCase(const OxString& text) {
-  return HashNoCase(text.view());
 }

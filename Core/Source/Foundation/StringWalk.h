@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <string_view>
 
-#include "Foundation/OxString.h"
 #include "Foundation/UnicodeConversion.h"
 
 /// UTF-8 primitives; `char` pointers throughout.
@@ -14,14 +13,14 @@ inline bool IsContinuation(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-/// Bytes of the character at `p`; throws OxString::InvalidEncoding for a byte that cannot begin one.
+/// Bytes of the character at `p`; throws InvalidUtf8 for a byte that cannot begin one.
 inline unsigned short SequenceLength(const char* p) {
   const unsigned short length = GetUTF8SequenceLength(static_cast<unsigned char>(*p));
-  if (length == 0) throw OxString::InvalidEncoding();
+  if (length == 0) throw InvalidUtf8();
   return length;
 }
 
-/// The code point at `p`, whose bytes are all there; throws ::InvalidEncoding for a byte that cannot begin one.
+/// The code point at `p`, whose bytes are all there; throws InvalidEncoding for a byte that cannot begin one.
 inline unsigned long Decode(const char* p) {
   unsigned short length = 0;
   return UTF8CharToUnicode(reinterpret_cast<const unsigned char*>(p), length);

@@ -8,6 +8,8 @@
 
 /// Bytes or code units that are not acceptable text.
 class InvalidEncoding {};
+/// OxString::InvalidEncoding, another class: bytes that a string does not accept.
+class InvalidUtf8 {};
 
 /// 1 for 00-7F, 2 for C0-DF, 3 for E0-EF, 4 for F0-F7; 0 for a continuation byte and for F8-FF.
 inline unsigned short GetUTF8SequenceLength(unsigned char lead) {

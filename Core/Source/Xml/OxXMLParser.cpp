@@ -3,6 +3,7 @@
 #include <array>
 #include <utility>
 
+#include "Foundation/StringComparison.h"
 #include "Foundation/UnicodeConversion.h"
 #include "Xml/XMLText.h"
 
