@@ -12,7 +12,7 @@ int main(int argc, char** argv) {
     std::fputs("usage: make_archive FILE RECORDS [BYTES]\n", stderr);
     return 2;
   }
-  constexpr unsigned long kWidget = 0x77646774;
+  using FlatFile::kWidget;
   constexpr short kReadWriteCreate = 11;
   const long records = std::atol(argv[2]);
   const std::string payload(argc > 3 ? static_cast<std::size_t>(std::atol(argv[3])) : 10, 'x');

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr unsigned long kWidget = 0x77646774;
+using FlatFile::kWidget;
 constexpr short kRead = 1;
 constexpr short kReadWriteCreate = 11;
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::uint32_t kWidget = 0x77646774;
+using FlatFile::kWidget;
 
 struct Seen {
   bool opened = false;

@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr std::uint32_t kWidget = 0x77646774;
+using FlatFile::kWidget;
 constexpr short kReadWriteCreate = 11;
 constexpr short kReadWrite = 3;
 

@@ -31,7 +31,7 @@ class UnfinishedArchive {
   UnfinishedArchive(const OxString& path, short mode, const std::optional<Posix::FileInfo>& expected)
       : path_(path),
         interruption_(path.c_str()),
-        file_(WidgetArchive::kTypeCode, path),
+        file_(FlatFile::kWidget, path),
         opened_(file_.Open(mode, [&](OxFile& file) { return Claim(file, expected); })) {
     if (!opened_) return;
     interruption_.Arm(descriptor_);

@@ -75,7 +75,7 @@ bool ListFileContents(const OxPath& archive, bool verbose) {
                             archive.native_string().c_str());
   }
   try {
-    OxDataFile file(WidgetArchive::kTypeCode, archive.native_string());
+    OxDataFile file(FlatFile::kWidget, archive.native_string());
     List(file, verbose);
   } catch (...) {
     Console::Error("Error: the listing of '%s' ends early\n", archive.native_string().c_str());

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "Posix/Users.h"
+#include "Posix/Paths.h"
 
 OxPath ExpandPath(const OxPath& path) {
   const std::string_view text = path.native_string().view();

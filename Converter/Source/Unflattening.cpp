@@ -160,7 +160,7 @@ OxPath FolderOf(const OxPath& path) {
 }
 
 bool Unflatten(const OxPath& archive, const OxPath& bundle, bool verbose) {
-  OxDataFile file(WidgetArchive::kTypeCode, archive.native_string());
+  OxDataFile file(FlatFile::kWidget, archive.native_string());
   // Deliberate: asked before the archive is open, so the answer is always no.
   if (file.IsProtected()) return false;
   std::optional<TemporaryBundle> temporary;

@@ -1,12 +1,7 @@
 #pragma once
 
-#include <cstdint>
-
 /// What every driver has to know of a widget's flat archive.
 namespace WidgetArchive {
-
-/// The archive's type code: 'w', 'd', 'g', 't'.
-constexpr std::uint32_t kTypeCode = 0x77646774;
 
 /// The record about the widget itself; readers pass over it wherever they find it.
 constexpr const char* kMetaDataName = "__METADATA__";

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr unsigned long kWidget = 0x77646774;  // "wdgt"
+using FlatFile::kWidget;
 
 int PrintNames(OxDataFile& archive) {
   for (OxDataFile::Iterator record = archive.Begin(); !(record == archive.End()); ++record) {

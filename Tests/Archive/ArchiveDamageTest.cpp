@@ -99,20 +99,6 @@ TEST(ArchiveDamage, APayloadCutOffByTheEndIsTold) {
   }
 }
 
-// Entries that all have one name are told apart by the literal procedure, in linear time.
-TEST(ArchiveDamage, AnIndexOfOneNameTakesNoTime) {
-  constexpr std::size_t kEntries = 300000;
-  const std::vector<std::byte> zeros(kEntries * FlatFile::kIndexEntrySize);
-  NameTable names(std::string_view("x\0", 2));
-  RecordIndex index;
-  index.Load(zeros);
-  EXPECT_EQ(index.Find("X", names)->slot, (kEntries - 1) / 2);
-  index.Remove(0, names);
-  EXPECT_EQ(index.Find("X", names)->slot, kEntries / 2);
-  index.Insert(0, {0, 0, 72}, names);
-  EXPECT_EQ(index.Find("X", names)->slot, (kEntries - 1) / 2);
-}
-
 // ---- Failures of the disk
 
 // True when everything was said to have worked. Only `edited` leaves a free block behind.

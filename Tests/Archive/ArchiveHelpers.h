@@ -13,7 +13,7 @@
 
 // What the tests of archives share.
 
-constexpr std::uint32_t kWidget = 0x77646774;
+using FlatFile::kWidget;
 constexpr short kRead = OxDataFile::kOpenRead;
 constexpr short kEdit = OxDataFile::kOpenRead | OxDataFile::kOpenWrite;
 constexpr short kCreate = kEdit | OxDataFile::kOpenCreate;

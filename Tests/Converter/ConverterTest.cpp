@@ -3,7 +3,7 @@
 
 #include "Converter.h"
 #include "PathExpansion.h"
-#include "Posix/Users.h"
+#include "Posix/Paths.h"
 #include "Streams.h"
 
 namespace {

@@ -364,7 +364,7 @@ TEST_F(Flattening, TheLaterOfTwoNamesThatDifferInCaseIsStored) {
             "warning: 'SUB/B' and 'sub/b' differ only in letter case, the later one is stored\n"
             "Error: Unable to read d\n");
   EXPECT_EQ(Names(), "main.wob\nA\nSUB/c\nsub/b\nsub/e\n");
-  OxDataFile archive(0x77646774, Path("archive").native_string());
+  OxDataFile archive(FlatFile::kWidget, Path("archive").native_string());
   ASSERT_TRUE(archive.Open(OxDataFile::kOpenRead));
   OxBuffer data;
   ASSERT_TRUE(archive.GetRecord("A", data));
@@ -393,7 +393,7 @@ TEST_F(Flattening, FilesThatAreShorterThanTheySayAreStoredAsTheyAre) {
     const FaultyFileOps longer({.extraLength = 1000});
     EXPECT_EQ(Capture([&] { EXPECT_TRUE(Flatten()); }).err, "");
   }
-  OxDataFile archive(0x77646774, Path("archive").native_string());
+  OxDataFile archive(FlatFile::kWidget, Path("archive").native_string());
   ASSERT_TRUE(archive.Open(OxDataFile::kOpenRead));
   OxBuffer data;
   ASSERT_TRUE(archive.GetRecord("sub/b", data));
@@ -474,7 +474,7 @@ TEST_F(Flattening, TheMetaDataRecord) {
   OxString text;
   const auto document = ReadWobFile(Path("X.widget/Contents/main.wob").native_string(), text);
   ASSERT_TRUE(document);
-  OxDataFile archive(0x77646774, Path("archive").native_string());
+  OxDataFile archive(FlatFile::kWidget, Path("archive").native_string());
   ASSERT_TRUE(archive.Open(OxDataFile::kOpenRead | OxDataFile::kOpenWrite | OxDataFile::kOpenCreate));
   WriteMetaData(OxXMLDoc::Make(), archive);
   EXPECT_EQ(Capture([&] { WriteMetaData(document, archive); }).out, "");

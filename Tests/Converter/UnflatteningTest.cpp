@@ -31,8 +31,10 @@ std::string Overlapping(const std::string& names, std::uint32_t nameStep, std::u
   constexpr std::uint32_t kRecords = 200;
   constexpr std::uint64_t kFirst = FlatFile::kFileHeaderSize;
   const std::uint64_t end = kFirst + kRecords * FlatFile::kRecordHeaderSize + payloadBytes;
-  std::string file = Text(FlatFile::Encode(
-      {.typeCode = 0x77646774, .usedList = {kFirst, kFirst}, .freeList = {}, .nameTablePos = end}));
+  std::string file = Text(FlatFile::Encode({.typeCode = FlatFile::kWidget,
+                                            .usedList = {kFirst, kFirst},
+                                            .freeList = {},
+                                            .nameTablePos = end}));
   for (std::uint32_t i = 0; i < kRecords; ++i) {
     const std::uint64_t next = file.size() + FlatFile::kRecordHeaderSize;
     file += Text(FlatFile::Encode({.nameOffset = i * nameStep,
@@ -95,7 +97,7 @@ TEST_F(Unflattening, NamesThatOverlapDoNotFillTheDiskWithFolders) {
             "Error: the records of '" + folder.Path("archive") + "' overlap, the rest is left out\n");
   EXPECT_LE(std::distance(std::filesystem::recursive_directory_iterator(folder.Path("out")), {}), 4100);
 
-  OxDataFile honest(0x77646774, folder.Path("archive").c_str());
+  OxDataFile honest(FlatFile::kWidget, folder.Path("archive").c_str());
   honest.Open(OxDataFile::kOpenRead | OxDataFile::kOpenWrite | OxDataFile::kOpenCreate);
   for (int i = 0; i < 5000; ++i) honest.AddRecord(OxString((std::to_string(i) + "/f").c_str()), 1, "x");
   honest.Close();
@@ -175,7 +177,7 @@ TEST_F(Unflattening, ABundleThatSomebodyElseMakesIsRefused) {
 TEST_F(Unflattening, APathThatIsTooLongAsAWholeIsTooLong) {
   const std::size_t above = folder.Path("out/Contents/").size();
   const auto extract = [&](std::size_t folderLength, std::size_t nameLength) {
-    OxDataFile archive(0x77646774, folder.Path("archive").c_str());
+    OxDataFile archive(FlatFile::kWidget, folder.Path("archive").c_str());
     archive.Open(OxDataFile::kOpenRead | OxDataFile::kOpenWrite | OxDataFile::kOpenCreate);
     std::string name;
     while (above + name.size() + 202 < folderLength) name += std::string(200, 'd') + '/';

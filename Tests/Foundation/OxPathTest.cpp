@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Posix/Users.h"
+#include "Posix/Paths.h"
 #include "Support/Text.h"
 
 namespace {

@@ -9,11 +9,11 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 
-#include "Posix/CaseFolding.h"
 #include "Posix/MemoryImages.h"
 #include "Posix/Paths.h"
+#include "Posix/Randomness.h"
 #include "Posix/RegularExpression.h"
-#include "Posix/Users.h"
+#include "Posix/Unicode.h"
 #include "Support/FaultyFileOps.h"
 #include "Support/TemporaryFolder.h"
 

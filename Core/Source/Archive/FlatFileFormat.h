@@ -56,6 +56,12 @@ struct IndexEntry {
   std::uint64_t position = 0;    ///< Of the record's block.
 };
 
+/// The type code of a widget's archive: 'w', 'd', 'g', 't'.
+constexpr std::uint32_t kWidget = 0x77646774;
+
+/// What a block is for: a named record or the archive's own upkeep.
+enum DataType { kDataRecord = 0, kDataIndex = 1, kDataNameTable = 2 };
+
 /// Bytes on disk; the structures have the same size in memory.
 constexpr std::uint32_t kFileHeaderSize = 72;
 constexpr std::uint32_t kRecordHeaderSize = 32;  ///< Bytes on disk.

@@ -4,7 +4,7 @@
 #include <span>
 #include <utility>
 
-#include "Archive/OxDataFile.h"
+#include "Archive/ArchiveErrors.h"
 
 namespace {
 
@@ -57,7 +57,7 @@ std::string_view NameTable::View(std::uint32_t offset, std::size_t count) {
   const std::uint64_t position = start_ + offset;
   std::span<const std::byte> bytes;
   const FileStatus status = file_->ViewAt(position, count, bytes, window_);
-  if (status != kStatusOk && status != kStatusEndOfFile) throw OxDataFile::FileError(status);
+  if (status != kStatusOk && status != kStatusEndOfFile) throw FlatFile::FileError(status);
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 

@@ -14,7 +14,7 @@
 /// added; otherwise they are read from the file on demand, so that a table takes no more memory than its longest
 /// name, whatever its length field says.
 ///   Units:  offsets and lengths are bytes from the table's first.
-///   Errors: At() throws OxDataFile::FileError when the file cannot be read. What throws has no effect.
+///   Errors: At() throws FlatFile::FileError when the file cannot be read. What throws has no effect.
 class NameTable {
  public:
   /// An empty table in memory.

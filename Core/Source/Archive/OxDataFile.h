@@ -1,18 +1,19 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
+#include <functional>
+#include <memory>
 #include <string>
 
-#include "Archive/ArchiveFile.h"
+#include "Archive/ArchiveErrors.h"
 #include "Archive/FlatFileFormat.h"
 #include "Archive/LinkTrail.h"
-#include "Archive/NameTable.h"
-#include "Archive/RecordIndex.h"
 #include "Files/FileCopier.h"
 #include "Files/OxFile.h"
 #include "Foundation/OxBuffer.h"
 #include "Foundation/OxString.h"
+
+class ArchiveState;
 
 /// A flat archive: named byte records in one file, found by name without regard to letter case.
 ///   Shape:   closed -> Open() -> open -> Close() -> closed. Mode kOpenMapped can only read.
@@ -37,20 +38,16 @@
 ///            std::bad_alloc leaves all records as they were, but for one that was being overwritten.
 class OxDataFile {
  public:
-  class FileNotOpen {};   ///< A record is written to a closed archive.
-  class ReadOnly {};      ///< Bytes are written to an archive that is not open for writing.
-  class AccessDenied {};  ///< The mode does not allow it.
-  class EndOfFile {};     ///< Past the end of a mapping, or of the file where a record should be.
-  class InvalidKey {};    ///< Never thrown.
-  /// A write failed, or something is too long for the format.
-  class FileError {
-   public:
-    explicit FileError(FileStatus code) : status(code) {}  ///< Never kStatusOk.
-    FileStatus status;                                     ///< Why.
-  };
+  using FileNotOpen = FlatFile::FileNotOpen;  ///< A record is written to a closed archive.
+  using ReadOnly =
+      FlatFile::ReadOnly;  ///< Bytes are written to an archive that is not open for writing.
+  using AccessDenied = FlatFile::AccessDenied;  ///< The mode does not allow it.
+  using EndOfFile =
+      FlatFile::EndOfFile;  ///< Past the end of a mapping, or of the file where a record should be.
+  class InvalidKey {};      ///< Never thrown.
+  using FileError = FlatFile::FileError;  ///< A write failed, or something is too long for the format.
 
-  /// What a block is for: a named record or the archive's own upkeep.
-  enum DataType { kDataRecord = 0, kDataIndex = 1, kDataNameTable = 2 };
+  using enum FlatFile::DataType;
 
   /// Bits of Open()'s mode, but for kOpenMapped, which stands alone and is ignored beside others.
   enum OpenMode : short {
@@ -62,12 +59,12 @@ class OxDataFile {
     kOpenPrivate = 32,    ///< With kOpenCreate: a file that is made is for its owner alone.
   };
   /// Examines a file that has been opened; false refuses it.
-  using FileCheck = ArchiveFile::FileCheck;
+  using FileCheck = std::function<bool(OxFile&)>;
 
   class Record;
   class Iterator;
 
-  /// Touches nothing on disk. `typeCode` is the archive's kind, 'wdgt' = 0x77646774 for widgets.
+  /// Touches nothing on disk. `typeCode` is the archive's kind, FlatFile::kWidget for widgets.
   OxDataFile(std::uint32_t typeCode, const OxString& path);
   OxDataFile(const OxDataFile&) = delete;
   OxDataFile& operator=(const OxDataFile&) = delete;
@@ -81,7 +78,7 @@ class OxDataFile {
   /// or emptied here and could not be begun is removed. An open archive is closed first. `check`, unless
   /// null, may refuse a file (not a mapping) before anything in it is read or changed.
   bool Open(short mode, const FileCheck& check = nullptr);
-  bool IsOpen() const { return open_; }              ///< Since a successful Open().
+  bool IsOpen() const;                               ///< Since a successful Open().
   const OxString& GetPath() const { return path_; }  ///< As the constructor was given it.
   /// Writes index and name table, if the archive was opened for writing, and closes. Throws FileError
   /// when something could not be written, but is closed in any case.
@@ -93,10 +90,10 @@ class OxDataFile {
   /// This system's own extension, for a program that adds many records and, when anything fails, does
   /// away with the archive: appended records reach the disk many at a time, so a failure to write one may
   /// only be told by a later operation or by Close(). Nothing else changes.
-  void GatherAppends() { file_.GatherAppends(); }
+  void GatherAppends();
   /// This system's own extension, for a program that knows that no name comes twice: until the archive is closed,
   /// records are added without looking whether there is one of their name. Deliberate: one that there is stays.
-  void ExpectNewNames() { namesAreNew_ = true; }
+  void ExpectNewNames();
   /// Closes without writing index and name table, and removes the file; one that is open as
   /// OxFile::Discard() does, whose status this returns. Never throws.
   FileStatus Delete();
@@ -186,66 +183,15 @@ class OxDataFile {
   Iterator End();    ///< Behind the last one.
 
  private:
-  struct Payload;
-  struct Placement;
-  using Link = std::uint64_t FlatFile::RecordHeader::*;
-
-  // Opening and closing.
   bool OpenArchive(short mode, const FileCheck& check);
-  bool BeginNewArchive();
+  bool BeginNewArchive(bool isProtected);
   bool CheckHeader();
-  void LoadIndexAndNames();
-  RecordIndex& Index();
-  void ReadIndex();
-  void ReadNameTable();
-  void WriteIndex();
-  void WriteNameTable();
-  FileStatus Reset();
-
-  // Blocks, wherever the current position is.
-  FileStatus ReadHeaderAt(std::uint64_t block, FlatFile::RecordHeader& header);
-  FileStatus WriteHeaderAt(std::uint64_t block, const FlatFile::RecordHeader& header);
-  FileStatus FindPayload(std::uint64_t block, std::uint64_t& start, std::uint32_t& length);
-  FileStatus ReadPayloadOf(std::uint64_t block, OxBuffer& out);
   const char* MappedPayload(std::uint64_t block, unsigned long& length);
-
-  // Lists.
-  LinkTrail::NextOf LinkReader();
-  FileStatus SetLink(std::uint64_t block, Link link, std::uint64_t position);
-  FileStatus WriteOrOweHeader(std::uint64_t block, const FlatFile::RecordHeader& header);
-  FileStatus LinkBlock(std::uint64_t block, FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
-  FileStatus UnlinkBlock(FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
-
-  // Writing and deleting records.
-  void WriteData(const OxString& name, const Payload& payload, DataType type);
-  void CheckWritable(const OxString& name, std::uint64_t length) const;
-  bool FindPlace(const OxString& name, Placement& place);
-  bool RewriteOrDelete(std::uint64_t block, Placement& place);
-  FileStatus TakeFreeBlock(Placement& place);
-  void PrepareBlock(const OxString& name, Placement& place);
-  void WriteBlock(const Payload& payload, Placement& place);
-  FileStatus WriteFromMemory(const Payload& payload, const Placement& place);
-  FileStatus StreamPayload(const Payload& payload, Placement& place);
-  void Publish(const Placement& place);
-  void Undo(Placement& place);
-  void DeleteCurrent();
-  std::optional<std::size_t> DeleteBlock(std::uint64_t block);
-  std::optional<std::size_t> RemoveFromIndex(std::uint32_t nameOffset);
 
   std::uint32_t typeCode_;
   OxString path_;
-  FlatFile::FileHeader header_;
-  bool open_ = false;
-  bool namesAreNew_ = false;
-  short mode_ = kOpenRead;
-  RecordIndex index_;
-  bool indexIsRead_ = true;  // Else Index() does it.
-  bool loaded_ = false;
-  NameTable names_;
   std::string nameCopy_;  // Of GetName().
-  ArchiveFile file_;
-  std::uint64_t change_ = 0;  // Counts the operations that may have changed the lists.
-  FileCopier copier_;
+  std::unique_ptr<ArchiveState> state_;
 };
 
 /// A record as it was when it was read: its header and name.

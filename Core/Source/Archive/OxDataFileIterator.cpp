@@ -1,11 +1,12 @@
+#include "Archive/ArchiveState.h"
 #include "Archive/OxDataFile.h"
 
 using FlatFile::kNoPosition;
 
-OxDataFile::Iterator::Iterator(OxDataFile* file) : Iterator(file, file->header_.usedList.head) {}
+OxDataFile::Iterator::Iterator(OxDataFile* file) : Iterator(file, file->state_->header.usedList.head) {}
 
 OxDataFile::Iterator::Iterator(OxDataFile* file, std::uint64_t position)
-    : file_(file), position_(position), trail_(position, file->change_) {
+    : file_(file), position_(position), trail_(position, file->state_->change) {
   LoadRecord();
 }
 
@@ -17,7 +18,8 @@ const OxDataFile::Record& OxDataFile::Iterator::operator*() const {
 OxDataFile::Iterator& OxDataFile::Iterator::operator++() {
   if (position_ == kNoPosition) throw InvalidState();
   const std::uint64_t next = record_.header_.next;
-  const bool ends = next == kNoPosition || !trail_.StepTo(next, file_->LinkReader(), file_->change_);
+  const bool ends = next == kNoPosition ||
+                    !trail_.StepTo(next, file_->state_->blocks.LinkReader(), file_->state_->change);
   position_ = ends ? kNoPosition : next;
   LoadRecord();
   return *this;

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "Archive/ArchiveState.h"
 #include "Archive/OxDataFile.h"
 #include "Archive/Scramble.h"
 
@@ -12,8 +13,9 @@ OxDataFile::Record::Record(OxDataFile* file, std::uint64_t position) {
 
 // The name's storage serves record after record.
 void OxDataFile::Record::Load(OxDataFile* file, std::uint64_t position) {
-  if (file == nullptr || file->ReadHeaderAt(position, header_) != kStatusOk) throw EndOfFile();
-  const auto name = file->names_.At(header_.nameOffset);
+  if (file == nullptr || file->state_->blocks.ReadHeader(position, header_) != kStatusOk)
+    throw EndOfFile();
+  const auto name = file->state_->names.At(header_.nameOffset);
   name_.set(name ? name->data() : nullptr, name ? name->size() : 0);
   file_ = file;
   position_ = position;
@@ -21,7 +23,7 @@ void OxDataFile::Record::Load(OxDataFile* file, std::uint64_t position) {
 
 FileStatus OxDataFile::Record::GetData(OxBuffer& out) const {
   if (file_ == nullptr) return kStatusNotOpen;
-  const FileStatus status = file_->ReadPayloadOf(position_, out);
+  const FileStatus status = file_->state_->blocks.ReadPayload(position_, out);
   if (file_->IsProtected()) scramble(kScrambleSeed, out.data(), out.data(), out.length());
   return status;
 }
@@ -30,16 +32,17 @@ CopyResult OxDataFile::Record::CopyDataTo(OxFile& target) const {
   if (file_ == nullptr) return {.readStatus = kStatusNotOpen};
   if (!target.IsOpen()) return {.writeStatus = kStatusNotOpen};
   RecordHeader header;
-  const FileStatus status = file_->ReadHeaderAt(position_, header);
+  const FileStatus status = file_->state_->blocks.ReadHeader(position_, header);
   if (status != kStatusOk) return {.readStatus = status};
   const FileCopier::Change scramble = file_->IsProtected() ? MakeScrambler() : nullptr;
-  ArchiveFile& archive = file_->file_;
+  ArchiveFile& archive = file_->state_->file;
   if (archive.IsMapped() || header.dataLength <= ReadWindow::kLargest) {
     return CopyByViews(header.dataLength, target, scramble);
   }
   const std::uint64_t start = target.GetPosition();
-  const CopyResult result = archive.CopyTo({target, start}, header.dataLength,
-                                           position_ + kRecordHeaderSize, file_->copier_, scramble);
+  const CopyResult result =
+      archive.CopyTo({target, start}, header.dataLength, position_ + kRecordHeaderSize,
+                     file_->state_->copier, scramble);
   target.SetPosition(start + result.copied);
   return result;
 }
@@ -54,9 +57,9 @@ CopyResult OxDataFile::Record::CopyByViews(std::uint32_t length, OxFile& target,
     const auto wanted =
         static_cast<std::size_t>(std::min<std::uint64_t>(length - result.copied, ReadWindow::kLargest));
     std::span<const std::byte> bytes;
-    result.readStatus = file_->file_.ViewAt(from, wanted, bytes);
+    result.readStatus = file_->state_->file.ViewAt(from, wanted, bytes);
     if (scramble) {
-      const std::span<std::byte> buffer = file_->copier_.Buffer().first(bytes.size());
+      const std::span<std::byte> buffer = file_->state_->copier.Buffer().first(bytes.size());
       std::ranges::copy(bytes, buffer.begin());
       scramble(buffer);
       bytes = buffer;

@@ -5,9 +5,9 @@
 #include <string>
 #include <utility>
 
-#include "Foundation/StringComparison.h"
 #include "Foundation/Narrow.h"
 #include "Foundation/OxString.h"
+#include "Foundation/StringComparison.h"
 #include "Foundation/StringWalk.h"
 
 using FlatFile::IndexEntry;

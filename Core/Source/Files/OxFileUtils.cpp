@@ -16,7 +16,7 @@
 #include "Foundation/Narrow.h"
 #include "Foundation/StringWalk.h"
 #include "Posix/Paths.h"
-#include "Posix/Users.h"
+#include "Posix/Randomness.h"
 #include "Utilities/TextDecoding.h"
 
 namespace {

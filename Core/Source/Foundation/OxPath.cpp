@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "Posix/Paths.h"
-#include "Posix/Users.h"
 
 namespace {
 

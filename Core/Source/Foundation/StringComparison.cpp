@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "Foundation/StringWalk.h"
-#include "Posix/CaseFolding.h"
 #include "Posix/Randomness.h"
+#include "Posix/Unicode.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "Posix/Utf8Check.h"
+#include "Posix/Unicode.h"
 
 namespace {
 

@@ -5,11 +5,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 #include <fcntl.h>
-#include <sys/random.h>
+#include <pwd.h>
 #include <unistd.h>
 
 #include "Posix/FileOps.h"
@@ -75,16 +74,20 @@ std::string NamedTemporaryFolder() {
   return "/tmp";
 }
 
-void FillWithRandomBytes(std::vector<unsigned char>& out) {
-  std::size_t filled = 0;
-  while (filled < out.size()) {
-    const ssize_t count = ::getrandom(out.data() + filled, out.size() - filled, 0);
-    if (count >= 0) {
-      filled += static_cast<std::size_t>(count);
-    } else if (errno != EINTR) {
-      throw std::system_error(errno, std::generic_category(), "getrandom");
-    }
+// Calls `find(entry, buffer, size, found)`, one of the reentrant look-ups, until its buffer
+// suffices.
+template <typename Find>
+std::optional<std::string> HomeFoundBy(Find find) {
+  std::vector<char> buffer(1024);
+  passwd entry = {};
+  passwd* found = nullptr;
+  int error = EINTR;
+  while (error == EINTR || error == ERANGE) {
+    if (error == ERANGE) buffer.resize(buffer.size() * 2);
+    error = find(&entry, buffer.data(), buffer.size(), &found);
   }
+  if (error != 0 || found == nullptr || *found->pw_dir == '\0') return std::nullopt;
+  return found->pw_dir;
 }
 
 }  // namespace
@@ -121,17 +124,16 @@ std::string TemporaryFolder() {
   return isUsable ? folder : std::string();
 }
 
-std::string RandomHexDigits(std::size_t bytes) {
-  static constexpr char kDigits[] = "0123456789abcdef";
-  std::vector<unsigned char> random(bytes);
-  FillWithRandomBytes(random);
-  std::string digits;
-  digits.reserve(2 * bytes);
-  for (const unsigned char byte : random) {
-    digits += kDigits[byte >> 4];
-    digits += kDigits[byte & 15];
-  }
-  return digits;
+std::optional<std::string> HomeOfEffectiveUser() {
+  return HomeFoundBy([](passwd* entry, char* buffer, std::size_t size, passwd** found) {
+    return ::getpwuid_r(::geteuid(), entry, buffer, size, found);
+  });
+}
+
+std::optional<std::string> HomeOfUser(const std::string& name) {
+  return HomeFoundBy([&name](passwd* entry, char* buffer, std::size_t size, passwd** found) {
+    return ::getpwnam_r(name.c_str(), entry, buffer, size, found);
+  });
 }
 
 }  // namespace Posix

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace Posix {
@@ -25,8 +26,11 @@ ObjectName SplitPath(const std::string& path);
 /// add files.
 std::string TemporaryFolder();
 
-/// `bytes` random bytes as lower-case hexadecimal digits, from the system's source of randomness.
-/// Throws std::system_error when the system has none to give.
-std::string RandomHexDigits(std::size_t bytes);
+/// The home directory of the effective user in the user database; nullopt when there is no entry. The
+/// environment is not used.
+std::optional<std::string> HomeOfEffectiveUser();
+
+/// The home directory of the user of that name; nullopt when there is no entry.
+std::optional<std::string> HomeOfUser(const std::string& name);
 
 }  // namespace Posix

@@ -1,8 +1,12 @@
 #include "Posix/Randomness.h"
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <system_error>
+#include <vector>
 
+#include <sys/random.h>
 #include <unistd.h>
 
 namespace Posix {
@@ -31,11 +35,36 @@ std::uint64_t UnlikelyNumber() {
   return state;
 }
 
+void FillWithRandomBytes(std::vector<unsigned char>& out) {
+  std::size_t filled = 0;
+  while (filled < out.size()) {
+    const ssize_t count = ::getrandom(out.data() + filled, out.size() - filled, 0);
+    if (count >= 0) {
+      filled += static_cast<std::size_t>(count);
+    } else if (errno != EINTR) {
+      throw std::system_error(errno, std::generic_category(), "getrandom");
+    }
+  }
+}
+
 }  // namespace
 
 std::uint64_t RandomNumber() {
   std::uint64_t number = 0;
   return ::getentropy(&number, sizeof number) == 0 ? number : UnlikelyNumber();
+}
+
+std::string RandomHexDigits(std::size_t bytes) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  std::vector<unsigned char> random(bytes);
+  FillWithRandomBytes(random);
+  std::string digits;
+  digits.reserve(2 * bytes);
+  for (const unsigned char byte : random) {
+    digits += kDigits[byte >> 4];
+    digits += kDigits[byte & 15];
+  }
+  return digits;
 }
 
 }  // namespace Posix
