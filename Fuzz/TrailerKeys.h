@@ -14,8 +14,8 @@
 /// A new self-signed certificate with its private key.
 inline Hux::SmartPtr<OxCertificate> MakeFuzzCertificate() {
   InitialiseCryptoLibrary();
-  const CryptoPtr<evp_pkey_st> key(EVP_RSA_gen(1024));
-  CryptoPtr<x509_st> certificate(X509_new());
+  const Crypto::Ptr<evp_pkey_st> key(EVP_RSA_gen(1024));
+  Crypto::Ptr<x509_st> certificate(X509_new());
   X509_NAME* name = X509_get_subject_name(certificate.get());
   X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("Fuzz"),
                              -1, -1, 0);
@@ -25,6 +25,6 @@ inline Hux::SmartPtr<OxCertificate> MakeFuzzCertificate() {
   X509_set_pubkey(certificate.get(), key.get());
   Require(X509_sign(certificate.get(), key.get(), EVP_sha1()) > 0, "the fuzzer has a certificate");
   Hux::SmartPtr<OxCertificate> result = OxCertificate::Make(certificate.release());
-  result->SetPrivateKey(GetRSAKey(key.get()).release());
+  result->SetPrivateKey(Crypto::GetRSAKey(key.get()).release());
   return result;
 }

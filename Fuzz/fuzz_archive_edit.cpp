@@ -10,6 +10,7 @@
 #include "Archive/DamageWatch.h"
 #include "Archive/OxDataFile.h"
 #include "Archive/Scramble.h"
+#include "Files/FileCopier.h"
 #include "Foundation/OxBuffer.h"
 #include "FuzzFolder.h"
 #include "LiteralArchive.h"

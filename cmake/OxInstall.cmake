@@ -15,12 +15,25 @@ set(OX_PACKAGE_FOLDER "${CMAKE_INSTALL_LIBDIR}/cmake/Converter")
 set(OX_PKGCONFIG_FOLDER "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 set(OX_COMPLETIONS_FOLDER "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
 
+include(OxPublicHeaders)
+
+# Sets `result` to the folder that a public header is installed into.
+function(ox_folder_of result header)
+  string(REGEX REPLACE "^[^/]+/Source/(.*)/[^/]+$" "\\1" folder "${header}")
+  set(${result} "${OX_HEADERS_FOLDER}/${folder}" PARENT_SCOPE)
+endfunction()
+
 # Uninstalling removes the folders that installing made, so those that are missing are noted before it begins.
 set(OX_FOLDERS "${CMAKE_INSTALL_BINDIR}" "${CMAKE_INSTALL_MANDIR}/man1" "${OX_COMPLETIONS_FOLDER}"
   "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions"
   "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" "${CMAKE_INSTALL_DATADIR}/mime/packages"
   "${CMAKE_INSTALL_DATADIR}/converter" "${CMAKE_INSTALL_DOCDIR}/Docs" "${CMAKE_INSTALL_DOCDIR}/Trust"
   "${CMAKE_INSTALL_DOCDIR}/Examples/read-archive" "${OX_HEADERS_FOLDER}" "${OX_PACKAGE_FOLDER}" "${OX_PKGCONFIG_FOLDER}")
+foreach(header IN LISTS OX_PUBLIC_HEADERS)
+  ox_folder_of(folder "${header}")
+  list(APPEND OX_FOLDERS "${folder}")
+endforeach()
+list(REMOVE_DUPLICATES OX_FOLDERS)
 install(CODE "set(OX_FOLDERS \"${OX_FOLDERS}\")
   set(OX_NOTES \"${PROJECT_BINARY_DIR}/install_folders.txt\")
   include(\"${PROJECT_SOURCE_DIR}/cmake/NoteFolders.cmake\")" ALL_COMPONENTS)
@@ -57,8 +70,10 @@ add_custom_target(ox_installed DEPENDS Converter ox_builtin_trust ${OX_LIBRARIES
 set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 
 install(TARGETS ${OX_LIBRARIES} ox_builtin_trust ox_all EXPORT ConverterTargets ARCHIVE COMPONENT library)
-install(DIRECTORY Core/Source/ Converter/Source/Utilities DESTINATION "${OX_HEADERS_FOLDER}" COMPONENT library
-  FILES_MATCHING PATTERN "*.h")
+foreach(header IN LISTS OX_PUBLIC_HEADERS)
+  ox_folder_of(folder "${header}")
+  install(FILES "${header}" DESTINATION "${folder}" COMPONENT library)
+endforeach()
 install(EXPORT ConverterTargets NAMESPACE Converter:: DESTINATION "${OX_PACKAGE_FOLDER}" COMPONENT library)
 list(JOIN OX_LIBRARIES " " OX_COMPONENTS)
 configure_package_config_file(cmake/ConverterConfig.cmake.in "${PROJECT_BINARY_DIR}/ConverterConfig.cmake"

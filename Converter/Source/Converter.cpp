@@ -70,7 +70,7 @@ Hux::SmartPtr<OxCertificate> PrepareSigning(RunOptions& options) {
   if (!options.passPhraseFile.empty() && !ReadPassPhraseFile(options)) return nullptr;
   Hux::SmartPtr<OxCertificate> certificate = ReadCertificateFromFile(options.certificate, OxString());
   if (!certificate) return nullptr;
-  CryptoPtr<rsa_st> key = ReadPrivateKey(options.privateKey, options.passPhrase);
+  Crypto::Ptr<rsa_st> key = ReadPrivateKey(options.privateKey, options.passPhrase);
   options.ForgetPassPhrase();
   if (!key) {
     Console::Error("Error: Unable to read or extract private key.\n");

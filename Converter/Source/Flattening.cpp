@@ -15,6 +15,7 @@
 #include "NameClashes.h"
 #include "OutputPath.h"
 #include "PlannedFolders.h"
+#include "Posix/FileOps.h"
 #include "Posix/Interruption.h"
 #include "Progress.h"
 #include "Utilities/TextDecoding.h"

@@ -54,19 +54,19 @@ int GivePassPhrase(char* buffer, int size, int /*writing*/, void* context) {
 
 }  // namespace
 
-CryptoPtr<rsa_st> ReadPrivateKey(const OxString& keyFile, const OxString& passPhrase) {
+Crypto::Ptr<rsa_st> ReadPrivateKey(const OxString& keyFile, const OxString& passPhrase) {
   KeyFile file;
   if (!WobReadBinaryFile(keyFile, file.bytes)) {
     Console::Error("Error: Can't read private key file\n");
     return nullptr;
   }
   const std::string_view pem = FirstKey(file.bytes.view());
-  const CryptoPtr<bio_st> stream = OpenMemoryStream(pem.data(), pem.size());
+  const Crypto::Ptr<bio_st> stream = Crypto::OpenMemoryStream(pem.data(), pem.size());
   if (!stream) return nullptr;
   void* phrase = const_cast<OxString*>(&passPhrase);
-  const CryptoPtr<evp_pkey_st> key(
+  const Crypto::Ptr<evp_pkey_st> key(
       PEM_read_bio_PrivateKey(stream.get(), nullptr, GivePassPhrase, phrase));
-  return GetRSAKey(key.get());
+  return Crypto::GetRSAKey(key.get());
 }
 
 Hux::SmartPtr<OxCertificate> ReadCertificateFromFile(const OxPath& certFile,

@@ -13,7 +13,7 @@
 ///            bytes are used. The file's bytes are wiped; copies of the pass phrase are left on the
 ///            stack below the caller, who wipes them (RunOptions::ForgetPassPhrase).
 /// InitialiseCryptoLibrary() comes first.
-CryptoPtr<rsa_st> ReadPrivateKey(const OxString& keyFile, const OxString& passPhrase);
+Crypto::Ptr<rsa_st> ReadPrivateKey(const OxString& keyFile, const OxString& passPhrase);
 
 /// Reads the signer's certificate from a PEM file. Null, with a line on standard error, when the
 /// file cannot be read or holds no certificate. Deliberate: those two lines have no line end; null

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "Files/FileIdentity.h"
+#include "Posix/FileOps.h"
 
 FileStatus PlannedFolders::OpenFile(const BundlePlan::Step& step, std::optional<OxFile>& file) {
   const bool isLink = step.kind == BundlePlan::StepKind::kLinkedFile;

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "Posix/FileOps.h"
 #include "Posix/StandardStreams.h"
 #include "Posix/StatusLine.h"
 

@@ -7,9 +7,10 @@
 #include <vector>
 
 #include "Console.h"
-#include "Posix/Paths.h"
 #include "Files/OxFile.h"
 #include "Files/OxFileUtils.h"
+#include "Posix/FileOps.h"
+#include "Posix/Paths.h"
 #include "WidgetArchive.h"
 
 namespace {

@@ -1,5 +1,5 @@
 """Reads the sources of the product and fails on an #include that the law in Docs/architecture.md forbids, on a circle of
-sources, and on a class whose members are defined in several sources."""
+sources, on a public header that brings an internal one, and on a class whose members are defined in several sources."""
 
 import pathlib
 import re
@@ -73,6 +73,15 @@ def circles():
     yield from (f"{unit.relative_to(ROOT)}: is in a circle" for unit in sorted(needs) if unit.name not in CIRCLES)
 
 
+def faults_of_public_headers():
+    text = (ROOT / "cmake/OxPublicHeaders.cmake").read_text()
+    public = [ROOT / path for path in re.findall(r"^  (\S+\.h)$", text, re.M)]
+    for path in public:
+        for header in re.findall(r'^\s*#\s*include "([^"]+)"', path.read_text(), re.M):
+            if not any(ROOT / base / header in public for base in FOLDERS):
+                yield f"{path.relative_to(ROOT)}: is public, and {header} is not"
+
+
 def divided_classes():
     homes = {}
     for path in (p for base in FOLDERS for p in (ROOT / base).rglob("*.cpp")):
@@ -82,6 +91,6 @@ def divided_classes():
     yield from (f"{name}: is defined in {', '.join(sorted(all))}" for name, all in sorted(homes.items()) if len(all) > 1 and name not in LAW)
 
 
-found = [*faults(), *circles(), *divided_classes()]
+found = [*faults(), *circles(), *faults_of_public_headers(), *divided_classes()]
 print("\n".join(found) or "Every include is lawful.")
 sys.exit(1 if found else 0)

@@ -6,6 +6,7 @@
 
 #include "Flattening.h"
 #include "Listing.h"
+#include "Posix/FileOps.h"
 #include "Streams.h"
 #include "Support/Damage.h"
 #include "Support/TemporaryFolder.h"

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "Console.h"
+#include "Posix/FileOps.h"
 #include "Posix/StandardStreams.h"
 #include "Progress.h"
 #include "Support/TemporaryFolder.h"

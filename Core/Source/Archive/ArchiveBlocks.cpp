@@ -51,7 +51,7 @@ FileStatus ArchiveBlocks::ReadPayload(std::uint64_t block, OxBuffer& out) {
 
 // ---- Lists
 
-LinkTrail::NextOf ArchiveBlocks::LinkReader() {
+FlatFile::LinkTrail::NextOf ArchiveBlocks::LinkReader() {
   return [this](std::uint64_t block) {
     RecordHeader header;
     try {

@@ -29,7 +29,7 @@ class ArchiveBlocks {
   FileStatus ReadPayload(std::uint64_t block, OxBuffer& out);
 
   /// Gives the `next` of a block; kNoPosition when it cannot be read.
-  LinkTrail::NextOf LinkReader();
+  FlatFile::LinkTrail::NextOf LinkReader();
   /// Makes the block the last one of the list; `header` becomes what has to be written for it.
   FileStatus Link(std::uint64_t block, FlatFile::RecordHeader& header, FlatFile::LinkedList& list);
   /// Takes the block with that header out of the list. Both neighbours are tried; the first failure is the result.

@@ -2,6 +2,8 @@
 
 #include "Archive/FlatFileFormat.h"
 
+namespace FlatFile {
+
 bool LinkTrail::StepTo(std::uint64_t next, const NextOf& nextOf, std::uint64_t change) {
   if (change != change_) {
     *this = LinkTrail(next, change);
@@ -23,9 +25,11 @@ bool LinkTrail::StepTo(std::uint64_t next, const NextOf& nextOf, std::uint64_t c
 void LinkTrail::RememberTheWay(const NextOf& nextOf) {
   const auto stepOf = std::make_shared<std::unordered_map<std::uint64_t, std::uint64_t>>();
   std::uint64_t position = start_;
-  for (std::uint64_t step = 0; step <= steps_ && position != FlatFile::kNoPosition; ++step) {
+  for (std::uint64_t step = 0; step <= steps_ && position != kNoPosition; ++step) {
     stepOf->try_emplace(position, step);
     position = nextOf(position);
   }
   stepOf_ = stepOf;
 }
+
+}  // namespace FlatFile

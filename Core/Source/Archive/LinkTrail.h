@@ -5,6 +5,8 @@
 #include <memory>
 #include <unordered_map>
 
+namespace FlatFile {
+
 /// Detects when a walk along a linked list reaches a position for the second time, so that damaged links cannot make it
 /// endless.
 ///   Memory: none while the positions ascend, as they do in every archive that was written in one go. The
@@ -33,3 +35,5 @@ class LinkTrail {
   std::uint64_t change_;
   std::shared_ptr<std::unordered_map<std::uint64_t, std::uint64_t>> stepOf_;
 };
+
+}  // namespace FlatFile

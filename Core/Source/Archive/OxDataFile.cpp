@@ -295,8 +295,8 @@ const char* OxDataFile::GetName(unsigned long nameOffset) {
 void OxDataFile::BuildIndex() {
   state_->ClearIndex();
   RecordIndex& index = state_->Index();
-  const LinkTrail::NextOf nextOf = state_->blocks.LinkReader();
-  LinkTrail trail(state_->header.usedList.head);
+  const FlatFile::LinkTrail::NextOf nextOf = state_->blocks.LinkReader();
+  FlatFile::LinkTrail trail(state_->header.usedList.head);
   RecordHeader header;
   for (std::uint64_t block = state_->header.usedList.head; block != kNoPosition; block = header.next) {
     if (state_->blocks.ReadHeader(block, header) != kStatusOk) return;

@@ -8,7 +8,6 @@
 #include "Archive/ArchiveErrors.h"
 #include "Archive/FlatFileFormat.h"
 #include "Archive/LinkTrail.h"
-#include "Files/FileCopier.h"
 #include "Files/OxFile.h"
 #include "Foundation/OxBuffer.h"
 #include "Foundation/OxString.h"
@@ -223,7 +222,6 @@ class OxDataFile::Record {
   friend class Iterator;
 
   void Load(OxDataFile* file, std::uint64_t position);
-  CopyResult CopyByViews(std::uint32_t length, OxFile& target, const FileCopier::Change& scramble) const;
 
   OxDataFile* file_ = nullptr;
   OxString name_;
@@ -264,5 +262,5 @@ class OxDataFile::Iterator {
   OxDataFile* file_ = nullptr;
   std::uint64_t position_ = FlatFile::kNoPosition;
   Record record_;
-  LinkTrail trail_;
+  FlatFile::LinkTrail trail_;
 };

@@ -7,6 +7,34 @@
 using FlatFile::kRecordHeaderSize;
 using FlatFile::RecordHeader;
 
+namespace {
+
+// Writes the payload straight from where it lies in memory, piece by piece.
+CopyResult CopyByViews(ArchiveState& archive, std::uint64_t start, std::uint32_t length, OxFile& target,
+                       const FileCopier::Change& scramble) {
+  static_assert(ReadWindow::kLargest <= FileCopier::kBufferSize);
+  CopyResult result;
+  while (result.copied < length && result.readStatus == kStatusOk) {
+    const std::uint64_t from = start + result.copied;
+    const auto wanted =
+        static_cast<std::size_t>(std::min<std::uint64_t>(length - result.copied, ReadWindow::kLargest));
+    std::span<const std::byte> bytes;
+    result.readStatus = archive.file.ViewAt(from, wanted, bytes);
+    if (scramble) {
+      const std::span<std::byte> buffer = archive.copier.Buffer().first(bytes.size());
+      std::ranges::copy(bytes, buffer.begin());
+      scramble(buffer);
+      bytes = buffer;
+    }
+    result.writeStatus = target.Write(bytes.data(), bytes.size());
+    if (result.writeStatus != kStatusOk) return result;
+    result.copied += bytes.size();
+  }
+  return result;
+}
+
+}  // namespace
+
 OxDataFile::Record::Record(OxDataFile* file, std::uint64_t position) {
   Load(file, position);
 }
@@ -37,37 +65,14 @@ CopyResult OxDataFile::Record::CopyDataTo(OxFile& target) const {
   const FileCopier::Change scramble = file_->IsProtected() ? MakeScrambler() : nullptr;
   ArchiveFile& archive = file_->state_->file;
   if (archive.IsMapped() || header.dataLength <= ReadWindow::kLargest) {
-    return CopyByViews(header.dataLength, target, scramble);
+    return CopyByViews(*file_->state_, position_ + kRecordHeaderSize, header.dataLength, target,
+                       scramble);
   }
   const std::uint64_t start = target.GetPosition();
   const CopyResult result =
       archive.CopyTo({target, start}, header.dataLength, position_ + kRecordHeaderSize,
                      file_->state_->copier, scramble);
   target.SetPosition(start + result.copied);
-  return result;
-}
-
-// Writes the payload straight from where it lies in memory, piece by piece.
-CopyResult OxDataFile::Record::CopyByViews(std::uint32_t length, OxFile& target,
-                                           const FileCopier::Change& scramble) const {
-  static_assert(ReadWindow::kLargest <= FileCopier::kBufferSize);
-  CopyResult result;
-  while (result.copied < length && result.readStatus == kStatusOk) {
-    const std::uint64_t from = position_ + kRecordHeaderSize + result.copied;
-    const auto wanted =
-        static_cast<std::size_t>(std::min<std::uint64_t>(length - result.copied, ReadWindow::kLargest));
-    std::span<const std::byte> bytes;
-    result.readStatus = file_->state_->file.ViewAt(from, wanted, bytes);
-    if (scramble) {
-      const std::span<std::byte> buffer = file_->state_->copier.Buffer().first(bytes.size());
-      std::ranges::copy(bytes, buffer.begin());
-      scramble(buffer);
-      bytes = buffer;
-    }
-    result.writeStatus = target.Write(bytes.data(), bytes.size());
-    if (result.writeStatus != kStatusOk) return result;
-    result.copied += bytes.size();
-  }
   return result;
 }
 

@@ -121,8 +121,8 @@ bool RecordWriter::RewriteOrDelete(std::uint64_t block, Placement& place) {
 FileStatus RecordWriter::TakeFreeBlock(Placement& place) {
   if (archive_.header.freeList.head == kNoPosition) return kStatusEndOfFile;
   ThrowIfFailed(archive_.file.Settle());
-  const LinkTrail::NextOf nextOf = archive_.blocks.LinkReader();
-  LinkTrail trail(archive_.header.freeList.head);
+  const FlatFile::LinkTrail::NextOf nextOf = archive_.blocks.LinkReader();
+  FlatFile::LinkTrail trail(archive_.header.freeList.head);
   for (std::uint64_t block = archive_.header.freeList.head; block != kNoPosition;) {
     const FileStatus status = archive_.blocks.ReadHeader(block, place.header);
     if (status != kStatusOk) return status;

@@ -14,13 +14,6 @@ struct FilePlace {
   std::uint64_t position = 0;  ///< Bytes from the start.
 };
 
-/// What a copy came to.
-struct CopyResult {
-  std::uint64_t copied = 0;            ///< Bytes that reached the target.
-  FileStatus readStatus = kStatusOk;   ///< kStatusEndOfFile when the source ended early.
-  FileStatus writeStatus = kStatusOk;  ///< Of the target.
-};
-
 /// Copies bytes from file to file in bounded memory: in the kernel where it can, otherwise, and for
 /// bytes that are changed on the way, through a buffer that serves copy after copy.
 class FileCopier {

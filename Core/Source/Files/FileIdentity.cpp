@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "Posix/FileOps.h"
 #include "Posix/Paths.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "Foundation/OxPath.h"
-#include "Posix/FileOps.h"
+#include "Posix/FileTypes.h"
 
 // What a path means on the disk, whatever its spelling: is there something, what is it, are two the same, does one
 // lie in the other. Links are followed unless it says otherwise, and objects are told apart by device and inode

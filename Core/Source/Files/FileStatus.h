@@ -22,3 +22,10 @@ constexpr FileStatus kStatusNotAFile = -1302;
 
 /// The status of what Posix::FileOps returned: 0 for 0 and above, otherwise that of the negated errno.
 FileStatus StatusOfResult(std::int64_t result);
+
+/// What a copy came to.
+struct CopyResult {
+  std::uint64_t copied = 0;            ///< Bytes that reached the target.
+  FileStatus readStatus = kStatusOk;   ///< kStatusEndOfFile when the source ended early.
+  FileStatus writeStatus = kStatusOk;  ///< Of the target.
+};

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "Posix/FileOps.h"
+#include "Posix/FileTypes.h"
 
 /// Files, links and whole folders, by loops. Paths are bytes as the file system has them; a link is never
 /// followed. False on a failure; nothing throws but std::bad_alloc.

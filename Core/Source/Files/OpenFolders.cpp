@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <utility>
 
+#include "Posix/FileOps.h"
+
 using Posix::FileInfo;
 using Posix::Files;
 using Posix::Place;

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Posix/FileOps.h"
+#include "Posix/FileTypes.h"
 
 /// The way from one folder down to another, each opened in the one above it: whatever is renamed or replaced
 /// meanwhile leads nowhere else, and what is done in a deep folder costs no more than in the first one.

@@ -5,6 +5,8 @@
 #include <limits>
 #include <utility>
 
+#include "Posix/FileOps.h"
+
 namespace {
 
 constexpr std::uint64_t kLastPosition = std::numeric_limits<std::int64_t>::max();

@@ -8,7 +8,7 @@
 
 #include "Files/FileStatus.h"
 #include "Foundation/OxString.h"
-#include "Posix/FileOps.h"
+#include "Posix/FileTypes.h"
 
 /// A positioned byte stream on one regular file.
 ///   Shape:    closed -> Open() -> open -> Close() -> closed; the destructor closes.

@@ -15,6 +15,7 @@
 #include "Files/OxPathMatcher.h"
 #include "Foundation/Narrow.h"
 #include "Foundation/StringWalk.h"
+#include "Posix/FileOps.h"
 #include "Posix/Paths.h"
 #include "Posix/Randomness.h"
 #include "Utilities/TextDecoding.h"

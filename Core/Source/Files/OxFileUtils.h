@@ -9,7 +9,7 @@
 #include "Foundation/OxBuffer.h"
 #include "Foundation/OxPath.h"
 #include "Foundation/OxString.h"
-#include "Posix/FileOps.h"
+#include "Posix/FileTypes.h"
 
 /// What WobMoveFile() does when the target exists.
 enum OxFileConflictMode : int {

@@ -3,9 +3,9 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <string_view>
-
-#include "Foundation/Narrow.h"
+#include <utility>
 
 /// An owning, growable array of bytes with hexadecimal and base64 codecs: OxBuffer("Hi").ConvertToHex() is "4869".
 ///   Sizes:  bytes; length and capacity are 32-bit. A length above 0xFFFFFFFF throws std::bad_alloc.
@@ -33,7 +33,8 @@ class OxBuffer {
   /// `count` undefined bytes, with the growth rule of SetLength().
   template <std::integral Count>
   explicit OxBuffer(Count count) {
-    SetLength(NarrowLength(+count));
+    if (!std::in_range<std::uint32_t>(+count)) throw std::bad_alloc();
+    SetLength(static_cast<std::uint32_t>(count));
   }
   OxBuffer(const OxBuffer& other);
   OxBuffer(OxBuffer&& other) noexcept;

@@ -41,8 +41,8 @@ void AddRoot(x509_store_st* store, const OxBuffer& pem) {
   }
 }
 
-CryptoPtr<x509_store_st> MakeRootStore() {
-  CryptoPtr<x509_store_st> store(X509_STORE_new());
+Crypto::Ptr<x509_store_st> MakeRootStore() {
+  Crypto::Ptr<x509_store_st> store(X509_STORE_new());
   if (!store) return nullptr;
   X509_STORE_set_verify_cb(store.get(), CertVerifyHook);
   for (const OxBuffer& pem : OxCertificateStore::GetRootCerts()) AddRoot(store.get(), pem);
@@ -88,7 +88,7 @@ void OxCertificate::Set(x509_st* certificate) {
 
 void OxCertificate::Set(const OxBuffer& pem) {
   FreePlatCert();
-  const CryptoPtr<bio_st> stream = OpenMemoryStream(pem.data(), pem.length());
+  const Crypto::Ptr<bio_st> stream = Crypto::OpenMemoryStream(pem.data(), pem.length());
   if (!stream) throw UnableToSetPEM();
   certificate_.reset(PEM_read_bio_X509(stream.get(), nullptr, RefusePassPhrase, nullptr));
   if (!certificate_) throw UnableToSetPEM();
@@ -97,8 +97,8 @@ void OxCertificate::Set(const OxBuffer& pem) {
 
 void OxCertificate::FetchPublicKey() {
   if (!certificate_) return;
-  const CryptoPtr<evp_pkey_st> key(X509_get_pubkey(certificate_.get()));
-  publicKey_ = GetRSAKey(key.get());
+  const Crypto::Ptr<evp_pkey_st> key(X509_get_pubkey(certificate_.get()));
+  publicKey_ = Crypto::GetRSAKey(key.get());
 }
 
 void OxCertificate::FreeKeys() {
@@ -127,7 +127,7 @@ OxString OxCertificate::GetSigner() const {
 
 OxBuffer OxCertificate::GetAsPEM() const {
   if (!certificate_) return {};
-  const CryptoPtr<bio_st> stream(BIO_new(BIO_s_mem()));
+  const Crypto::Ptr<bio_st> stream(BIO_new(BIO_s_mem()));
   if (!stream || PEM_write_bio_X509(stream.get(), certificate_.get()) != 1) return {};
   char* text = nullptr;
   const long length = BIO_get_mem_data(stream.get(), &text);
@@ -156,8 +156,8 @@ unsigned long OxCertificate::GetTrust() const {
 
 bool OxCertificate::IsValid() const {
   if (!certificate_) return false;
-  const CryptoPtr<x509_store_st> store = MakeRootStore();
-  const CryptoPtr<x509_store_ctx_st> verification(X509_STORE_CTX_new());
+  const Crypto::Ptr<x509_store_st> store = MakeRootStore();
+  const Crypto::Ptr<x509_store_ctx_st> verification(X509_STORE_CTX_new());
   if (!store || !verification) return false;
   if (X509_STORE_CTX_init(verification.get(), store.get(), certificate_.get(), nullptr) != 1) {
     return false;

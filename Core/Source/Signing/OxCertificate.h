@@ -70,7 +70,7 @@ class OxCertificate : public Hux::Retainable {
   void FreeKeys();
   void FreePlatCert();
 
-  CryptoPtr<x509_st> certificate_;
-  CryptoPtr<rsa_st> publicKey_;
-  CryptoPtr<rsa_st> privateKey_;
+  Crypto::Ptr<x509_st> certificate_;
+  Crypto::Ptr<rsa_st> publicKey_;
+  Crypto::Ptr<rsa_st> privateKey_;
 };

@@ -42,7 +42,7 @@ class OxSignature {
   bool FinishDigest();
 
   Hux::SmartPtr<OxCertificate> certificate_;
-  CryptoPtr<evp_md_ctx_st> context_;
+  Crypto::Ptr<evp_md_ctx_st> context_;
   std::array<unsigned char, kDigestBytes> digest_{};
   bool digestIsValid_ = false;
 };
