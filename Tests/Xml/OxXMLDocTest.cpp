@@ -342,18 +342,160 @@ TEST(OxXMLNode, HooksMayChangeTheTree) {
 }
 
 // Otherwise they would nest without end, or in a circle.
+// An element whose next hook does something first, and then uses what it was called with.
+class Late : public OxXMLElementNode {
+ public:
+  Late() : OxXMLElementNode("late") {}
+  void AttributeChanged(const OxString& name, const OxString&) override { Note(name); }
+  void AttributeRemoved(const OxString& name) override { Note(name); }
+  void ChildRemoved(const NodePtr& node) override {
+    Note(node->GetName());
+    OxXMLElementNode::ChildRemoved(node);
+  }
+
+  std::function<void()> action;
+  std::string* log = nullptr;
+
+ private:
+  void Note(const OxString& name) {
+    std::string* const out = log;
+    if (const auto once = std::exchange(action, nullptr)) once();
+    *out += Text(name) + ' ';
+  }
+};
+
+TEST(OxXMLNode, WhatHooksAreCalledWithStaysWhateverTheyDo) {
+  const OxString name("a name that is too long to lie in the string itself");
+  const auto other = ParseDoc("<r/>");
+  std::string log;
+  const auto make = [&] {
+    auto element = Hux::SmartPtr<Late>::Adopt(new Late());
+    element->log = &log;
+    element->SetAttributeQuiet(name, "v");
+    return element;
+  };
+  const std::function<void(Late&, const OxString&)> changes[] = {
+      [](Late& element, const OxString& own) { element.SetAttribute(own, "w"); },
+      [](Late& element, const OxString& own) { element.GetAttributeNode(own)->SetValue("w"); },
+      [](Late& element, const OxString& own) { element.RemoveAttribute(own); }};
+  for (const auto& change : changes) {
+    auto element = make();
+    const auto attribute = element->GetAttributeNode(name);
+    element->action = [&] { other->GetRoot()->SetAttributeNode(attribute); };
+    log.clear();
+    change(*element, attribute->GetName());
+    EXPECT_EQ(log.substr(0, name.size()), Text(name));
+  }
+  // The last reference to the node itself goes.
+  const auto child = OxXMLElementNode::Make("child");
+  const auto target = OxXMLElementNode::Make("target");
+  const struct {
+    std::function<void(Late&)> remove;
+    std::string said;
+  } removals[] = {{[&](Late& element) { element.RemoveChild(child); }, "child "},
+                  {[&](Late&) { target->AppendChild(child); }, "child "},
+                  {[&](Late& element) { element.RemoveAttribute(name); }, Text(name) + ' '}};
+  for (const auto& [remove, said] : removals) {
+    auto element = make();
+    element->AppendChild(child);
+    element->action = [&] { element = nullptr; };
+    log.clear();
+    remove(*element);
+    EXPECT_FALSE(element);
+    EXPECT_EQ(log, said);
+    target->RemoveAllChildren();
+  }
+}
+
+// An attribute and an element that are never empty.
+class NeverEmptyAttribute : public OxXMLAttrNode {
+ public:
+  NeverEmptyAttribute() : OxXMLAttrNode("n", "v") {}
+  void ChildRemoved(const NodePtr&) override { AppendChild(OxXMLTextNode::Make("again")); }
+};
+class NeverEmptyElement : public OxXMLElementNode {
+ public:
+  NeverEmptyElement() : OxXMLElementNode("e") {}
+  void ChildRemoved(const NodePtr& node) override {
+    OxXMLElementNode::ChildRemoved(node);
+    AppendChild(OxXMLTextNode::Make("again"));
+  }
+};
+
+TEST(OxXMLNode, RemovingAllChildrenEndsWhateverComesInTheirPlace) {
+  const auto element = Hux::SmartPtr<NeverEmptyElement>::Adopt(new NeverEmptyElement());
+  element->AppendChild(OxXMLTextNode::Make("1"));
+  element->RemoveAllChildren();
+  EXPECT_EQ(Dump(*element), "e('again')");
+  const auto attribute = Hux::SmartPtr<NeverEmptyAttribute>::Adopt(new NeverEmptyAttribute());
+  attribute->GetFirstChild();
+  attribute->SetValue("new");
+  EXPECT_EQ(Text(attribute->GetValue()), "new");
+}
+
+// Its value is how many children its element has.
+class CountingAttribute : public OxXMLAttrNode {
+ public:
+  CountingAttribute() : OxXMLAttrNode("n", "") {}
+  OxString GetValue() const override {
+    int count = 0;
+    for (NodePtr child = GetOwner()->GetFirstChild(); child; child = child->GetNextSibling()) ++count;
+    return OxString().format("%d", count);
+  }
+};
+
+// An element that looks at another node when it goes.
+class LookingBack : public OxXMLElementNode {
+ public:
+  LookingBack() : OxXMLElementNode("b") {}
+  ~LookingBack() override {
+    if (other) {
+      EXPECT_FALSE(other->GetParent() || other->GetPreviousSibling());
+    }
+  }
+
+  NodePtr other;
+};
+
+TEST(OxXMLNode, ClassesOfUsersMayLookAroundAtAnyTime) {
+  const auto doc = ParseDoc("<r><a/><b/>text<!--c--></r>");
+  doc->GetRoot()->SetAttributeNode(Hux::SmartPtr<CountingAttribute>::Adopt(new CountingAttribute()));
+  EXPECT_EQ(Text(doc->GetRoot()->GetAsString(-1)), "\n<r n=\"4\">\n<a/>\n<b/>text<!--c-->\n</r>");
+
+  for (const bool below : {false, true}) {
+    const auto top = OxXMLElementNode::Make("top");
+    const auto middle = OxXMLElementNode::Make("middle");
+    const auto looking = Hux::SmartPtr<LookingBack>::Adopt(new LookingBack());
+    looking->other = OxXMLElementNode::Make("other");
+    top->AppendChild(middle);
+    middle->AppendChild(looking);
+    (below ? middle : top)->AppendChild(looking->other);
+  }
+
+  const auto other = ParseDoc("<r/>");
+  const auto name = [](int i) {
+    return OxString().format("a name that is too long for the string itself %d", i);
+  };
+  for (int i = 0; i < 40; ++i) doc->GetRoot()->SetAttribute(name(i), "v");
+  const OxXMLNamedNodeMap copy = doc->GetRoot()->GetAttributes();
+  other->GetRoot()->SetAttributeNode(copy.GetNamedItem(name(20)).dynamic_cast_to<OxXMLAttrNode>());
+  for (int i = 0; i < 40; ++i) EXPECT_TRUE(copy.GetNamedItem(name(i)));
+}
+
 TEST(OxXMLAttrNode, HasNoAttributes) {
   const auto doc = OxXMLDoc::Make();
   const auto attribute = doc->CreateAttrNode("a", "v");
   const auto other = doc->CreateAttrNode("b", "w");
   const NodePtr text = attribute->GetFirstChild();
+  const auto withOne = doc->CreateElementNode("e");
+  withOne->SetAttribute("d", "y");
   for (const NodePtr& node : {NodePtr(attribute), text}) {
     node->SetAttributeNode(other);
     node->SetAttribute("c", "x");
     node->SetAttributeQuiet("c", "x");
     EXPECT_FALSE(node->GetAttributes().SetNamedItem(other));
     EXPECT_FALSE(node->GetAttributes().SetNamedItem(attribute));
-    node->GetAttributes() = doc->CreateElementNode("e")->GetAttributes();
+    node->GetAttributes() = withOne->GetAttributes();
     EXPECT_EQ(node->GetAttributes().Length(), 0U);
   }
   EXPECT_FALSE(other->GetOwner());

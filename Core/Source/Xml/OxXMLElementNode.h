@@ -24,7 +24,8 @@ class OxXMLElementNode : public OxXMLNode {
   bool AllowChild(const Hux::SmartPtr<OxXMLNode>& node) const override;
   Hux::SmartPtr<OxXMLNode> CloneSelf() const override;
 
-  /// Merges every text node below this element into a text node directly before it.
+  /// Merges every text node below this element into a text node directly before it. When memory runs
+  /// out, what was merged stays so, and no text is lost.
   void Normalize();
 
  protected:

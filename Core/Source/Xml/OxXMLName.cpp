@@ -2,6 +2,8 @@
 
 #include "Foundation/Narrow.h"
 
+OxXMLName::OxXMLName(const OxString& text) : shared_(Hux::SmartPtr<Shared>::Adopt(new Shared(text))) {}
+
 std::uint32_t XMLNames::Add(std::string_view name) {
   const Range range{NarrowLength(bytes_.size()), NarrowLength(name.size())};
   const std::uint32_t number = NarrowLength(ranges_.size());

@@ -17,7 +17,7 @@
 class OxXMLName {
  public:
   /// Any text, an empty one too; nothing checks that XML allows it.
-  OxXMLName(const OxString& text) : shared_(Hux::SmartPtr<Shared>::Adopt(new Shared(text))) {}
+  OxXMLName(const OxString& text);
   /// The same; throws OxString::InvalidEncoding for what is no UTF-8.
   OxXMLName(const char* utf8) : OxXMLName(OxString(utf8)) {}
 

@@ -34,21 +34,27 @@ void OxXMLNode::ReleaseAttributes() {
 }
 
 // One chain of siblings at a time: what dies with its parent joins the chain first, so that no
-// destructor meets children.
+// destructor meets children. None in the chain has a parent or a node before it, which a destructor might ask for.
 void OxXMLNode::ReleaseChildren(ChildLinks& children) {
+  const auto forgetLinks = [](OxXMLNode* child) {
+    for (; child != nullptr; child = child->next_.get()) {
+      child->parent_ = nullptr;
+      child->previous_ = nullptr;
+    }
+  };
   NodePtr chain = std::move(children.first);
   children.last = nullptr;
+  forgetLinks(chain.get());
   while (chain) {
     const NodePtr node = std::move(chain);
     chain = std::move(node->next_);
-    node->previous_ = nullptr;
-    node->parent_ = nullptr;
     if (node->GetRefCount() > 1) {
       if (DocumentDies()) node->MoveTo(nullptr);
       continue;
     }
     ChildLinks* below = node->Children();
     if (below == nullptr || !below->first) continue;
+    forgetLinks(below->first.get());
     below->last->next_ = std::move(chain);
     chain = std::move(below->first);
     below->last = nullptr;
@@ -214,6 +220,7 @@ std::int32_t OxXMLNode::ReplaceChild(const NodePtr& newChild, const NodePtr& old
 
 bool OxXMLNode::RemoveChild(NodePtr child) {
   if (!IsParentOf(child.get())) return false;
+  const NodePtr self = Hux::make_ref(this);
   Unlink(*child);
   ChildRemoved(child);
   return true;
@@ -221,7 +228,15 @@ bool OxXMLNode::RemoveChild(NodePtr child) {
 
 void OxXMLNode::RemoveAllChildren() {
   const NodePtr self = Hux::make_ref(this);
-  while (const NodePtr first = GetFirstChild()) RemoveChild(first);
+  std::size_t count = 0;  // A hook may put new ones there, without end.
+  for (const OxXMLNode* child = XMLTree::FirstChild(*this); child != nullptr;
+       child = XMLTree::Next(*child))
+    ++count;
+  for (; count > 0; --count) {
+    const NodePtr first = GetFirstChild();
+    if (!first) return;
+    RemoveChild(first);
+  }
 }
 
 // ---- Value
@@ -297,8 +312,12 @@ void OxXMLNode::SetAttributeQuiet(const OxString& name, const OxString& value) {
 void OxXMLNode::RemoveAttribute(const OxString& name) {
   OxXMLNamedNodeMap* attributes = Attributes();
   if (attributes == nullptr) return;
-  // Held until the hook is done: the name may be the attribute's own.
-  if (const NodePtr removed = attributes->RemoveNamedItem(name)) AttributeRemoved(name);
+  const NodePtr self = Hux::make_ref(this);
+  const NodePtr removed = attributes->RemoveNamedItem(name);
+  if (!removed) return;
+  // `name` may be the attribute's own, and the hook may take the attribute to another document, where it gets another.
+  const OxXMLName held = OxXMLNamedNodeMap::NameOf(*removed);
+  AttributeRemoved(held.text());
 }
 
 void OxXMLNode::RemoveAttributeQuiet(const OxString& name) {
@@ -316,18 +335,19 @@ OxString OxXMLNode::GetAttribute(const OxString& name) const {
   return value;
 }
 
-// Both are held until the hook returns: the name may be the attribute's own.
+// All are held until the hooks return: name and value may be the attribute's own name.
 void OxXMLNode::ChangeAttribute(const OxString& name, const OxString& value, bool quiet) {
   const NodePtr self = Hux::make_ref(this);
   Hux::SmartPtr<OxXMLAttrNode> attribute = GetAttributeNode(name);
-  if (attribute) {
-    quiet ? attribute->SetValueQuiet(value) : attribute->SetValue(value);
-  } else {
+  const bool isNew = !attribute;
+  if (isNew) {
     attribute = OxXMLAttrNode::Make(name, value);
     attribute->JoinDocumentOf(*this);
     if (!GetAttributes().SetNamedItem(attribute)) return;
   }
-  if (!quiet) AttributeChanged(name, value);
+  const OxXMLName held = OxXMLNamedNodeMap::NameOf(*attribute);
+  if (!isNew) quiet ? attribute->SetValueQuiet(value) : attribute->SetValue(value);
+  if (!quiet) AttributeChanged(held.text(), value);
 }
 
 void OxXMLNode::SetAttributeNode(const Hux::SmartPtr<OxXMLAttrNode>& attribute) {
@@ -509,7 +529,7 @@ int OxXMLNamedNodeMap::CompareNames(std::string_view a, std::string_view b) {
 }
 
 OxXMLNamedNodeMap::OxXMLNamedNodeMap(const OxXMLNamedNodeMap& other) {
-  other.ForEach([this](const NodePtr& node) { Insert(node, node->GetName().view()); });
+  other.ForEach([this](const NodePtr& node) { Insert(node, NameOf(*node)); });
 }
 
 // What can fail comes first.
@@ -517,7 +537,7 @@ OxXMLNamedNodeMap& OxXMLNamedNodeMap::operator=(const OxXMLNamedNodeMap& other) 
   if (this == &other) return *this;
   OxXMLNamedNodeMap fresh(owner_);
   if (owner_ == nullptr) {
-    other.ForEach([&fresh](const NodePtr& node) { fresh.Insert(node, node->GetName().view()); });
+    other.ForEach([&fresh](const NodePtr& node) { fresh.Insert(node, NameOf(*node)); });
   } else {
     std::vector<NodePtr> source;  // Cloning may change the other one.
     other.ForEach([&source](const NodePtr& node) { source.push_back(node); });
@@ -589,7 +609,7 @@ OxXMLNamedNodeMap::Tree::const_iterator OxXMLNamedNodeMap::Large::Seek(std::size
 bool OxXMLNamedNodeMap::SetNamedItem(const NodePtr& node) {
   if (!node || node->GetNodeType() != OxXMLNode::kAttributeNode) return false;
   if (owner_ == nullptr) {
-    Insert(node, node->GetName().view());
+    Insert(node, NameOf(*node));
   } else if (!XMLTree::TakesAttributes(*owner_)) {
     return false;
   } else if (XMLTree::Parent(*node) != owner_) {
@@ -609,7 +629,7 @@ void OxXMLNamedNodeMap::Adopt(const NodePtr& node) {
     for (const OxXMLNode* text = XMLTree::FirstMade(*node); text != nullptr; text = XMLTree::Next(*text))
       XMLTree::Value(*text);
   }
-  const NodePtr replaced = Insert(node, own ? own->text().view() : node->GetName().view());
+  const NodePtr replaced = Insert(node, own ? *own : NameOf(*node));
   if (replaced) LetGo(*replaced);
   if (const OxXMLNode* before = XMLTree::Parent(*node))
     XMLTree::MadeAttributes(*before)->RemoveItem(node);
@@ -619,19 +639,24 @@ void OxXMLNamedNodeMap::Adopt(const NodePtr& node) {
   XMLTree::MarkIndexDirty(*owner_);
 }
 
-// The keys of the tree are in the names.
+// The keys of the tree are names as well.
 void OxXMLNamedNodeMap::Rename(XMLNames& names) {
   ForEach([&names](const NodePtr& node) { names.Give(XMLTree::SharedName(*node)); });
   if (large_ == nullptr) return;
   auto large = std::make_unique<Large>();
   for (const auto& entry : large_->tree)
-    large->tree.emplace_hint(large->tree.end(), entry.second->GetName().view(), entry.second);
+    large->tree.emplace_hint(large->tree.end(), NameOf(*entry.second), entry.second);
   large_ = std::move(large);
 }
 
-NodePtr OxXMLNamedNodeMap::Insert(const NodePtr& node, std::string_view name) {
+OxXMLName OxXMLNamedNodeMap::NameOf(OxXMLNode& node) {
+  const OxXMLName* const shared = XMLTree::SharedName(node);
+  return shared != nullptr ? *shared : OxXMLName(node.GetName());
+}
+
+NodePtr OxXMLNamedNodeMap::Insert(const NodePtr& node, const OxXMLName& name) {
   if (large_ == nullptr && small_.size() == kMostInVector) BecomeLarge();
-  return large_ == nullptr ? InsertSmall(node, name) : InsertLarge(node, name);
+  return large_ == nullptr ? InsertSmall(node, name.text().view()) : InsertLarge(node, name);
 }
 
 NodePtr OxXMLNamedNodeMap::InsertSmall(const NodePtr& node, std::string_view name) {
@@ -643,7 +668,7 @@ NodePtr OxXMLNamedNodeMap::InsertSmall(const NodePtr& node, std::string_view nam
 }
 
 // One search, which is what an insertion among very many costs.
-NodePtr OxXMLNamedNodeMap::InsertLarge(const NodePtr& node, std::string_view name) {
+NodePtr OxXMLNamedNodeMap::InsertLarge(const NodePtr& node, const OxXMLName& name) {
   const auto [place, inserted] = large_->tree.try_emplace(name, node);
   if (inserted) {
     large_->Came(place);
@@ -673,8 +698,7 @@ void OxXMLNamedNodeMap::Large::Came(Tree::const_iterator entry) {
 
 void OxXMLNamedNodeMap::BecomeLarge() {
   auto large = std::make_unique<Large>();
-  for (const NodePtr& node : small_)
-    large->tree.emplace_hint(large->tree.end(), node->GetName().view(), node);
+  for (const NodePtr& node : small_) large->tree.emplace_hint(large->tree.end(), NameOf(*node), node);
   small_ = Small();
   large_ = std::move(large);
 }
@@ -764,8 +788,9 @@ void OxXMLAttrNode::ReplaceText(const OxString& value) {
 
 void OxXMLAttrNode::SetValue(const OxString& value) {
   const NodePtr self = Hux::make_ref(this);
+  const OxXMLName held = name_;
   SetValueQuiet(value);
-  if (const NodePtr owner = GetOwner()) owner->AttributeChanged(GetName(), value);
+  if (const NodePtr owner = GetOwner()) owner->AttributeChanged(held.text(), value);
 }
 
 void OxXMLAttrNode::SetValueQuiet(const OxString& value) {

@@ -68,6 +68,7 @@ class OxXMLNode : public Hux::Retainable {
 
   virtual NodeType GetNodeType() const = 0;  ///< Never changes.
   /// The tag, the attribute's name, the target, the root element's name, or "#text" and the like.
+  /// The reference is good until the node comes into another document.
   virtual const OxString& GetName() const = 0;
 
   /// Gives an existing attribute the value, else makes one, and then calls AttributeChanged().
@@ -113,7 +114,7 @@ class OxXMLNode : public Hux::Retainable {
                             const Hux::SmartPtr<OxXMLNode>& oldChild);
   /// Whether `child` was a child of this node; it has no parent and no siblings afterwards.
   bool RemoveChild(Hux::SmartPtr<OxXMLNode> child);
-  /// Each of them is then without a parent.
+  /// Each of them is then without a parent; what hooks add meanwhile may stay.
   void RemoveAllChildren();
   bool HasChildNodes() const;  ///< Attributes do not count.
   /// Appends the children in order.
@@ -331,14 +332,17 @@ class OxXMLNamedNodeMap {
   friend class OxXMLNode;
 
   struct NameLess {
-    bool operator()(std::string_view a, std::string_view b) const { return CompareNames(a, b) < 0; }
+    using is_transparent = void;
+    static std::string_view View(std::string_view name) { return name; }
+    static std::string_view View(const OxXMLName& name) { return name.text().view(); }
+    bool operator()(const auto& a, const auto& b) const { return CompareNames(View(a), View(b)) < 0; }
   };
   using Small = std::vector<Hux::SmartPtr<OxXMLNode>>;
-  using Tree = std::map<std::string_view, Hux::SmartPtr<OxXMLNode>, NameLess>;
+  using Tree = std::map<OxXMLName, Hux::SmartPtr<OxXMLNode>, NameLess>;
 
   // The form for many attributes.
   struct Large {
-    Tree tree;  // The keys lie in the names of the nodes, which never change.
+    Tree tree;  // A key outlives the name of its node, which gets another one in another document.
     // Where Item() was last time, so that going through it in order needs no search.
     Tree::const_iterator cursor;
     std::size_t cursorIndex = 0;
@@ -353,10 +357,11 @@ class OxXMLNamedNodeMap {
   explicit OxXMLNamedNodeMap(OxXMLNode* owner) : owner_(owner) {}
   Small::iterator LowerBound(std::string_view name);
   OxXMLNode* Find(std::string_view name) const;
+  static OxXMLName NameOf(OxXMLNode& node);
   // Each returns the attribute that was replaced, or null. `name` is the node's.
-  Hux::SmartPtr<OxXMLNode> Insert(const Hux::SmartPtr<OxXMLNode>& node, std::string_view name);
+  Hux::SmartPtr<OxXMLNode> Insert(const Hux::SmartPtr<OxXMLNode>& node, const OxXMLName& name);
   Hux::SmartPtr<OxXMLNode> InsertSmall(const Hux::SmartPtr<OxXMLNode>& node, std::string_view name);
-  Hux::SmartPtr<OxXMLNode> InsertLarge(const Hux::SmartPtr<OxXMLNode>& node, std::string_view name);
+  Hux::SmartPtr<OxXMLNode> InsertLarge(const Hux::SmartPtr<OxXMLNode>& node, const OxXMLName& name);
   void BecomeLarge();
   void Adopt(const Hux::SmartPtr<OxXMLNode>& node);
   void Rename(XMLNames& names);
@@ -483,7 +488,8 @@ class OxXMLTextNode : public OxXMLCharDataNode {
   Hux::SmartPtr<OxXMLNode> CloneSelf() const override;
 
   /// Keeps the first `offset` characters (0 up to the length, else OxXMLDOMException(1)) and moves the
-  /// rest into a new text node right after this one, which is returned. Without a parent it stands alone.
+  /// rest into a new text node right after this one, which is returned. Without a parent it stands alone,
+  /// and so does the new one where AllowChild() of the parent refuses it.
   Hux::SmartPtr<OxXMLTextNode> SplitText(OxString::Index offset);
 
  protected:

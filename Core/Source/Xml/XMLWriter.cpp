@@ -94,10 +94,13 @@ void Walk(const OxXMLNode& top, Depth indent, Enter enter, Leave leave) {
   const OxXMLNode* node = &top;
   for (;;) {
     Item item = ItemOf(*node);
-    const XMLPacked packed = XMLTree::PackedChildren(*node);
-    const OxXMLNode* child = packed.pack == nullptr ? XMLTree::FirstChild(*node) : nullptr;
-    item.isEmpty = packed.pack == nullptr && child == nullptr;
+    item.isEmpty =
+        XMLTree::PackedChildren(*node).pack == nullptr && XMLTree::FirstChild(*node) == nullptr;
     enter(item, indent);
+    // Asked again: a class of a user's that was asked for its value may have looked at the records, which makes nodes.
+    const XMLPacked packed = item.isEmpty ? XMLPacked() : XMLTree::PackedChildren(*node);
+    const bool hasNodes = !item.isEmpty && packed.pack == nullptr;
+    const OxXMLNode* child = hasNodes ? XMLTree::FirstChild(*node) : nullptr;
     if (packed.pack != nullptr) {
       item.holdsMore = WalkRecords(packed, indent + ChildStep(item, indent), enter, leave);
       leave(item, indent);
