@@ -1,5 +1,5 @@
-# The headers of the libraries for programs of others: what is installed. They bring no header that is not listed here, and
-# a name in them that is not the system's own stands in a namespace; a test reads this list.
+# The headers of the libraries for programs of others: what is installed. They bring no header that is not listed here; a
+# test reads this list.
 set(OX_PUBLIC_HEADERS
   Core/Source/Posix/Encodings.h
   Core/Source/Posix/FileTypes.h

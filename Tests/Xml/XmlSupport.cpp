@@ -89,4 +89,10 @@ Hux::SmartPtr<OxXMLDoc> ParseDoc(std::string_view text, bool strict) {
   return doc;
 }
 
+Hux::SmartPtr<OxXMLNode> Child(const OxXMLNode& node, int index) {
+  Hux::SmartPtr<OxXMLNode> child = node.GetFirstChild();
+  for (; child && index > 0; --index) child = child->GetNextSibling();
+  return child;
+}
+
 }  // namespace Support

@@ -29,4 +29,7 @@ OxXMLError::Error ErrorOf(std::string_view text, bool strict);
 /// The document that `text` becomes; a failure to parse fails the test.
 Hux::SmartPtr<OxXMLDoc> ParseDoc(std::string_view text, bool strict = false);
 
+/// The child with that number, from 0; null beyond the last one.
+Hux::SmartPtr<OxXMLNode> Child(const OxXMLNode& node, int index);
+
 }  // namespace Support

@@ -12,6 +12,10 @@
 /// What an OxDataFile holds while it is open, shared with those who do its work.
 class ArchiveState {
  public:
+  ArchiveState() = default;
+  ArchiveState(const ArchiveState&) = delete;
+  ArchiveState& operator=(const ArchiveState&) = delete;
+
   ArchiveFile file;             ///< The bytes.
   ArchiveBlocks blocks{file};   ///< The blocks in them.
   FlatFile::FileHeader header;  ///< Valid while the archive is open; newer than the one on disk.

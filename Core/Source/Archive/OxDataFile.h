@@ -37,14 +37,18 @@ class ArchiveState;
 ///            std::bad_alloc leaves all records as they were, but for one that was being overwritten.
 class OxDataFile {
  public:
-  using FileNotOpen = FlatFile::FileNotOpen;  ///< A record is written to a closed archive.
-  using ReadOnly =
-      FlatFile::ReadOnly;  ///< Bytes are written to an archive that is not open for writing.
-  using AccessDenied = FlatFile::AccessDenied;  ///< The mode does not allow it.
-  using EndOfFile =
-      FlatFile::EndOfFile;  ///< Past the end of a mapping, or of the file where a record should be.
-  class InvalidKey {};      ///< Never thrown.
-  using FileError = FlatFile::FileError;  ///< A write failed, or something is too long for the format.
+  /// A record is written to a closed archive.
+  using FileNotOpen = FlatFile::FileNotOpen;
+  /// Bytes are written to an archive that is not open for writing.
+  using ReadOnly = FlatFile::ReadOnly;
+  /// The mode does not allow it.
+  using AccessDenied = FlatFile::AccessDenied;
+  /// Past the end of a mapping, or of the file where a record should be.
+  using EndOfFile = FlatFile::EndOfFile;
+  /// Never thrown.
+  class InvalidKey {};
+  /// A write failed, or something is too long for the format.
+  using FileError = FlatFile::FileError;
 
   using enum FlatFile::DataType;
 

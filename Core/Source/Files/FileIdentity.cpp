@@ -39,30 +39,22 @@ std::string PlaceOf(const OxPath& object) {
   return info && info->kind == FileKind::kLink ? Posix::ResolvePath(text) : text;
 }
 
-bool GetStatus(const std::string& path, FileInfo& info) {
-  return Files().Status(path.c_str(), info) >= 0;
-}
-
-bool GetLinkStatus(const std::string& path, FileInfo& info) {
-  return Files().LinkStatus(path.c_str(), info) >= 0;
-}
-
 // A text that leads to the folder that `path` lies in.
 std::string FolderAround(const std::string& path) {
-  FileInfo info;
-  if (GetLinkStatus(path, info) && info.kind == FileKind::kFolder) return path + "/..";
+  const auto info = TryIdentifyLink(path.c_str());
+  if (info && info->kind == FileKind::kFolder) return path + "/..";
   const std::string parent = ParentOf(path);
   return parent.empty() ? "." : parent;
 }
 
 // Goes up as the file system does, which needs no names and no right to search what lies further up.
 bool IsReachedByClimbing(std::string place, const FileInfo& folder) {
-  FileInfo here;
-  FileInfo above;
-  for (bool known = GetStatus(place, here); known; here = above) {
-    if (here.IsSameObject(folder)) return true;
+  for (auto here = TryIdentify(place.c_str()); here;) {
+    if (here->IsSameObject(folder)) return true;
     place += "/..";
-    known = GetStatus(place, above) && !above.IsSameObject(here);
+    const auto above = TryIdentify(place.c_str());
+    if (!above || above->IsSameObject(*here)) return false;
+    here = above;
   }
   return false;
 }
@@ -71,8 +63,8 @@ bool IsReachedByClimbing(std::string place, const FileInfo& folder) {
 bool IsReachedByName(std::string place, const FileInfo& folder) {
   for (place = Posix::ResolvePath(place); !place.empty();
        place = place.size() > 1 ? ParentOf(place) : "") {
-    FileInfo here;
-    if (GetStatus(place, here) && here.IsSameObject(folder)) return true;
+    const auto here = TryIdentify(place.c_str());
+    if (here && here->IsSameObject(folder)) return true;
   }
   return false;
 }
@@ -87,11 +79,11 @@ bool Holds(const std::string& folder, const FileInfo& object) {
     Files().ListFolder(folders[i].c_str(), entries);
     for (const Posix::FolderEntry& entry : entries) {
       std::string child = folders[i] + '/' + entry.name;
-      FileInfo found;
       if (entry.kind == FileKind::kFolder) {
         folders.push_back(std::move(child));
       } else if (entry.inode == 0 || entry.inode == object.inode) {
-        if (GetLinkStatus(child, found) && found.IsSameObject(object)) return true;
+        const auto found = TryIdentifyLink(child.c_str());
+        if (found && found->IsSameObject(object)) return true;
       }
     }
   }
@@ -105,6 +97,16 @@ std::optional<FileInfo> Identified(int result, const FileInfo& info,
   if (IsAbsentOrBarred(result)) return std::nullopt;
   if (result < 0) throw std::system_error(-result, std::generic_category(), path());
   return info;
+}
+
+std::optional<FileInfo> TryIdentify(const char* path) {
+  FileInfo info;
+  return Files().Status(path, info) >= 0 ? std::optional(info) : std::nullopt;
+}
+
+std::optional<FileInfo> TryIdentifyLink(const char* path) {
+  FileInfo info;
+  return Files().LinkStatus(path, info) >= 0 ? std::optional(info) : std::nullopt;
 }
 
 std::optional<FileInfo> Identify(const OxString& path) {

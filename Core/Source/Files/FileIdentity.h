@@ -18,6 +18,10 @@
 std::optional<Posix::FileInfo> Identify(const OxString& path);
 /// The same, of a link itself.
 std::optional<Posix::FileInfo> IdentifyLink(const OxString& path);
+/// As Identify() and IdentifyLink(), for paths of bytes, but nothing, too, where the question fails: for a caller whose
+/// next step finds out by itself.
+std::optional<Posix::FileInfo> TryIdentify(const char* path);
+std::optional<Posix::FileInfo> TryIdentifyLink(const char* path);  ///< Of a link itself.
 /// What a status query's result means: `info`, or nothing, or an exception that names what `path()` returns.
 std::optional<Posix::FileInfo> Identified(int result, const Posix::FileInfo& info,
                                           const std::function<std::string()>& path);

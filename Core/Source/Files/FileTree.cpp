@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Files/FileCopier.h"
+#include "Files/FileIdentity.h"
 #include "Files/OpenFolders.h"
 #include "Files/OxFile.h"
 #include "Posix/FileOps.h"
@@ -18,10 +19,6 @@ using Posix::FileInfo;
 using Posix::FileKind;
 using Posix::Files;
 using Posix::FolderEntry;
-
-bool GetLinkStatus(const std::string& path, FileInfo& info) {
-  return Files().LinkStatus(path.c_str(), info) >= 0;
-}
 
 bool ListFolder(const std::string& path, std::vector<FolderEntry>& entries) {
   entries.clear();
@@ -212,12 +209,11 @@ bool Remove(Posix::Place object) {
 }
 
 bool Copy(const std::string& source, const std::string& target) {
-  FileInfo info;
-  FileInfo inTheWay;
-  if (!GetLinkStatus(source, info) || GetLinkStatus(target, inTheWay)) return false;
-  if (info.kind == FileKind::kFolder) return CopyFolder(source, target);
+  const auto info = TryIdentifyLink(source.c_str());
+  if (!info || TryIdentifyLink(target.c_str())) return false;
+  if (info->kind == FileKind::kFolder) return CopyFolder(source, target);
   FileCopier copier;
-  return CopyEntry(source, target.c_str(), info.kind, copier);
+  return CopyEntry(source, target.c_str(), info->kind, copier);
 }
 
 }  // namespace FileTree

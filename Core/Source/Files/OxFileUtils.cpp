@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <limits>
+#include <optional>
 #include <string>
 
 #include <openssl/evp.h>
@@ -44,13 +45,8 @@ Result Guarded(Result onFailure, Operation operation) {
   }
 }
 
-int Examine(const OxPath& path, FileInfo& info) {
-  const char* bytes = path.native_string().c_str();
-  return Files().Status(bytes, info);
-}
-
-bool GetStatus(const OxPath& path, FileInfo& info) {
-  return Examine(path, info) >= 0;
+std::optional<FileInfo> TryIdentify(const OxPath& path) {
+  return ::TryIdentify(path.native_string().c_str());
 }
 
 bool MakeFolder(const OxPath& path, unsigned permissions) {
@@ -67,7 +63,7 @@ OxPath FolderAbove(const OxPath& path) {
 // A path that is too long for the system may have any number of names, which are not gone through.
 Creation MakeFolders(const OxPath& path, unsigned permissions, std::size_t& most) {
   FileInfo info;
-  const int examined = Examine(path, info);
+  const int examined = Files().Status(path.native_string().c_str(), info);
   if (examined >= 0 && info.kind == FileKind::kFolder) return Creation::kDone;
   if (examined == -ENAMETOOLONG) return Creation::kFailed;
   std::vector<OxPath> missing{path};
@@ -108,32 +104,28 @@ OxFolderEntry MakeEntry(const Posix::FolderEntry& native) {
 // ---- Tests
 
 bool OxFileUtils::Exists(const OxPath& path) {
-  FileInfo info;
-  return GetStatus(path, info);
+  return TryIdentify(path).has_value();
 }
 
 bool OxFileUtils::IsDirectory(const OxPath& path) {
-  FileInfo info;
-  return GetStatus(path, info) && info.kind == FileKind::kFolder;
+  const auto info = TryIdentify(path);
+  return info && info->kind == FileKind::kFolder;
 }
 
 bool OxFileUtils::IsFile(const OxPath& path) {
-  FileInfo info;
-  return GetStatus(path, info) && info.kind != FileKind::kFolder;
+  const auto info = TryIdentify(path);
+  return info && info->kind != FileKind::kFolder;
 }
 
 bool OxFileUtils::GetAttributes(const OxPath& path, unsigned long& attributes) {
-  FileInfo info;
-  const bool examined = GetStatus(path, info);
-  attributes = examined && info.kind == FileKind::kFolder ? 1 : 0;
-  return examined;
+  const auto info = TryIdentify(path);
+  attributes = info && info->kind == FileKind::kFolder ? 1 : 0;
+  return info.has_value();
 }
 
 bool OxFileUtils::GetLastModified(const OxPath& path, long& seconds) {
-  FileInfo info;
-  seconds = GetStatus(path, info)
-                ? TryNarrow<long>(info.modified).value_or(std::numeric_limits<long>::max())
-                : 0;
+  const auto info = TryIdentify(path);
+  seconds = info ? TryNarrow<long>(info->modified).value_or(std::numeric_limits<long>::max()) : 0;
   return true;
 }
 

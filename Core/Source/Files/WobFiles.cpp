@@ -1,5 +1,4 @@
 #include <cerrno>
-#include <optional>
 #include <string>
 
 #include "Files/FileIdentity.h"
@@ -14,18 +13,6 @@ namespace {
 
 std::string Bytes(const OxString& path) {
   return std::string(path.view());
-}
-
-// Nothing, too, where the question fails: what is done with the path then finds out for itself.
-std::optional<Posix::FileInfo> StatusOf(const OxString& path) {
-  Posix::FileInfo info;
-  return Posix::Files().Status(path.c_str(), info) >= 0 ? std::optional(info) : std::nullopt;
-}
-
-// The same, of a link itself.
-std::optional<Posix::FileInfo> LinkStatusOf(const OxString& path) {
-  Posix::FileInfo info;
-  return Posix::Files().LinkStatus(path.c_str(), info) >= 0 ? std::optional(info) : std::nullopt;
 }
 
 // `destination`, or its entry of the source's name when it is a folder.
@@ -44,7 +31,7 @@ OxPath FreeTarget(const OxString& source, const OxString& destination) {
     name.format("%s %d", base.c_str(), n);
     if (!extension.empty()) name += OxString(".") + extension;
     OxPath candidate = OxPath(destination) / OxPath(name);
-    if (!LinkStatusOf(candidate.native_string())) return candidate;
+    if (!TryIdentifyLink(candidate.native_string().c_str())) return candidate;
   }
 }
 
@@ -53,12 +40,13 @@ bool AreSameObject(const OxString& a, const OxString& b) {
   const auto areSame = [](const auto& first, const auto& second) {
     return first && second && first->IsSameObject(*second);
   };
-  return areSame(LinkStatusOf(a), LinkStatusOf(b)) || areSame(StatusOf(a), StatusOf(b));
+  return areSame(TryIdentifyLink(a.c_str()), TryIdentifyLink(b.c_str())) ||
+         areSame(TryIdentify(a.c_str()), TryIdentify(b.c_str()));
 }
 
 // Nothing lies below a link.
 bool GoesInto(const OxString& target, const OxString& folder) {
-  const auto info = LinkStatusOf(folder);
+  const auto info = TryIdentifyLink(folder.c_str());
   return info && info->kind == Posix::FileKind::kFolder && LiesBelow(Bytes(target), *info);
 }
 
@@ -75,7 +63,7 @@ bool MoveTo(const OxString& source, const OxString& target) {
 bool Copy(const OxString& source, const OxString& destination) {
   const OxPath path = TargetOf(source, destination);
   const OxString& target = path.native_string();
-  const auto info = LinkStatusOf(source);
+  const auto info = TryIdentifyLink(source.c_str());
   if (!info || info->kind == Posix::FileKind::kOther) return false;
   if (AreSameObject(source, target) || GoesInto(target, source)) return false;
   return OxFileUtils::DeleteFile(path) && FileTree::Copy(Bytes(source), Bytes(target));
@@ -84,7 +72,7 @@ bool Copy(const OxString& source, const OxString& destination) {
 bool Move(const OxString& source, const OxString& destination, OxFileConflictMode mode) {
   OxPath target = TargetOf(source, destination);
   if (AreSameObject(source, target.native_string())) return true;
-  if (LinkStatusOf(source) && LinkStatusOf(target.native_string())) {
+  if (TryIdentifyLink(source.c_str()) && TryIdentifyLink(target.native_string().c_str())) {
     if (mode == kConflictReplace) OxFileUtils::DeleteFile(target);
     if (mode == kConflictRename) target = FreeTarget(source, destination);
   }
